@@ -1,0 +1,120 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <span>
+#include <string>
+
+#include "tessel/Export.h"
+#include "tessel/Types.h"
+
+namespace tessel {
+
+/// The 16 bytes of a UUID, in the order in which its text form shows them.
+struct UUID {
+  std::array<std::uint8_t, 16> bytes{};
+  bool operator==(const UUID&) const = default;
+
+  /// The canonical text form in upper case.
+  TESSEL_EXPORT std::string string() const;
+  /// From the canonical text form, in either letter case.
+  TESSEL_EXPORT static std::optional<UUID> fromString(const std::string& text);
+};
+
+/// What a Bluetooth stack reports of one advertisement: values under their keys.
+using AdvertisementDictionary = std::map<std::string, Bytes>;
+
+/// Key of an advertisement's manufacturer data.
+inline constexpr const char* CBAdvertisementDataManufacturerDataKey = "kCBAdvDataManufacturerData";
+
+/// Key under which `BVBeacon::advertismentDictionary` places the payload:
+/// "kCBAdvDataAppleBeaconKey".
+TESSEL_EXPORT extern const std::string BVBeaconAdvertismentManufacturerDataKey;
+
+/// One heard iBeacon: its identity, its power, and what was learnt about it since.
+///
+/// Two beacons are the same hub by `isEqualToBeacon`; collections hold them by identity. Each
+/// accessor may be called from any thread (a name fetch writes while the main queue reads).
+class TESSEL_EXPORT BVBeacon {
+ public:
+  /// A beacon heard now.
+  static std::shared_ptr<BVBeacon> initWithProximityUUID(const UUID& proximityUUID,
+                                                         std::uint16_t major, std::uint16_t minor,
+                                                         std::int16_t measuredPower);
+
+  /// A beacon from manufacturer data of exactly 25 bytes, or null when it is none:
+  ///
+  ///     at  size  field             value
+  ///      0     2  company           0x004C, little-endian
+  ///      2     1  type              0x02
+  ///      3     1  remaining length  0x15
+  ///      4    16  proximity UUID
+  ///     20     2  major             big-endian
+  ///     22     2  minor             big-endian
+  ///     24     1  measured power    signed, dBm at one metre
+  static std::shared_ptr<BVBeacon> beaconWithManufacturerAdvertisementData(
+      std::span<const std::uint8_t> data);
+  /// The same from a whole advertisement; null when that has no manufacturer data.
+  static std::shared_ptr<BVBeacon> beaconWithAdvertismentDataDictionary(
+      const AdvertisementDictionary& dictionary);
+
+  /// The 21 bytes that an advertiser takes: the layout above without its first four bytes.
+  Bytes manufacturerAdvertismentData() const;
+  /// One entry: `BVBeaconAdvertismentManufacturerDataKey` and the 21 bytes.
+  AdvertisementDictionary advertismentDictionary() const;
+
+  /// Whether proximity UUID, major and minor are the same.
+  bool isEqualToBeacon(const BVBeacon& other) const;
+  /// The same; false for null.
+  bool isEqualTo(const std::shared_ptr<const BVBeacon>& other) const;
+  /// Identity, major and minor as a line of text.
+  std::string description() const;
+  /// A copy without address and name.
+  std::shared_ptr<BVBeacon> copy() const;
+
+  UUID proximityUUID() const;
+  std::uint16_t major() const;
+  std::uint16_t minor() const;
+  /// Calibrated power at one metre in dBm.
+  std::int16_t measuredPower() const;
+  void setMeasuredPower(std::int16_t measuredPower);
+  /// Signal strength of the last advertisement in dBm.
+  std::optional<int> RSSI() const;
+  void setRSSI(std::optional<int> RSSI);
+  /// When the beacon was last heard or refreshed.
+  Date lastUpdated() const;
+  void setLastUpdated(Date lastUpdated);
+  /// Dotted-quad address of the hub; none until derived.
+  std::optional<std::string> IPAddr() const;
+  void setIPAddr(const std::optional<std::string>& IPAddr);
+  /// Display name of the hub; none until fetched. As the hub sent it: a program that shows it
+  /// must escape what its output would interpret.
+  std::optional<std::string> friendlyName() const;
+  void setFriendlyName(const std::optional<std::string>& friendlyName);
+  /// When the name was last fetched.
+  std::optional<Date> lastGetFriendlyName() const;
+  void setLastGetFriendlyName(std::optional<Date> lastGetFriendlyName);
+  /// Always none.
+  std::optional<std::string> keyValue() const;
+
+ private:
+  BVBeacon(const UUID& proximityUUID, std::uint16_t major, std::uint16_t minor,
+           std::int16_t measuredPower);
+
+  const UUID proximityUUID_;
+  const std::uint16_t major_;
+  const std::uint16_t minor_;
+  mutable std::mutex mutex_;  // guards all below
+  std::int16_t measuredPower_;
+  std::optional<int> rssi_;
+  Date lastUpdated_;
+  std::optional<std::string> ipAddr_;
+  std::optional<std::string> friendlyName_;
+  std::optional<Date> lastGetFriendlyName_;
+};
+
+}  // namespace tessel

@@ -1,0 +1,4 @@
+#pragma once
+
+/// Marks what the shared library exports; everything else stays hidden.
+#define TESSEL_EXPORT [[gnu::visibility("default")]]

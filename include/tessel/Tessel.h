@@ -1,0 +1,22 @@
+#pragma once
+
+/// Everything that a host application needs.
+#include "tessel/BVBeacon.h"
+#include "tessel/BVBeaconScanner.h"
+#include "tessel/Constants.h"
+#include "tessel/Diagnostics.h"
+#include "tessel/DisplayMessages.h"
+#include "tessel/Error.h"
+#include "tessel/Log.h"
+#include "tessel/MainQueue.h"
+#include "tessel/OperationQueue.h"
+#include "tessel/PropertyList.h"
+#include "tessel/Screen.h"
+#include "tessel/ScreenSelection.h"
+#include "tessel/Signal.h"
+#include "tessel/TSLDiscovery.h"
+#include "tessel/TSLSession.h"
+#include "tessel/TSLSessionConfigration.h"
+#include "tessel/Types.h"
+#include "tessel/URLSession.h"
+#include "tessel/VexCfg.h"

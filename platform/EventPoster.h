@@ -1,0 +1,87 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+
+#include "tessel/Types.h"
+
+namespace tessel::platform {
+
+/// Kinds of mouse events, by the numbers that the session's parts use for them.
+enum class MouseEventType : std::uint32_t {
+  kNone = 0,
+  kLeftDown = 1,
+  kLeftUp = 2,
+  kRightDown = 3,
+  kRightUp = 4,
+  kMoved = 5,
+  kLeftDragged = 6,
+  kRightDragged = 7,
+  kScrollWheel = 22,
+};
+
+/// Buttons of a mouse event.
+enum class MouseButton : std::uint32_t { kLeft = 0, kRight = 1 };
+
+/// Field of a mouse event that tells its place in a row of clicks: 1 single, 2 double.
+inline constexpr std::uint32_t kClickStateField = 1;
+
+/// One mouse event. It may be changed and posted again.
+struct MouseEvent {
+  MouseEventType type = MouseEventType::kNone;
+  Point position;  ///< global coordinates, top-left origin
+  MouseButton button = MouseButton::kLeft;
+  std::int64_t clickState = 1;
+  bool operator==(const MouseEvent&) const = default;
+};
+
+/// One turn of the wheel.
+struct ScrollWheelEvent {
+  std::int32_t lines = 0;  ///< positive: away from the user
+  bool operator==(const ScrollWheelEvent&) const = default;
+};
+
+/// One key event.
+struct KeyboardEvent {
+  std::uint16_t virtualKey = 0;  ///< macOS virtual key code
+  bool keyDown = false;
+  /// Modifier mask of the event. A platform whose events carry no mask ignores it.
+  std::uint64_t flags = 0;
+  bool operator==(const KeyboardEvent&) const = default;
+};
+
+/// Makes the events of one channel and posts them to the desktop. One queue; `releaseAll` also
+/// from any thread.
+///
+/// What it has pressed it releases: in `releaseAll`, and at the latest when it is dropped.
+class EventPoster {
+ public:
+  virtual ~EventPoster() = default;
+
+  /// None when the event cannot be made (no desktop, or it refuses).
+  virtual std::optional<MouseEvent> createMouseEvent(MouseEventType type, Point position,
+                                                     MouseButton button) = 0;
+  virtual void setType(MouseEvent& event, MouseEventType type) = 0;
+  virtual void setIntegerValueField(MouseEvent& event, std::uint32_t field, std::int64_t value) = 0;
+  virtual void post(const MouseEvent& event) = 0;
+
+  virtual std::optional<ScrollWheelEvent> createScrollWheelEvent(std::int32_t lines) = 0;
+  virtual void post(const ScrollWheelEvent& event) = 0;
+
+  virtual std::optional<KeyboardEvent> createKeyboardEvent(std::uint16_t virtualKey,
+                                                           bool keyDown) = 0;
+  virtual void setFlags(KeyboardEvent& event, std::uint64_t flags) = 0;
+  virtual void post(const KeyboardEvent& event) = 0;
+
+  /// Releases every key and button that this poster has pressed and not released.
+  virtual void releaseAll() = 0;
+};
+
+class EventPosting {
+ public:
+  virtual ~EventPosting() = default;
+  virtual std::unique_ptr<EventPoster> makeEventPoster() = 0;
+};
+
+}  // namespace tessel::platform
