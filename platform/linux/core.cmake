@@ -1,1 +1,1 @@
-# services: core
+tessel_linux_service(core SOURCES LinuxServices.cpp)

@@ -1,0 +1,10 @@
+#include "platform/Services.h"
+
+namespace tessel::platform {
+
+Services makeServices() {
+  Services services;
+  return services;
+}
+
+}  // namespace tessel::platform
