@@ -1,0 +1,19 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace tessel::platform {
+
+/// The URL that `text` spells; none where the text cannot be one: it is empty, or it holds white
+/// space or control characters, with which a stranger could smuggle lines into a request.
+std::optional<std::string> urlFromText(std::string_view text);
+
+/// `url` with `component` appended to its path, exactly one "/" between them. A "/" inside the
+/// component stays, and a query or fragment of `url` stays behind the path. What a path cannot hold
+/// is percent-encoded, escapes that the component already holds are left alone. No URL gives none.
+std::optional<std::string> appendingPathComponent(const std::optional<std::string>& url,
+                                                  std::string_view component);
+
+}  // namespace tessel::platform
