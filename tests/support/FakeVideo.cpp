@@ -1,0 +1,148 @@
+#include "tests/support/FakeVideo.h"
+
+#include <utility>
+
+namespace tessel::test {
+
+using platform::Status;
+using platform::StatusOr;
+
+void FakeCaptureSession::deliver(const platform::SampleBuffer& sampleBuffer) {
+  if (!running) return;
+  queue_->async([delegate = delegate_, sampleBuffer] {
+    if (const auto strong = delegate.lock()) strong->didOutputSampleBuffer(sampleBuffer);
+  });
+}
+
+void FakeCaptureSession::deliverPicture() {
+  const int width = static_cast<int>(output->size.width);
+  const int height = static_cast<int>(output->size.height);
+  const auto luma = static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
+  const auto storage = std::make_shared<Bytes>(2 * luma);
+  auto picture = std::make_shared<platform::PixelBuffer>();
+  picture->width = width;
+  picture->height = height;
+  picture->planes = {storage->data(), storage->data() + luma, storage->data() + luma};
+  picture->strides = {width, (width + 1) / 2, (width + 1) / 2};
+  picture->storage = storage;
+  deliver({picture, {}});
+}
+
+void FakeCaptureSession::drop() {
+  queue_->async([delegate = delegate_] {
+    if (const auto strong = delegate.lock()) strong->didDropSampleBuffer({});
+  });
+}
+
+void FakeCaptureSession::addOutput(const platform::CaptureOutput& added,
+                                   const std::weak_ptr<platform::CaptureOutputDelegate>& delegate,
+                                   const std::shared_ptr<platform::SerialQueue>& queue) {
+  output = added;
+  delegate_ = delegate;
+  queue_ = queue;
+}
+
+void FakeCaptureSession::startRunning() {
+  running = true;
+  ++starts;
+}
+
+void FakeCaptureSession::stopRunning() {
+  running = false;
+  ++stops;
+}
+
+std::shared_ptr<FakeCaptureSession> FakeScreenCapture::last() const {
+  return sessions.empty() ? nullptr : sessions.back();
+}
+
+std::shared_ptr<platform::CaptureSession> FakeScreenCapture::makeCaptureSession() {
+  auto session = std::make_shared<FakeCaptureSession>();
+  session->inputAccepted = inputAccepted;
+  session->outputAccepted = outputAccepted;
+  sessions.push_back(session);
+  return session;
+}
+
+StatusOr<std::span<const std::uint8_t>> FakeFormatDescription::parameterSet(
+    std::size_t index) const {
+  const auto& set = sets.at(index);
+  if (const auto* status = std::get_if<Status>(&set)) return *status;
+  return std::span<const std::uint8_t>{std::get<Bytes>(set)};
+}
+
+StatusOr<std::span<const std::uint8_t>> FakeEncodedSampleBuffer::dataBuffer() const {
+  if (const auto* status = std::get_if<Status>(&data)) return *status;
+  return std::span<const std::uint8_t>{std::get<Bytes>(data)};
+}
+
+FakeCompressionSession::FakeCompressionSession(std::int32_t pictureWidth,
+                                               std::int32_t pictureHeight,
+                                               platform::CompressionOutputCallback callback,
+                                               std::shared_ptr<platform::SerialQueue> queue)
+    : width{pictureWidth},
+      height{pictureHeight},
+      callback_{std::make_shared<platform::CompressionOutputCallback>(std::move(callback))},
+      queue_{std::move(queue)} {}
+
+void FakeCompressionSession::output(Status status, std::uint32_t infoFlags,
+                                    std::shared_ptr<const FakeEncodedSampleBuffer> sampleBuffer) {
+  queue_->async([callback = callback_, status, infoFlags, sampleBuffer = std::move(sampleBuffer)] {
+    (*callback)(status, infoFlags, sampleBuffer.get());
+  });
+}
+
+void FakeCompressionSession::setAllowFrameReordering(bool allow) {
+  calls.push_back("AllowFrameReordering " + std::to_string(static_cast<int>(allow)));
+}
+
+void FakeCompressionSession::setRealTime(bool realTime) {
+  calls.push_back("RealTime " + std::to_string(static_cast<int>(realTime)));
+}
+
+void FakeCompressionSession::setExpectedFrameRate(int framesPerSecond) {
+  calls.push_back("ExpectedFrameRate " + std::to_string(framesPerSecond));
+}
+
+StatusOr<bool> FakeCompressionSession::usingHardwareAcceleratedVideoEncoder() const {
+  return hardware;
+}
+
+Status FakeCompressionSession::prepareToEncodeFrames() {
+  calls.emplace_back("Prepare");
+  return prepareStatus;
+}
+
+Status FakeCompressionSession::encodeFrame(const std::shared_ptr<const platform::PixelBuffer>&,
+                                           platform::PresentationTime presentationTime) {
+  frames.push_back(presentationTime);
+  if (encodeStatus == 0 && automaticOutput) {
+    auto frame = std::make_shared<FakeEncodedSampleBuffer>();
+    frame->notSyncValue = true;
+    frame->data = Bytes{0, 0, 0, 1, 0x41};
+    output(0, 0, std::move(frame));
+  }
+  return encodeStatus;
+}
+
+void FakeCompressionSession::invalidate() { ++invalidations; }
+
+std::shared_ptr<FakeCompressionSession> FakeVideoEncoding::last() const {
+  return sessions.empty() ? nullptr : sessions.back();
+}
+
+StatusOr<std::shared_ptr<platform::CompressionSession>> FakeVideoEncoding::makeCompressionSession(
+    std::int32_t width, std::int32_t height, platform::CompressionOutputCallback callback) {
+  if (createStatus != 0) return createStatus;
+  auto session = std::make_shared<FakeCompressionSession>(
+      width, height, std::move(callback), queues_.makeSerialQueue("encoder callback"));
+  sessions.push_back(session);
+  if (onCreate) onCreate(*session);
+  return std::shared_ptr<platform::CompressionSession>{session};
+}
+
+std::string FakeVideoEncoding::describe(Status status) const {
+  return "encoder status " + std::to_string(status);
+}
+
+}  // namespace tessel::test

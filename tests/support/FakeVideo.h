@@ -1,0 +1,136 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/Queues.h"
+#include "platform/ScreenCapture.h"
+#include "platform/VideoEncoder.h"
+
+namespace tessel::test {
+
+/// A capture pipeline whose frames come from the test.
+class FakeCaptureSession final : public platform::CaptureSession {
+ public:
+  bool inputAccepted = true;
+  bool outputAccepted = true;
+  std::optional<platform::CaptureInput> input;
+  std::optional<platform::CaptureOutput> output;
+  bool running = false;
+  int starts = 0;
+  int stops = 0;
+
+  /// Hands a frame to the delegate on its queue; nothing happens while stopped.
+  void deliver(const platform::SampleBuffer& sampleBuffer);
+  /// A frame with a black picture of the output's size.
+  void deliverPicture();
+  /// Tells the delegate of a frame that came too late.
+  void drop();
+
+  bool canAddInput(const platform::CaptureInput&) override { return inputAccepted; }
+  void addInput(const platform::CaptureInput& added) override { input = added; }
+  bool canAddOutput(const platform::CaptureOutput&) override { return outputAccepted; }
+  void addOutput(const platform::CaptureOutput& added,
+                 const std::weak_ptr<platform::CaptureOutputDelegate>& delegate,
+                 const std::shared_ptr<platform::SerialQueue>& queue) override;
+  void startRunning() override;
+  void stopRunning() override;
+
+ private:
+  std::weak_ptr<platform::CaptureOutputDelegate> delegate_;
+  std::shared_ptr<platform::SerialQueue> queue_;
+};
+
+class FakeScreenCapture final : public platform::ScreenCapture {
+ public:
+  bool inputAccepted = true;
+  bool outputAccepted = true;
+  std::vector<std::shared_ptr<FakeCaptureSession>> sessions;
+
+  std::shared_ptr<FakeCaptureSession> last() const;
+  std::shared_ptr<platform::CaptureSession> makeCaptureSession() override;
+};
+
+/// Parameter sets given by the test.
+class FakeFormatDescription final : public platform::FormatDescription {
+ public:
+  platform::StatusOr<std::size_t> count = std::size_t{0};
+  std::vector<platform::StatusOr<Bytes>> sets;
+
+  platform::StatusOr<std::size_t> parameterSetCount() const override { return count; }
+  platform::StatusOr<std::span<const std::uint8_t>> parameterSet(std::size_t index) const override;
+};
+
+/// An encoded frame given by the test.
+class FakeEncodedSampleBuffer final : public platform::EncodedSampleBuffer {
+ public:
+  std::optional<bool> notSyncValue;
+  std::optional<FakeFormatDescription> format;
+  platform::StatusOr<Bytes> data = Bytes{};
+
+  std::optional<bool> notSync() const override { return notSyncValue; }
+  const platform::FormatDescription* formatDescription() const override {
+    return format ? &*format : nullptr;
+  }
+  platform::StatusOr<std::span<const std::uint8_t>> dataBuffer() const override;
+};
+
+/// An encoder that remembers what it was told. By default every frame comes out as one NAL unit of
+/// one byte, on the encoder's own queue.
+class FakeCompressionSession final : public platform::CompressionSession {
+ public:
+  FakeCompressionSession(std::int32_t width, std::int32_t height,
+                         platform::CompressionOutputCallback callback,
+                         std::shared_ptr<platform::SerialQueue> queue);
+
+  const std::int32_t width;
+  const std::int32_t height;
+  std::vector<std::string> calls;  ///< "AllowFrameReordering 0", ... in order
+  platform::StatusOr<bool> hardware = true;
+  platform::Status prepareStatus = 0;
+  platform::Status encodeStatus = 0;
+  bool automaticOutput = true;
+  std::vector<platform::PresentationTime> frames;
+  int invalidations = 0;
+
+  /// Calls the output callback on the encoder's queue.
+  void output(platform::Status status, std::uint32_t infoFlags,
+              std::shared_ptr<const FakeEncodedSampleBuffer> sampleBuffer);
+
+  void setAllowFrameReordering(bool allow) override;
+  void setRealTime(bool realTime) override;
+  void setExpectedFrameRate(int framesPerSecond) override;
+  platform::StatusOr<bool> usingHardwareAcceleratedVideoEncoder() const override;
+  platform::Status prepareToEncodeFrames() override;
+  platform::Status encodeFrame(const std::shared_ptr<const platform::PixelBuffer>& imageBuffer,
+                               platform::PresentationTime presentationTime) override;
+  void invalidate() override;
+
+ private:
+  // Shared with callbacks under way, which may outlive the session.
+  const std::shared_ptr<platform::CompressionOutputCallback> callback_;
+  const std::shared_ptr<platform::SerialQueue> queue_;
+};
+
+class FakeVideoEncoding final : public platform::VideoEncoding {
+ public:
+  explicit FakeVideoEncoding(platform::Queues& queues) : queues_{queues} {}
+
+  platform::Status createStatus = 0;
+  std::vector<std::shared_ptr<FakeCompressionSession>> sessions;
+  /// Called for every encoder made: a place to set what it answers.
+  std::function<void(FakeCompressionSession&)> onCreate;
+
+  std::shared_ptr<FakeCompressionSession> last() const;
+  platform::StatusOr<std::shared_ptr<platform::CompressionSession>> makeCompressionSession(
+      std::int32_t width, std::int32_t height,
+      platform::CompressionOutputCallback callback) override;
+  std::string describe(platform::Status status) const override;
+
+ private:
+  platform::Queues& queues_;
+};
+
+}  // namespace tessel::test

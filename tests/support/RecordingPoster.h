@@ -1,0 +1,29 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/EventPoster.h"
+
+namespace tessel::test {
+
+/// Makes posters that write down what they are asked to do, one line an operation:
+///
+///     create mouse 1 (10,20) button 0     post mouse 1 (10,20) button 0 click 1
+///     type 2                              field 1 = 2
+///     create wheel -3                     post wheel -3
+///     create key 0x0 down                 flags 0x20000
+///     post key 0x0 down flags 0x20000     release all
+class RecordingPosting final : public platform::EventPosting {
+ public:
+  std::vector<std::string> operations;
+  bool creationFails = false;
+
+  /// The lines that begin with "post".
+  std::vector<std::string> posts() const;
+
+  std::unique_ptr<platform::EventPoster> makeEventPoster() override;
+};
+
+}  // namespace tessel::test

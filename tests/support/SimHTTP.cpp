@@ -1,0 +1,68 @@
+#include "tests/support/SimHTTP.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace tessel::test {
+
+class SimURLSession final : public URLSession {
+ public:
+  SimURLSession(SimHTTP& http, platform::Clock::Duration timeout)
+      : http_{http}, timeout_{timeout}, queue_{http.queues_.makeSerialQueue("URL session")} {}
+
+  void dataTask(const URLRequest& request, Completion completion) override {
+    auto exchange = std::make_shared<SimExchange>();
+    exchange->request = request;
+    exchange->timeout = timeout_;
+    exchange->completion_ = std::move(completion);
+    exchange->queue_ = queue_;
+    exchange->timer_ = http_.queues_.makeTimer(
+        http_.queues_.makeSerialQueue("URL session time-out"), timeout_, timeout_,
+        [weak = std::weak_ptr{exchange}] {
+          if (const auto self = weak.lock()) {
+            self->fail({platform::kURLErrorDomain, 28, "The request timed out."});
+          }
+        });
+    exchange->timer_->resume();
+    http_.requests.push_back(exchange);
+    if (http_.onRequest) http_.onRequest(*exchange);
+  }
+
+ private:
+  SimHTTP& http_;
+  const platform::Clock::Duration timeout_;
+  const std::shared_ptr<platform::SerialQueue> queue_;
+};
+
+void SimExchange::respond(const std::string& body,
+                          const std::map<std::string, std::string>& headers, long status) {
+  URLResponse response;
+  response.statusCode = status;
+  for (auto [name, value] : headers) {
+    std::ranges::transform(name, name.begin(), [](unsigned char c) { return std::tolower(c); });
+    response.headers[name] = value;
+  }
+  finish(Bytes{body.begin(), body.end()}, std::move(response), std::nullopt);
+}
+
+void SimExchange::fail(const Error& error) { finish({}, {}, error); }
+
+void SimExchange::finish(Bytes body, URLResponse response, std::optional<Error> error) {
+  if (std::exchange(answered, true)) return;
+  timer_->cancel();
+  queue_->async([completion = std::exchange(completion_, nullptr), body = std::move(body),
+                 response = std::move(response),
+                 error = std::move(error)] { completion(body, response, error); });
+}
+
+std::shared_ptr<SimExchange> SimHTTP::last() const {
+  return requests.empty() ? nullptr : requests.back();
+}
+
+std::shared_ptr<URLSession> SimHTTP::makeSession(
+    std::optional<platform::Clock::Duration> requestTimeout) {
+  ++sessionsMade;
+  return std::make_shared<SimURLSession>(*this, requestTimeout.value_or(std::chrono::seconds{60}));
+}
+
+}  // namespace tessel::test

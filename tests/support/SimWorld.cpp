@@ -1,0 +1,99 @@
+#include "tests/support/SimWorld.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "tessel/Log.h"
+#include "tests/support/FakeXMLParser.h"
+
+namespace tessel::platform {
+
+// Logic tests link no real platform: outside a SimWorld there is none.
+Services makeServices() { return {}; }
+
+}  // namespace tessel::platform
+
+namespace tessel::test {
+namespace {
+
+platform::Services makeFakes() {
+  auto scheduler = std::make_shared<SimScheduler>();
+  platform::Services fakes;
+  fakes.clock = scheduler;
+  fakes.network = std::make_shared<SimNetwork>();
+  fakes.urlSessions = std::make_shared<SimHTTP>(*scheduler);
+  fakes.xml = std::make_shared<FakeXMLParser>();
+  fakes.files = std::make_shared<FakeFiles>();
+  fakes.userDefaults = std::make_shared<FakeUserDefaults>();
+  fakes.localization = std::make_shared<FakeLocalization>();
+  fakes.screens = std::make_shared<FakeScreens>();
+  fakes.screenCapture = std::make_shared<FakeScreenCapture>();
+  fakes.videoEncoding = std::make_shared<FakeVideoEncoding>(*scheduler);
+  fakes.eventPosting = std::make_shared<RecordingPosting>();
+  fakes.bluetooth = std::make_shared<FakeBluetooth>();
+  fakes.queues = std::move(scheduler);
+  return fakes;
+}
+
+// The services hold exactly what makeFakes() put there.
+template <typename Fake, typename Service>
+Fake& as(const std::shared_ptr<Service>& service) {
+  return static_cast<Fake&>(*service);
+}
+
+}  // namespace
+
+LogRecorder::LogRecorder() {
+  setLogSink([this](std::string_view line) {
+    const std::lock_guard lock{mutex_};
+    lines_.emplace_back(line);
+  });
+}
+
+LogRecorder::~LogRecorder() { setLogSink(nullptr); }
+
+std::vector<std::string> LogRecorder::lines() const {
+  const std::lock_guard lock{mutex_};
+  return lines_;
+}
+
+bool LogRecorder::has(std::string_view line) const { return count(line) > 0; }
+
+int LogRecorder::count(std::string_view line) const {
+  const std::lock_guard lock{mutex_};
+  return static_cast<int>(std::ranges::count(lines_, line));
+}
+
+std::vector<std::string> LogRecorder::startingWith(std::string_view prefix) const {
+  const std::lock_guard lock{mutex_};
+  std::vector<std::string> found;
+  std::ranges::copy_if(lines_, std::back_inserter(found),
+                       [prefix](const std::string& line) { return line.starts_with(prefix); });
+  return found;
+}
+
+void LogRecorder::clear() {
+  const std::lock_guard lock{mutex_};
+  lines_.clear();
+}
+
+SimWorld::SimWorld() : SimWorld{makeFakes()} {}
+
+SimWorld::~SimWorld() { scheduler.end(); }
+
+SimWorld::SimWorld(platform::Services fakes)
+    : scheduler{as<SimScheduler>(fakes.queues)},
+      network{as<SimNetwork>(fakes.network)},
+      http{as<SimHTTP>(fakes.urlSessions)},
+      files{as<FakeFiles>(fakes.files)},
+      userDefaults{as<FakeUserDefaults>(fakes.userDefaults)},
+      localization{as<FakeLocalization>(fakes.localization)},
+      screens{as<FakeScreens>(fakes.screens)},
+      capture{as<FakeScreenCapture>(fakes.screenCapture)},
+      encoding{as<FakeVideoEncoding>(fakes.videoEncoding)},
+      poster{as<RecordingPosting>(fakes.eventPosting)},
+      bluetooth{as<FakeBluetooth>(fakes.bluetooth)},
+      fakes_{std::move(fakes)},
+      scope_{fakes_} {}
+
+}  // namespace tessel::test
