@@ -1,6 +1,6 @@
 #include "tests/support/SimHTTP.h"
 
-#include <algorithm>
+#include <cctype>
 #include <utility>
 
 namespace tessel::test {
@@ -38,9 +38,10 @@ void SimExchange::respond(const std::string& body,
                           const std::map<std::string, std::string>& headers, long status) {
   URLResponse response;
   response.statusCode = status;
-  for (auto [name, value] : headers) {
-    std::ranges::transform(name, name.begin(), [](unsigned char c) { return std::tolower(c); });
-    response.headers[name] = value;
+  for (const auto& [name, value] : headers) {
+    std::string lower = name;
+    for (char& c : lower) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    response.headers[lower] = value;
   }
   finish(Bytes{body.begin(), body.end()}, std::move(response), std::nullopt);
 }
