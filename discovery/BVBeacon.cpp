@@ -1,0 +1,212 @@
+#include "tessel/BVBeacon.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+
+#include "platform/ByteOrder.h"
+#include "platform/Services.h"
+
+namespace tessel {
+namespace {
+
+constexpr std::size_t kAdvertisementSize = 25;
+constexpr std::size_t kPayloadSize = 21;
+constexpr std::uint16_t kCompany = 0x004C;
+constexpr std::uint8_t kBeaconType = 0x02;
+constexpr std::uint8_t kRemainingLength = 0x15;
+
+// Where the text form of a UUID has a hyphen before the byte of this index.
+constexpr bool hyphenBefore(std::size_t byte) {
+  return byte == 4 || byte == 6 || byte == 8 || byte == 10;
+}
+
+std::optional<std::uint8_t> hexDigit(char c) {
+  if (c >= '0' && c <= '9') return static_cast<std::uint8_t>(c - '0');
+  if (c >= 'a' && c <= 'f') return static_cast<std::uint8_t>(c - 'a' + 10);
+  if (c >= 'A' && c <= 'F') return static_cast<std::uint8_t>(c - 'A' + 10);
+  return std::nullopt;
+}
+
+}  // namespace
+
+const std::string BVBeaconAdvertismentManufacturerDataKey = "kCBAdvDataAppleBeaconKey";
+
+std::string UUID::string() const {
+  static constexpr char kDigits[] = "0123456789ABCDEF";
+  std::string text;
+  for (std::size_t i = 0; i < bytes.size(); ++i) {
+    if (hyphenBefore(i)) text += '-';
+    text += kDigits[bytes[i] >> 4];
+    text += kDigits[bytes[i] & 0x0F];
+  }
+  return text;
+}
+
+std::optional<UUID> UUID::fromString(const std::string& text) {
+  constexpr std::size_t kTextSize = 36;
+  if (text.size() != kTextSize) return std::nullopt;
+  UUID uuid;
+  std::size_t at = 0;
+  for (std::size_t i = 0; i < uuid.bytes.size(); ++i) {
+    if (hyphenBefore(i) && text[at++] != '-') return std::nullopt;
+    const auto high = hexDigit(text[at++]);
+    const auto low = hexDigit(text[at++]);
+    if (!high || !low) return std::nullopt;
+    uuid.bytes[i] = static_cast<std::uint8_t>(*high << 4 | *low);
+  }
+  return uuid;
+}
+
+BVBeacon::BVBeacon(const UUID& proximityUUID, std::uint16_t major, std::uint16_t minor,
+                   std::int16_t measuredPower)
+    : proximityUUID_{proximityUUID},
+      major_{major},
+      minor_{minor},
+      measuredPower_{measuredPower},
+      lastUpdated_{platform::services().clock->now()} {}
+
+std::shared_ptr<BVBeacon> BVBeacon::initWithProximityUUID(const UUID& proximityUUID,
+                                                          std::uint16_t major, std::uint16_t minor,
+                                                          std::int16_t measuredPower) {
+  return std::shared_ptr<BVBeacon>(new BVBeacon(proximityUUID, major, minor, measuredPower));
+}
+
+//  at  size  field             value
+//   0     2  company           0x004C, little-endian
+//   2     1  type              0x02
+//   3     1  remaining length  0x15
+//   4    16  proximity UUID
+//  20     2  major             big-endian
+//  22     2  minor             big-endian
+//  24     1  measured power    signed
+std::shared_ptr<BVBeacon> BVBeacon::beaconWithManufacturerAdvertisementData(
+    std::span<const std::uint8_t> data) {
+  if (data.size() != kAdvertisementSize) return nullptr;
+  const auto record = data.first<kAdvertisementSize>();
+  if (platform::getLittleEndian<0, std::uint16_t>(record) != kCompany) return nullptr;
+  if (record[2] != kBeaconType || record[3] != kRemainingLength) return nullptr;
+  UUID uuid;
+  std::copy_n(record.begin() + 4, uuid.bytes.size(), uuid.bytes.begin());
+  const auto major = platform::getBigEndian<20, std::uint16_t>(record);
+  const auto minor = platform::getBigEndian<22, std::uint16_t>(record);
+  return initWithProximityUUID(uuid, major, minor, static_cast<std::int8_t>(record[24]));
+}
+
+std::shared_ptr<BVBeacon> BVBeacon::beaconWithAdvertismentDataDictionary(
+    const AdvertisementDictionary& dictionary) {
+  const auto entry = dictionary.find(CBAdvertisementDataManufacturerDataKey);
+  if (entry == dictionary.end()) return nullptr;
+  return beaconWithManufacturerAdvertisementData(entry->second);
+}
+
+//  at  size  field           value
+//   0    16  proximity UUID
+//  16     2  major           big-endian
+//  18     2  minor           big-endian
+//  20     1  measured power  its low 8 bits
+Bytes BVBeacon::manufacturerAdvertismentData() const {
+  std::array<std::uint8_t, kPayloadSize> record{};
+  const std::span<std::uint8_t, kPayloadSize> fields{record};
+  std::copy(proximityUUID_.bytes.begin(), proximityUUID_.bytes.end(), record.begin());
+  platform::putBigEndian<16>(fields, major_);
+  platform::putBigEndian<18>(fields, minor_);
+  record[20] = static_cast<std::uint8_t>(measuredPower());
+  return {record.begin(), record.end()};
+}
+
+AdvertisementDictionary BVBeacon::advertismentDictionary() const {
+  return {{BVBeaconAdvertismentManufacturerDataKey, manufacturerAdvertismentData()}};
+}
+
+bool BVBeacon::isEqualToBeacon(const BVBeacon& other) const {
+  return proximityUUID_ == other.proximityUUID_ && major_ == other.major_ && minor_ == other.minor_;
+}
+
+bool BVBeacon::isEqualTo(const std::shared_ptr<const BVBeacon>& other) const {
+  return other && isEqualToBeacon(*other);
+}
+
+std::string BVBeacon::description() const {
+  std::array<char, 128> text{};
+  std::snprintf(text.data(), text.size(), "<%s: %p, UUID: %s, major: %u, minor: %u>", "BVBeacon",
+                static_cast<const void*>(this), proximityUUID_.string().c_str(), major_, minor_);
+  return text.data();
+}
+
+std::shared_ptr<BVBeacon> BVBeacon::copy() const {
+  const auto copy = initWithProximityUUID(proximityUUID_, major_, minor_, measuredPower());
+  copy->setLastUpdated(lastUpdated());
+  copy->setRSSI(RSSI());
+  return copy;
+}
+
+UUID BVBeacon::proximityUUID() const { return proximityUUID_; }
+
+std::uint16_t BVBeacon::major() const { return major_; }
+
+std::uint16_t BVBeacon::minor() const { return minor_; }
+
+std::int16_t BVBeacon::measuredPower() const {
+  const std::lock_guard lock{mutex_};
+  return measuredPower_;
+}
+
+void BVBeacon::setMeasuredPower(std::int16_t measuredPower) {
+  const std::lock_guard lock{mutex_};
+  measuredPower_ = measuredPower;
+}
+
+std::optional<int> BVBeacon::RSSI() const {
+  const std::lock_guard lock{mutex_};
+  return rssi_;
+}
+
+void BVBeacon::setRSSI(std::optional<int> RSSI) {
+  const std::lock_guard lock{mutex_};
+  rssi_ = RSSI;
+}
+
+Date BVBeacon::lastUpdated() const {
+  const std::lock_guard lock{mutex_};
+  return lastUpdated_;
+}
+
+void BVBeacon::setLastUpdated(Date lastUpdated) {
+  const std::lock_guard lock{mutex_};
+  lastUpdated_ = lastUpdated;
+}
+
+std::optional<std::string> BVBeacon::IPAddr() const {
+  const std::lock_guard lock{mutex_};
+  return ipAddr_;
+}
+
+void BVBeacon::setIPAddr(const std::optional<std::string>& IPAddr) {
+  const std::lock_guard lock{mutex_};
+  ipAddr_ = IPAddr;
+}
+
+std::optional<std::string> BVBeacon::friendlyName() const {
+  const std::lock_guard lock{mutex_};
+  return friendlyName_;
+}
+
+void BVBeacon::setFriendlyName(const std::optional<std::string>& friendlyName) {
+  const std::lock_guard lock{mutex_};
+  friendlyName_ = friendlyName;
+}
+
+std::optional<Date> BVBeacon::lastGetFriendlyName() const {
+  const std::lock_guard lock{mutex_};
+  return lastGetFriendlyName_;
+}
+
+void BVBeacon::setLastGetFriendlyName(std::optional<Date> lastGetFriendlyName) {
+  const std::lock_guard lock{mutex_};
+  lastGetFriendlyName_ = lastGetFriendlyName;
+}
+
+std::optional<std::string> BVBeacon::keyValue() const { return std::nullopt; }
+
+}  // namespace tessel

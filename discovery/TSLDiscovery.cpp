@@ -1,0 +1,235 @@
+#include "tessel/TSLDiscovery.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <mutex>
+#include <string>
+#include <utility>
+
+#include "discovery/deviceParser.h"
+#include "platform/IntervalSignal.h"
+#include "platform/Log.h"
+#include "platform/Services.h"
+#include "tessel/BVBeaconScanner.h"
+
+namespace tessel {
+namespace {
+
+using std::chrono_literals::operator""s;
+
+constexpr auto kHousekeepingPeriod = 2s;
+constexpr auto kExpiryAge = 15s;
+constexpr auto kNameRefreshAge = 60s;
+
+// The four octets of a hub's address: the major carries the first two, the minor the last two,
+// each high byte first.
+std::string addressText(long major, long minor) {
+  std::array<char, sizeof "255.255.255.255"> text{};
+  std::snprintf(text.data(), text.size(), "%ld.%ld.%ld.%ld", major >> 8 & 0xFF, major & 0xFF,
+                minor >> 8 & 0xFF, minor & 0xFF);
+  return text.data();
+}
+
+// Whether no octet is zero.
+bool isValidAddress(long major, long minor) {
+  const auto bothOctets = [](long value) {
+    return value >= 256 && value <= 65535 && (value & 0xFF) != 0;
+  };
+  return bothOctets(major) && bothOctets(minor);
+}
+
+std::string deviceDetailsURL(const std::string& address) {
+  return "http://" + address + ":55555/device-details.xml";
+}
+
+std::optional<std::string> friendlyNameIn(const Bytes& document) {
+  const auto parser = deviceParser::initWithTarget("friendlyName");
+  platform::services().xml->parse(document, *parser);
+  return parser->result();
+}
+
+}  // namespace
+
+const UUID TSLHubProximityUUID{{0x7D, 0x1E, 0x4B, 0x9A, 0x2C, 0x63, 0x4F, 0x08, 0xA5, 0xB7, 0x91,
+                                0xE0, 0xC4, 0xD2, 0xF8, 0x6B}};
+
+// The list and who watches it. The list changes on the main queue only; any thread may take a
+// snapshot. Observers are called with no lock held.
+struct TSLDiscovery::State {
+  std::shared_ptr<Signal<std::shared_ptr<BVBeacon>>> beaconSignal;
+  std::shared_ptr<Signal<Date>> housekeepingSignal;
+  mutable std::mutex mutex;  // guards both members below
+  std::vector<std::shared_ptr<BVBeacon>> beacons;
+  std::vector<Observer> observers;
+
+  void notify(const BeaconListChange& change) const {
+    std::vector<Observer> current;
+    {
+      const std::lock_guard lock{mutex};
+      current = observers;
+    }
+    for (const auto& observer : current) observer(change);
+  }
+
+  // Tells that the entry that is this very beacon has changed; one that is not listed has no
+  // observer.
+  void notifyUpdate(const std::shared_ptr<BVBeacon>& beacon) const {
+    std::size_t index = 0;
+    {
+      const std::lock_guard lock{mutex};
+      const auto entry = std::find(beacons.begin(), beacons.end(), beacon);
+      if (entry == beacons.end()) return;
+      index = static_cast<std::size_t>(entry - beacons.begin());
+    }
+    notify({BeaconListChange::Kind::update, index, beacon});
+  }
+};
+
+TSLDiscovery::TSLDiscovery() : state_{std::make_unique<State>()} {}
+
+TSLDiscovery::~TSLDiscovery() = default;
+
+std::shared_ptr<TSLDiscovery> TSLDiscovery::init() {
+  std::shared_ptr<TSLDiscovery> discovery{new TSLDiscovery};
+  discovery->subscribe();
+  return discovery;
+}
+
+void TSLDiscovery::subscribe() {
+  const auto mainQueue = platform::services().queues->mainQueue();
+  const std::weak_ptr<TSLDiscovery> weak = weak_from_this();
+
+  state_->beaconSignal = BVBeaconScanner::sharedBeaconScanner()->beaconSignal()->filter(
+      [](const std::shared_ptr<BVBeacon>& beacon) {
+        return beacon->proximityUUID() == TSLHubProximityUUID;
+      });
+  state_->beaconSignal->deliverOn(mainQueue)->subscribeNext(
+      [weak](const std::shared_ptr<BVBeacon>& beacon) {
+        if (const auto self = weak.lock()) self->heard(beacon);
+      });
+
+  state_->housekeepingSignal = platform::intervalSignal(mainQueue, kHousekeepingPeriod);
+  state_->housekeepingSignal->subscribeNext([weak](const Date& tick) {
+    if (const auto self = weak.lock()) self->removeSilent(tick);
+  });
+}
+
+std::vector<std::shared_ptr<BVBeacon>> TSLDiscovery::beacons() const {
+  const std::lock_guard lock{state_->mutex};
+  return state_->beacons;
+}
+
+void TSLDiscovery::observeBeacons(Observer observer) {
+  const std::lock_guard lock{state_->mutex};
+  state_->observers.push_back(std::move(observer));
+}
+
+std::shared_ptr<Signal<std::shared_ptr<BVBeacon>>> TSLDiscovery::beaconSignal() const {
+  return state_->beaconSignal;
+}
+
+std::shared_ptr<Signal<Date>> TSLDiscovery::housekeepingSignal() const {
+  return state_->housekeepingSignal;
+}
+
+std::int64_t TSLDiscovery::rowForBeacon(const std::shared_ptr<BVBeacon>& beacon) const {
+  if (!beacon) return kNotFound;
+  const std::lock_guard lock{state_->mutex};
+  const auto entry =
+      std::find_if(state_->beacons.begin(), state_->beacons.end(), [&beacon](const auto& listed) {
+        return listed->major() == beacon->major() && listed->minor() == beacon->minor();
+      });
+  return entry == state_->beacons.end() ? kNotFound : entry - state_->beacons.begin();
+}
+
+void TSLDiscovery::insertObjectInBeaconsAtIndex(const std::shared_ptr<BVBeacon>& beacon,
+                                                std::size_t index) {
+  {
+    const std::lock_guard lock{state_->mutex};
+    if (index > state_->beacons.size()) return;
+    state_->beacons.insert(state_->beacons.begin() + static_cast<std::ptrdiff_t>(index), beacon);
+  }
+  state_->notify({BeaconListChange::Kind::insertion, index, beacon});
+}
+
+void TSLDiscovery::removeObjectFromBeaconsAtIndex(std::size_t index) {
+  std::shared_ptr<BVBeacon> removed;
+  {
+    const std::lock_guard lock{state_->mutex};
+    if (index >= state_->beacons.size()) return;
+    const auto entry = state_->beacons.begin() + static_cast<std::ptrdiff_t>(index);
+    removed = *entry;
+    state_->beacons.erase(entry);
+  }
+  state_->notify({BeaconListChange::Kind::removal, index, removed});
+}
+
+void TSLDiscovery::addBeaconsObject(const std::shared_ptr<BVBeacon>& beacon) {
+  updateFriendlyNameForBeacon(beacon);
+  insertObjectInBeaconsAtIndex(beacon, beacons().size());
+}
+
+void TSLDiscovery::updateFriendlyNameForBeacon(const std::shared_ptr<BVBeacon>& beacon) {
+  if (beacon) beacon->setLastUpdated(platform::services().clock->now());
+  friendlyNameForBeacon(beacon);
+}
+
+void TSLDiscovery::friendlyNameForBeacon(const std::shared_ptr<BVBeacon>& beacon) {
+  if (!beacon) return;
+  const long major = beacon->major();
+  const long minor = beacon->minor();
+  const std::string address = addressText(major, minor);
+  if (!isValidAddress(major, minor)) {
+    platform::log("Invalid IP address. iBeacon major:%ld minor:%ld, translated IP addr:%s", major,
+                  minor, address.c_str());
+    return;
+  }
+  beacon->setIPAddr(address);
+  const auto& services = platform::services();
+  services.urlSessions->makeSession(std::nullopt)
+      ->dataTask({.url = deviceDetailsURL(address)},
+                 [weak = weak_from_this(), beacon](const Bytes& body, const URLResponse& /*answer*/,
+                                                   const std::optional<Error>& error) {
+                   if (error) return;
+                   const auto name = friendlyNameIn(body);
+                   beacon->setLastGetFriendlyName(platform::services().clock->now());
+                   beacon->setFriendlyName(name);
+                   // The list's observers are called on the main queue, wherever answers come.
+                   platform::services().queues->mainQueue()->async([weak, beacon] {
+                     if (const auto self = weak.lock()) self->state_->notifyUpdate(beacon);
+                   });
+                 });
+}
+
+void TSLDiscovery::heard(const std::shared_ptr<BVBeacon>& beacon) {
+  const std::int64_t row = rowForBeacon(beacon);
+  if (row == kNotFound) {
+    addBeaconsObject(beacon);
+    return;
+  }
+  const auto entry = beacons()[static_cast<std::size_t>(row)];
+  entry->setMeasuredPower(beacon->measuredPower());
+  entry->setRSSI(beacon->RSSI());
+  entry->setLastUpdated(beacon->lastUpdated());
+  const auto fetched = entry->lastGetFriendlyName();
+  if (!entry->friendlyName() || !fetched ||
+      platform::services().clock->now() - *fetched >= kNameRefreshAge) {
+    updateFriendlyNameForBeacon(entry);
+  }
+  state_->notifyUpdate(entry);
+}
+
+void TSLDiscovery::removeSilent(Date tick) {
+  for (const auto& silent : beacons()) {
+    if (tick - silent->lastUpdated() <= kExpiryAge) continue;
+    const auto live = beacons();
+    const auto entry = std::find_if(live.begin(), live.end(), [&silent](const auto& listed) {
+      return listed->isEqualToBeacon(*silent);
+    });
+    if (entry == live.end()) continue;
+    removeObjectFromBeaconsAtIndex(static_cast<std::size_t>(entry - live.begin()));
+  }
+}
+
+}  // namespace tessel

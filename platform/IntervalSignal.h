@@ -1,0 +1,16 @@
+#pragma once
+
+#include <memory>
+
+#include "platform/Queues.h"
+#include "tessel/Signal.h"
+#include "tessel/Types.h"
+
+namespace tessel::platform {
+
+/// A signal that sends the date on `queue`, every `period` counted from each subscription. It
+/// ticks for as long as it is held. Any thread.
+std::shared_ptr<Signal<Date>> intervalSignal(const std::shared_ptr<SerialQueue>& queue,
+                                             Clock::Duration period);
+
+}  // namespace tessel::platform
