@@ -1,0 +1,129 @@
+#include "apps/tessel/Cast.h"
+
+#include <chrono>
+#include <iostream>
+#include <memory>
+#include <string>
+
+#include "apps/tessel/CastReport.h"
+#include "tessel/TSLSession.h"
+
+namespace tessel::apps {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto kTick = 250ms;
+// A hub that answers the mouse handshake wrongly leaves the connect waiting for ever.
+constexpr auto kPatience = 10s;
+
+/// One run of `tessel cast`. Lives on the loop's thread; the session calls it there too.
+class Caster : public TSLSessionDelegate {
+ public:
+  Caster(EventLoop& loop, const CastOptions& options)
+      : loop_{loop},
+        options_{options},
+        report_{options.host, options.json, options.stats},
+        session_{TSLSession::initWithHostName(options.host, options.displayMode)} {}
+
+  int run(const std::shared_ptr<Caster>& self) {
+    session_->setDelegate(self, OperationQueue::mainQueue());
+    loop_.onInterrupt([this] { end(); });
+    loop_.every(kTick, [this] { tick(); });
+    session_->connect();
+    loop_.run();
+    loop_.onInterrupt(nullptr);
+    return exitCode_;
+  }
+
+  void didChangeState(const std::shared_ptr<TSLSession>&, std::int64_t state) override {
+    report_.state(state);
+    if (state == TSLSessionStateConnected) {
+      connectedAt_ = std::chrono::steady_clock::now();
+      report_.connected(session_->sessionConfig()->sessionSize());
+    } else if (state == TSLSessionStateDisconnected && ending_) {
+      loop_.stop();
+    }
+  }
+
+  void connectionFailedWithError(const std::shared_ptr<TSLSession>&, const Error& error) override {
+    report_.failed(error);
+    exitCode_ = 1;
+    loop_.stop();
+  }
+
+ private:
+  void tick() {
+    const auto now = std::chrono::steady_clock::now();
+    if (session_->state() == TSLSessionStateConnecting) return waitForConnection(now);
+    if (!connectedAt_) return;
+    if (options_.duration && now - *connectedAt_ >= Seconds{*options_.duration}) return end();
+    const int seconds = secondsCasting();
+    if (seconds <= lastReport_) return;
+    lastReport_ = seconds;
+    last_ = session_->statistics();
+    report_.casting(seconds, last_);
+  }
+
+  void waitForConnection(std::chrono::steady_clock::time_point now) {
+    const std::string step = currentStep();
+    report_.connecting(step);
+    if (step != step_) {
+      step_ = step;
+      stepBegan_ = now;
+    } else if (step == kMouseStep && now - stepBegan_ >= kPatience && !warned_) {
+      warned_ = true;
+      report_.notice(
+          "The hub's answer was not understood. Still waiting; press Ctrl-C to give up.");
+    }
+  }
+
+  std::string currentStep() const {
+    if (!session_->applicationURL()) return "asking the hub for its details";
+    if (session_->keyBoardConnection()) return "opening the keyboard channel";
+    if (session_->mouseConnection()) return kMouseStep;
+    return "starting the receiver on the hub";
+  }
+
+  void end() {
+    if (ending_) return loop_.stop();  // asked twice: do not wait for the session
+    ending_ = true;
+    last_ = session_->statistics();
+    const bool idle = session_->state() == TSLSessionStateDisconnected;
+    session_->disconnect();
+    if (connectedAt_) report_.ended(secondsCasting(), last_);
+    if (idle) loop_.stop();
+  }
+
+  int secondsCasting() const {
+    return static_cast<int>((std::chrono::steady_clock::now() - *connectedAt_) / 1s);
+  }
+
+  static constexpr const char* kMouseStep = "opening the mouse channel";
+
+  EventLoop& loop_;
+  const CastOptions& options_;
+  CastReport report_;
+  const std::shared_ptr<TSLSession> session_;
+  std::optional<std::chrono::steady_clock::time_point> connectedAt_;
+  std::string step_;
+  std::chrono::steady_clock::time_point stepBegan_;
+  bool warned_ = false;
+  bool ending_ = false;
+  int lastReport_ = 0;
+  int exitCode_ = 0;
+  TSLSessionStatistics last_;
+};
+
+}  // namespace
+
+int runCast(EventLoop& loop, const CastOptions& options) {
+  if (const auto error = selectScreenSource(options.screen, options.patternSize)) {
+    std::cerr << error->localizedDescription << std::endl;
+    return 1;
+  }
+  const auto caster = std::make_shared<Caster>(loop, options);
+  return caster->run(caster);
+}
+
+}  // namespace tessel::apps

@@ -1,0 +1,40 @@
+#include "apps/tessel/Doctor.h"
+
+#include <algorithm>
+#include <iomanip>
+#include <iostream>
+#include <nlohmann/json.hpp>
+
+#include "tessel/Diagnostics.h"
+
+namespace tessel::apps {
+namespace {
+
+void show(const Finding& finding) {
+  std::cout << (finding.usable ? "ok    " : "NO    ") << std::left << std::setw(15) << finding.area
+            << finding.sentence << "\n";
+  if (!finding.advice.empty()) std::cout << std::string(21, ' ') << finding.advice << "\n";
+}
+
+void showJson(const Finding& finding) {
+  const nlohmann::ordered_json object{{"event", "finding"},
+                                      {"area", finding.area},
+                                      {"usable", finding.usable},
+                                      {"description", finding.sentence},
+                                      {"advice", finding.advice}};
+  std::cout << object.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) << "\n";
+}
+
+}  // namespace
+
+int runDoctor(bool json) {
+  const auto findings = diagnose();
+  for (const Finding& finding : findings) json ? showJson(finding) : show(finding);
+  std::cout.flush();
+  const bool castable = std::ranges::all_of(findings, [](const Finding& finding) {
+    return finding.usable || (finding.area != "screen" && finding.area != "encoder");
+  });
+  return castable ? 0 : 1;
+}
+
+}  // namespace tessel::apps

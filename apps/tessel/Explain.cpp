@@ -1,0 +1,50 @@
+#include "apps/tessel/Explain.h"
+
+namespace tessel::apps {
+namespace {
+
+std::string explainOwn(const Error& error, const std::string& host) {
+  switch (error.code) {
+    case 2:
+      return "No hub was named: give its address, --name or --first.";
+    case 3:
+      return error.localizedDescription.empty()
+                 ? "A channel to the hub at " + host +
+                       " could not be opened: check that no firewall blocks its ports 1494 and "
+                       "8500, then try again."
+                 : error.localizedDescription + " Check that the hub at " + host +
+                       " is still on, then cast again.";
+    case 5:
+      return "Connecting was cancelled.";
+    case 6:
+      return "The device at " + host +
+             " answered, but not as a hub does: check that the address is a hub's.";
+    case 7:
+      return "The hub at " + host +
+             " did not get ready to show the picture within 5 seconds: try again, and restart the "
+             "hub if that does not help.";
+    case 9:
+      return error.localizedDescription + " Wait until its present session has ended, or pick " +
+             "another hub.";
+    default:
+      return "The hub at " + host + " ended the session (code " + std::to_string(error.code) +
+             "): try again.";
+  }
+}
+
+}  // namespace
+
+std::string explain(const Error& error, const std::string& host) {
+  if (error.domain == TSLErrorDomain) return explainOwn(error, host);
+  std::string reason = error.localizedDescription;
+  while (reason.ends_with('.')) reason.pop_back();
+  if (reason.empty()) reason = "error " + std::to_string(error.code) + " of " + error.domain;
+  if (error.domain == "AVFoundationErrorDomain" || error.domain == "NSOSStatusErrorDomain") {
+    return "This machine's screen cannot be cast (" + reason +
+           "): run \"tessel doctor\" to see what is missing.";
+  }
+  return "The hub at " + host + " cannot be reached (" + reason +
+         "): check the address, and that this computer is in the hub's network.";
+}
+
+}  // namespace tessel::apps
