@@ -163,11 +163,9 @@ class TESSEL_EXPORT TSLSession : public XMLParserDelegate,
  private:
   TSLSession(const std::optional<std::string>& hostName, std::int64_t displayMode);
 
-  void startDisplayConnection();
-  void startMouseConnection();
-  void startKeyBoardConnection();
-  void finishConnecting();
-  void abortConnecting(const Error& error);
+  bool moveState(std::int64_t from, std::int64_t to);
+  void tellState(std::int64_t state);
+  void stopChannels();
 
   struct Fields;
   std::unique_ptr<Fields> fields_;
