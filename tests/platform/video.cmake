@@ -1,0 +1,4 @@
+tessel_tests(video_tests
+  SOURCES TestPatternTest.cpp
+  LINK tessel_logic tessel_platform_linux
+  LABELS platform)
