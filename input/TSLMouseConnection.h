@@ -74,13 +74,12 @@ class TSLMouseConnection : public std::enable_shared_from_this<TSLMouseConnectio
 
  private:
   void tick();
-  void stateChanged(platform::ConnectionState state, const Completion& completion);
+  bool sendOpening();
   void receivedCursorReply(const platform::Received& received, const Completion& completion);
   void receivedCaptureReply(const platform::Received& received, const Completion& completion);
   void receivedMouseEvent(const platform::Received& received,
                           const std::shared_ptr<platform::NetworkConnection>& connection);
   bool receiveEnded(const platform::Received& received);
-  void releaseAll();
   Point cursorInSession(Size sessionSize) const;
 
   const std::weak_ptr<TSLSession> hub_;

@@ -51,8 +51,8 @@ struct KeyboardEvent {
   bool operator==(const KeyboardEvent&) const = default;
 };
 
-/// Makes the events of one channel and posts them to the desktop. One queue; `releaseAll` also
-/// from any thread.
+/// Makes the events of one channel and posts them to the desktop. One queue; `releaseAll` and
+/// `close` also from any thread.
 ///
 /// What it has pressed it releases: in `releaseAll`, and at the latest when it is dropped.
 class EventPoster {
@@ -76,11 +76,15 @@ class EventPoster {
 
   /// Releases every key and button that this poster has pressed and not released.
   virtual void releaseAll() = 0;
+
+  /// The same for good: an event that another thread is about to post is not posted any more.
+  virtual void close() { releaseAll(); }
 };
 
 class EventPosting {
  public:
   virtual ~EventPosting() = default;
+  /// Never null: where there is no desktop the poster makes no events.
   virtual std::unique_ptr<EventPoster> makeEventPoster() = 0;
 };
 

@@ -1,0 +1,183 @@
+#include "input/TSLKeyBoardSimulator.h"
+
+#include <span>
+
+#include "input/KeyMaps.h"
+#include "platform/Log.h"
+#include "platform/Services.h"
+
+namespace tessel {
+
+using platform::log;
+using platform::logPrivate;
+using platform::services;
+
+namespace {
+
+// Keyboard record: 8 bytes, little-endian.
+//   at  size  field         value
+//    0     4  cmd           8
+//    4     1  eventType     0
+//    5     1  key flag      0 to 3, below
+//    6     2  hub key code  signed; the key flag selects its table
+constexpr std::uint64_t kHeaderMask = 0xFF'FFFF'FFFF;  // cmd and eventType
+constexpr std::uint32_t kCmd = 8;
+constexpr std::uint32_t kEventType = 0;
+
+constexpr std::uint8_t KEY_DOWN_FLAG = 0;
+constexpr std::uint8_t KEY_UP_FLAG = 1;
+constexpr std::uint8_t SPECIAL_KEY_DOWN_FLAG = 2;
+constexpr std::uint8_t SPECIAL_KEY_UP_FLAG = 3;
+
+constexpr std::uint64_t kCapsLock = 0x10000;
+constexpr std::uint64_t kShift = 0x20000;
+constexpr std::uint64_t kControl = 0x40000;
+constexpr std::uint64_t kOption = 0x80000;
+constexpr std::uint64_t kCommand = 0x100000;
+constexpr std::uint64_t kNumLock = 0x200000;  // on exactly while its key is held
+
+// The bit of a special key that is a modifier; 0 for any other. Left and right share one bit.
+std::uint64_t modifierBit(std::int16_t hubCode) {
+  switch (hubCode) {
+    case 4:
+    case 51:
+      return kControl;
+    case 5:
+    case 6:
+      return kShift;
+    case 8:
+    case 53:
+      return kOption;
+    case 10:
+      return kCapsLock;
+    case 37:
+      return kNumLock;
+    case 64:
+    case 65:
+      return kCommand;
+    default:
+      return 0;
+  }
+}
+
+std::uint16_t lookUp(std::span<const std::uint16_t> map, std::int16_t code, int lastAccepted) {
+  if (code < 0 || code > lastAccepted) return kInvalidVirtualKey;
+  const auto index = static_cast<std::size_t>(code);
+  return index < map.size() ? map[index] : kInvalidVirtualKey;
+}
+
+}  // namespace
+
+std::shared_ptr<TSLKeyBoardSimulator> TSLKeyBoardSimulator::init() {
+  return std::shared_ptr<TSLKeyBoardSimulator>(new TSLKeyBoardSimulator);
+}
+
+TSLKeyBoardSimulator::TSLKeyBoardSimulator() : poster_{services().eventPosting->makeEventPoster()} {
+  log("%s/%d: TSLKeyBoardSimulator init", "-[TSLKeyBoardSimulator init]", __LINE__);
+}
+
+TSLKeyBoardSimulator::~TSLKeyBoardSimulator() {
+  log("%s/%d: TSLKeyBoardSimulator dealloc\n", "-[TSLKeyBoardSimulator dealloc]", __LINE__);
+}
+
+void TSLKeyBoardSimulator::simulateKeyBoardEvent(std::uint64_t record) {
+  static constexpr const char* kName = "-[TSLKeyBoardSimulator simulateKeyBoardEvent:]";
+  log("%s: ENTER", kName);
+  if ((record & kHeaderMask) != kCmd) {
+    log("%s/%d:cmd=0x%x, eventType=0x%x, are not 0x%x & 0x%x", kName, __LINE__,
+        static_cast<std::uint32_t>(record), static_cast<unsigned>(record >> 32 & 0xFF), kCmd,
+        kEventType);
+    return;
+  }
+  keyCodeFromHub_ = static_cast<std::int16_t>(static_cast<std::uint16_t>(record >> 48));
+  const auto keyFlag = static_cast<std::uint8_t>(record >> 40);
+  switch (keyFlag) {
+    case KEY_DOWN_FLAG:
+      log("%s/%d: KEY_DOWN_FLAG", kName, __LINE__);
+      simulateNormalKey(true);
+      break;
+    case KEY_UP_FLAG:
+      log("%s/%d: KEY_UP_FLAG", kName, __LINE__);
+      simulateNormalKey(false);
+      break;
+    case SPECIAL_KEY_DOWN_FLAG:
+      log("%s/%d: SPECIAL_KEY_DOWN_FLAG", kName, __LINE__);
+      simulateSpecialKey(true);
+      break;
+    case SPECIAL_KEY_UP_FLAG:
+      log("%s/%d: SPECIAL_KEY_UP_FLAG", kName, __LINE__);
+      simulateSpecialKey(false);
+      break;
+    default:
+      log("%s/%d: unknown command: 0x%x", kName, __LINE__, keyFlag);
+  }
+}
+
+std::uint16_t TSLKeyBoardSimulator::getVirtualKey() {
+  return virtualKey_ = lookUp(keyCodeToVirtualKeyMap, keyCodeFromHub_, 127);
+}
+
+std::uint16_t TSLKeyBoardSimulator::getSpecialVirtualKey() {
+  return virtualKey_ = lookUp(specialKeyCodeToVirtualKeyMap, keyCodeFromHub_, 79);
+}
+
+// Accepts one code more than the map has rows: 80, which is no key.
+std::uint16_t TSLKeyBoardSimulator::getSpecialVirtualKeyWhenNumLock() {
+  return virtualKey_ = lookUp(specialKeyCodeToVirtualKeyMap_NumLock, keyCodeFromHub_, 80);
+}
+
+void TSLKeyBoardSimulator::simulateNormalKey(bool keyDown) {
+  static constexpr const char* kName = "-[TSLKeyBoardSimulator simulateNormalKey:]";
+  if (getVirtualKey() == kInvalidVirtualKey) {
+    logPrivate("%s/%d: keycode 0x%x from hub maps to invalid virtual key", kName, __LINE__,
+               static_cast<unsigned>(int{keyCodeFromHub_}));
+    return;
+  }
+  logPrivate("%s/%d: self.keyCodeFromHub=0x%x, self.virtualKey=0x%x, self.eventFlag=0x%llx,", kName,
+             __LINE__, static_cast<unsigned>(int{keyCodeFromHub_}), virtualKey_,
+             static_cast<unsigned long long>(eventFlag_));
+  auto event = poster_->createKeyboardEvent(virtualKey_, keyDown);
+  if (!event) {
+    log("%s/%d: CGEventCreateKeyboardEvent failed.", kName, __LINE__);
+    return;
+  }
+  logPrivate("%s/%d: rcv normal key self.eventFlag=0x%llx, self.virtualKey=0x%x", kName, __LINE__,
+             static_cast<unsigned long long>(eventFlag_), virtualKey_);
+  poster_->setFlags(*event, eventFlag_);
+  poster_->post(*event);
+}
+
+// A special key's event carries no flags of ours, and changes them only once it was posted.
+void TSLKeyBoardSimulator::simulateSpecialKey(bool keyDown) {
+  static constexpr const char* kName = "-[TSLKeyBoardSimulator simulateSpecialKey:]";
+  std::uint16_t key = kInvalidVirtualKey;
+  if ((eventFlag_ & kNumLock) != 0) {
+    log("%s/%d: number lock is on", kName, __LINE__);
+    key = getSpecialVirtualKeyWhenNumLock();
+  } else {
+    log("%s/%d: number lock is off", kName, __LINE__);
+    key = getSpecialVirtualKey();
+  }
+  if (key == kInvalidVirtualKey) {
+    logPrivate("%s/%d: keycode 0x%x from hub maps to invalid virtual key", kName, __LINE__,
+               static_cast<unsigned>(int{keyCodeFromHub_}));
+    return;
+  }
+  logPrivate("%s/%d: self.keyCodeFromHub=0x%x, self.virtualKey=0x%x, self.eventFlag=0x%llx,", kName,
+             __LINE__, static_cast<unsigned>(int{keyCodeFromHub_}), virtualKey_,
+             static_cast<unsigned long long>(eventFlag_));
+  const auto event = poster_->createKeyboardEvent(virtualKey_, keyDown);
+  if (!event) {
+    log("%s/%d: CGEventCreateKeyboardEvent failed.", kName, __LINE__);
+    return;
+  }
+  poster_->post(*event);
+  updateEventFlag(keyDown);
+}
+
+void TSLKeyBoardSimulator::updateEventFlag(bool keyDown) {
+  const std::uint64_t bit = modifierBit(keyCodeFromHub_);
+  eventFlag_ = keyDown ? eventFlag_ | bit : eventFlag_ & ~bit;
+}
+
+}  // namespace tessel

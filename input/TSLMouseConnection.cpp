@@ -1,0 +1,336 @@
+#include "input/TSLMouseConnection.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <limits>
+#include <span>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "input/MousePacket.h"
+#include "input/TSLMouseSimulator.h"
+#include "platform/Log.h"
+#include "platform/Services.h"
+#include "tessel/Constants.h"
+#include "tessel/TSLSession.h"
+
+namespace tessel {
+
+using platform::ConnectionState;
+using platform::log;
+using platform::NetworkConnection;
+using platform::Received;
+using platform::services;
+
+const char* const TSLMouseConnectorDefaultPort = "1494";
+const char* const TSLMouseConnectorOldPort = "8500";
+
+namespace {
+
+// Handshake messages, little-endian:
+//   at  size  field
+//    0     4  kind            2
+//    4     4  payload length
+//    8     n  payload
+constexpr std::array<std::uint8_t, 9> kStartCommand = {2, 0, 0, 0, 1, 0, 0, 0, 0};
+constexpr std::array<std::uint8_t, 10> kCursorCommand = {2, 0, 0, 0, 2, 0, 0, 0, 1, 1};
+constexpr std::array<std::uint8_t, 10> kCursorReply = {2, 0, 0, 0, 2, 0, 0, 0, 2, 1};
+constexpr std::array<std::uint8_t, 10> kCaptureCommand = {2, 0, 0, 0, 2, 0, 0, 0, 3, 1};
+constexpr std::array<std::uint8_t, 10> kCaptureReply = {2, 0, 0, 0, 2, 0, 0, 0, 4, 1};
+
+constexpr std::chrono::milliseconds kReportInterval{25};
+
+// A hub that leaves this much unread gets no further cursor reports until it reads on.
+constexpr std::size_t kMostUnreadBytes = 1024;
+
+Error makeError(long code) { return Error{TSLErrorDomain, code, {}}; }
+
+void call(const TSLMouseConnection::Completion& completion, std::optional<Error> error) {
+  if (completion) completion(std::move(error));
+}
+
+// Whether the peer has closed its side.
+bool isFinal(const Received& received) {
+  return received.isComplete && (!received.context || received.context->isFinal);
+}
+
+// Pixels lie below and to the right of their coordinates: of a rectangle's edges the left and the
+// upper one belong to it.
+bool mouseInRect(Point point, const Rect& rect) {
+  return point.x >= rect.origin.x && point.x < rect.origin.x + rect.size.width &&
+         point.y > rect.origin.y && point.y <= rect.origin.y + rect.size.height;
+}
+
+double clampTo(double value, double limit) {
+  if (value < 0) return 0.0;
+  return value > limit ? limit : value;
+}
+
+// Truncated toward zero to 32 bits, of which the low 16 are kept.
+std::uint16_t coordinate(double value) {
+  using Limits = std::numeric_limits<std::int32_t>;
+  if (!(value > Limits::min() && value < Limits::max())) return 0;
+  return static_cast<std::uint16_t>(static_cast<std::int32_t>(value));
+}
+
+}  // namespace
+
+std::shared_ptr<TSLMouseConnection> TSLMouseConnection::initWithHub(
+    const std::shared_ptr<TSLSession>& hub) {
+  const std::shared_ptr<TSLMouseConnection> connection(new TSLMouseConnection(hub));
+  connection->activate();
+  return connection;
+}
+
+TSLMouseConnection::TSLMouseConnection(const std::shared_ptr<TSLSession>& hub)
+    : hub_{hub}, mouseQueue_{services().queues->makeSerialQueue("Mouse Dispatch Queue")} {}
+
+void TSLMouseConnection::activate() {
+  sendOutTimer_ = services().queues->makeTimer(mouseQueue_, {}, kReportInterval,
+                                               [self = shared_from_this()] { self->tick(); });
+  mouseSimulator_.set(TSLMouseSimulator::init(hub()));
+  sendOutTimer_->resume();
+  log("%s-%s/%d: mouse connection init", "TSLMouseSimulator", "-[TSLMouseConnection initWithHub:]",
+      60);
+}
+
+TSLMouseConnection::~TSLMouseConnection() {
+  stopWithCompletionHandler([](const std::optional<Error>&) {});
+}
+
+void TSLMouseConnection::startWithCompletionHandler(Completion completion) {
+  static constexpr const char* kName = "-[TSLMouseConnection startWithCompletionHandler:]";
+  const auto session = hub();
+  const auto hostName = session ? session->hostName() : std::nullopt;
+  if (!hostName) {
+    call(completion, makeError(2));
+    log("%s: hostName is NULL!", kName);
+    return;
+  }
+  const char* const port =
+      session->newProtocol() ? TSLMouseConnectorDefaultPort : TSLMouseConnectorOldPort;
+  const auto connection =
+      services().network->makeConnection({*hostName, port}, session->sslEnabled(), mouseQueue_);
+  hubConnection_.set(connection);
+  started_ = true;
+  connection->setStateChangedHandler([weak = weak_from_this(), completion = std::move(completion)](
+                                         ConnectionState state, const std::optional<Error>& error) {
+    static constexpr const char* kBlock =
+        "-[TSLMouseConnection startWithCompletionHandler:]_block_invoke";
+    errno = error ? static_cast<int>(error->code) : 0;
+    if (state == ConnectionState::kCancelled) {
+      log("%s: Connection was cancelled", kBlock);
+    } else if (state == ConnectionState::kFailed) {
+      log("%s: Failed, calling completion handler", kBlock);
+      call(completion, makeError(3));
+    } else if (state == ConnectionState::kReady) {
+      if (const auto self = weak.lock()) {
+        self->connected_ = true;
+        self->newInitialization(completion);
+      }
+    }
+  });
+  connection->start();
+}
+
+void TSLMouseConnection::stopWithCompletionHandler(Completion completion) {
+  sendOutTimer_->suspend();
+  sendOutTimer_->cancel();
+  connected_ = false;
+  if (const auto connection = HubConnection()) connection->cancel();
+  if (const auto simulator = mouseSimulator()) simulator->stopPosting();
+  call(completion, makeError(2));
+}
+
+void TSLMouseConnection::newInitialization(Completion completion) {
+  static constexpr const char* kName = "-[TSLMouseConnection newInitialization:]";
+  log("%s: ENTER", kName);
+  if (sendOpening()) {
+    log("%s: queueing recv", kName);
+    if (const auto connection = HubConnection()) {
+      connection->receive(
+          kCursorReply.size(),
+          [weak = weak_from_this(), completion = std::move(completion)](const Received& received) {
+            if (const auto self = weak.lock()) self->receivedCursorReply(received, completion);
+          });
+    }
+  }
+  log("%s: EXIT", kName);
+}
+
+bool TSLMouseConnection::sendOpening() {
+  static constexpr const char* kName = "-[TSLMouseConnection newInitialization:]";
+  log("%s: Sending startCommand", kName);
+  if (!sendBuffer(kStartCommand.data(), kStartCommand.size())) return false;
+  log("%s: Sending cursorCommand", kName);
+  return sendBuffer(kCursorCommand.data(), kCursorCommand.size());
+}
+
+// A reply that comes together with the peer's close is an error and still a reply: the completion
+// may be called for both.
+void TSLMouseConnection::receivedCursorReply(const Received& received,
+                                             const Completion& completion) {
+  static constexpr const char* kBlock = "-[TSLMouseConnection newInitialization:]_block_invoke";
+  log("%s: ReplyReceived", kBlock);
+  if (isFinal(received)) {
+    log("%s: Network Error", kBlock);
+    call(completion, makeError(3));
+  }
+  if (!received.content || received.error) {
+    call(completion, makeError(3));
+    return;
+  }
+  if (!std::ranges::equal(*received.content, kCursorReply)) {
+    log("%s: Mouse Connection: Cursor Response was not as expected", kBlock);
+    return;
+  }
+  log("%s: Sending captureCommand", kBlock);
+  if (!sendBuffer(kCaptureCommand.data(), kCaptureCommand.size())) {
+    log("%s: Network Error", kBlock);
+    call(completion, makeError(3));
+    return;
+  }
+  if (const auto connection = HubConnection()) {
+    connection->receive(kCaptureReply.size(),
+                        [weak = weak_from_this(), completion](const Received& reply) {
+                          if (const auto self = weak.lock()) {
+                            self->receivedCaptureReply(reply, completion);
+                          }
+                        });
+  }
+}
+
+void TSLMouseConnection::receivedCaptureReply(const Received& received,
+                                              const Completion& completion) {
+  static constexpr const char* kBlock = "-[TSLMouseConnection newInitialization:]_block_invoke_2";
+  if (isFinal(received)) {
+    log("%s: Network Error", kBlock);
+    call(completion, makeError(3));
+  }
+  if (!received.content || received.error) {
+    log("%s: Network Error", kBlock);
+    call(completion, makeError(3));
+    return;
+  }
+  if (!std::ranges::equal(*received.content, kCaptureReply)) {
+    // Each byte is widened with its sign.
+    const auto byte = [&](std::size_t at) {
+      return static_cast<unsigned>(int{static_cast<std::int8_t>((*received.content)[at])});
+    };
+    log("%s: Mouse Connection: Capture Response was not as expected "
+        "[0x%x,0x%x,0x%x,0x%x,0x%x,0x%x,0x%x,0x%x,0x%x,0x%x]",
+        kBlock, byte(0), byte(1), byte(2), byte(3), byte(4), byte(5), byte(6), byte(7), byte(8),
+        byte(9));
+    return;
+  }
+  if (const auto connection = HubConnection()) rcvMouseEvent(connection);
+  log("%s: Mouse Connection Initialized", kBlock);
+  call(completion, std::nullopt);
+}
+
+void TSLMouseConnection::rcvMouseEvent(const std::shared_ptr<NetworkConnection>& connection) {
+  log("%s: Enter", "-[TSLMouseConnection rcvMouseEvent:]");
+  connection->receive(MousePacket::kLength,
+                      [weak = weak_from_this(), connection](const Received& received) {
+                        if (const auto self = weak.lock()) {
+                          self->receivedMouseEvent(received, connection);
+                        }
+                      });
+}
+
+void TSLMouseConnection::receivedMouseEvent(const Received& received,
+                                            const std::shared_ptr<NetworkConnection>& connection) {
+  if (received.content) {
+    const auto simulator = mouseSimulator();
+    const std::span<const std::uint8_t> bytes{*received.content};
+    if (simulator) {
+      simulator->simulateMouseEvent(MousePacket::fromBytes(bytes.first<MousePacket::kLength>()));
+    }
+  }
+  if (receiveEnded(received)) {
+    if (const auto simulator = mouseSimulator()) simulator->releaseAll();
+    return;
+  }
+  rcvMouseEvent(connection);
+}
+
+bool TSLMouseConnection::receiveEnded(const Received& received) {
+  static constexpr const char* kBlock = "-[TSLMouseConnection rcvMouseEvent:]_block_invoke";
+  static constexpr const char* kBlock2 = "-[TSLMouseConnection rcvMouseEvent:]_block_invoke_2";
+  if (!received.content) {
+    log("%s: Error: content == NULL", kBlock);
+    return true;
+  }
+  if (isFinal(received)) {
+    log("%s: ERROR IN Recieve", kBlock2);
+    connected_ = false;
+    return true;
+  }
+  if (received.error) {
+    log("%s: Error: %s", kBlock2, received.error->localizedDescription.c_str());
+    return true;
+  }
+  return false;
+}
+
+void TSLMouseConnection::tick() {
+  // Only a started connection can have been dropped: a new one is not yet stored in its session.
+  const auto session = hub();
+  if (!session || (started_ && session->mouseConnection().get() != this)) {
+    sendOutTimer_->cancel();
+    return;
+  }
+  sendMouseEvent();
+}
+
+void TSLMouseConnection::sendMouseEvent() {
+  static constexpr const char* kName = "-[TSLMouseConnection sendMouseEvent]";
+  if (!connected_) {
+    log("%s: Unable to send as socket is not connected.", kName);
+    return;
+  }
+  Size sessionSize;
+  if (const auto session = hub()) sessionSize = session->sessionConfig()->sessionSize();
+  const Point point = cursorInSession(sessionSize);
+  const Point last = lastPoint();
+  if (point == last) return;
+  // Left for a later tick, as if the cursor had not moved yet.
+  const auto connection = HubConnection();
+  if (connection && connection->unsentBytes() > kMostUnreadBytes) return;
+  log("lastPtX/Y:%lf/%lf, currentPtx/Y:%lf/%lf", last.x, last.y, point.x, point.y);
+  lastPoint_.set(point);
+  MousePacket packet;
+  packet.x = coordinate(point.x);
+  packet.y = coordinate(sessionSize.height - point.y);  // the hub's y grows downwards
+  packet.command = static_cast<std::uint8_t>(MouseCommand::kMove);
+  const auto bytes = packet.bytes();
+  if (!sendBuffer(bytes.data(), bytes.size())) {
+    log("%s/%d: Mouse event send failed!!!", kName, 224);
+  }
+}
+
+// On the first screen the cursor is scaled, the screen's origin left in; elsewhere its raw
+// location is clamped.
+Point TSLMouseConnection::cursorInSession(Size sessionSize) const {
+  const Point mouse = services().screens->mouseLocation();
+  Rect frame;
+  if (const auto screens = services().screens->screens(); !screens.empty()) {
+    frame = screens.front().frame();
+  }
+  if (mouseInRect(mouse, frame)) {
+    return {sessionSize.width * mouse.x / frame.size.width,
+            sessionSize.height * mouse.y / frame.size.height};
+  }
+  log("%s/%d: point.x/y=%lf/%lf, not in rectangle", "-[TSLMouseConnection sendMouseEvent]", 180,
+      mouse.x, mouse.y);
+  return {clampTo(mouse.x, sessionSize.width), clampTo(mouse.y, sessionSize.height)};
+}
+
+bool TSLMouseConnection::sendBuffer(const void* bytes, std::uint64_t length) {
+  if (const auto connection = HubConnection()) connection->send(bytes, length);
+  return true;
+}
+
+}  // namespace tessel
