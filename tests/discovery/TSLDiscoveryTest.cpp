@@ -1,0 +1,378 @@
+#include <gmock/gmock.h>
+
+#include "tessel/BVBeaconScanner.h"
+#include "tessel/TSLDiscovery.h"
+#include "tests/discovery/Adverts.h"
+#include "tests/support/SimWorld.h"
+
+namespace tessel::test {
+namespace {
+
+using std::chrono_literals::operator""s;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+constexpr std::uint16_t kMajor = 0xC0A8;
+constexpr std::uint16_t kMinor = 0x0164;
+constexpr const char* kURL = "http://192.168.1.100:55555/device-details.xml";
+
+std::string details(const std::string& name) {
+  return "<device><friendlyName>" + name + "</friendlyName></device>";
+}
+
+class TSLDiscoveryTest : public testing::Test {
+ protected:
+  void hear(const Bytes& data, int RSSI = -50) {
+    central->hear(data, RSSI);
+    world.run();
+  }
+  void hearHub(int RSSI = -50) { hear(hubAdvert(kMajor, kMinor), RSSI); }
+  // Answers the last request.
+  void answer(const std::string& body, long status = 200) {
+    world.http.last()->respond(body, {}, status);
+    world.run();
+  }
+  std::shared_ptr<BVBeacon> entry(std::size_t row = 0) { return discovery->beacons().at(row); }
+  std::vector<std::string> urls() {
+    std::vector<std::string> list;
+    for (const auto& exchange : world.http.requests) list.push_back(exchange->request.url);
+    return list;
+  }
+  void observe() {
+    discovery->observeBeacons([this](const BeaconListChange& change) {
+      static const char* const kKinds[] = {"insertion", "removal", "update"};
+      changes.push_back(std::string{kKinds[static_cast<int>(change.kind)]} + " " +
+                        std::to_string(change.index));
+      onMainQueue = onMainQueue && world.scheduler.mainQueue()->isCurrent();
+    });
+  }
+
+  SimWorld world;
+  std::shared_ptr<TSLDiscovery> discovery = TSLDiscovery::init();
+  std::shared_ptr<FakeCentral> central = world.bluetooth.last();
+  std::vector<std::string> changes;
+  bool onMainQueue = true;
+};
+
+TEST_F(TSLDiscoveryTest, MajorAndMinorYieldTheAddressAndAFetchOfTheDetails) {
+  hearHub(-52);
+  ASSERT_EQ(discovery->beacons().size(), 1U);
+  EXPECT_EQ(entry()->IPAddr(), "192.168.1.100");
+  EXPECT_EQ(entry()->RSSI(), -52);
+  EXPECT_EQ(entry()->lastUpdated(), world.now());
+  EXPECT_EQ(entry()->friendlyName(), std::nullopt);
+  EXPECT_THAT(urls(), ElementsAre(kURL));
+  EXPECT_EQ(world.http.last()->request.method, "GET");
+  EXPECT_EQ(world.http.last()->timeout, 60s);
+}
+
+TEST_F(TSLDiscoveryTest, AddressesWithAZeroOctetAreLoggedAndStillListed) {
+  hear(hubAdvert(0x00C0, kMinor));
+  hear(hubAdvert(kMajor, 0x0100));
+  hear(hubAdvert(0xC000, kMinor));
+  hear(hubAdvert(kMajor, 0x0064));
+  EXPECT_EQ(discovery->beacons().size(), 4U);
+  for (const auto& beacon : discovery->beacons()) EXPECT_EQ(beacon->IPAddr(), std::nullopt);
+  EXPECT_THAT(
+      world.log.lines(),
+      ElementsAre(
+          "Invalid IP address. iBeacon major:192 minor:356, translated IP addr:0.192.1.100",
+          "Invalid IP address. iBeacon major:49320 minor:256, translated IP addr:192.168.1.0",
+          "Invalid IP address. iBeacon major:49152 minor:356, translated IP addr:192.0.1.100",
+          "Invalid IP address. iBeacon major:49320 minor:100, translated IP addr:192.168.0.100"));
+  EXPECT_THAT(world.http.requests, IsEmpty());
+}
+
+TEST_F(TSLDiscoveryTest, EveryAdvertisementOfAnInvalidAddressLogsAgain) {
+  hear(hubAdvert(0x00C0, kMinor));
+  hear(hubAdvert(0x00C0, kMinor));
+  EXPECT_EQ(world.log.lines().size(), 2U);
+}
+
+TEST_F(TSLDiscoveryTest, OctetsOf255AreAllowed) {
+  hear(hubAdvert(0xFFFF, 0xFFFF));
+  EXPECT_EQ(entry()->IPAddr(), "255.255.255.255");
+  EXPECT_THAT(world.log.lines(), IsEmpty());
+}
+
+TEST_F(TSLDiscoveryTest, ABeaconOfAnotherProximityUUIDNeverEntersTheList) {
+  hear(advert(UUID{}, kMajor, kMinor));
+  EXPECT_THAT(discovery->beacons(), IsEmpty());
+  EXPECT_THAT(world.http.requests, IsEmpty());
+}
+
+TEST_F(TSLDiscoveryTest, TheNameIsTheTextOfFriendlyName) {
+  hearHub();
+  answer(details("Room 1"));
+  EXPECT_EQ(entry()->friendlyName(), "Room 1");
+  EXPECT_EQ(entry()->lastGetFriendlyName(), world.now());
+}
+
+TEST_F(TSLDiscoveryTest, AnHTTPErrorStatusCountsAsACompletedFetch) {
+  hearHub();
+  answer(details("Room 1"));
+  world.advance(10s);
+  hearHub();
+  discovery->updateFriendlyNameForBeacon(entry());
+  answer("<html><body>Not found</body></html>", 404);
+  EXPECT_EQ(entry()->friendlyName(), std::nullopt);
+  EXPECT_EQ(entry()->lastGetFriendlyName(), world.now());
+}
+
+TEST_F(TSLDiscoveryTest, RowForBeaconIgnoresTheUUID) {
+  hear(hubAdvert(0x0A0B, 0x0C0D));
+  hearHub();
+  const auto stranger = BVBeacon::initWithProximityUUID(UUID{}, kMajor, kMinor, -1);
+  EXPECT_EQ(discovery->rowForBeacon(stranger), 1);
+  EXPECT_EQ(
+      discovery->rowForBeacon(BVBeacon::initWithProximityUUID(TSLHubProximityUUID, kMajor, 1, 0)),
+      TSLDiscovery::kNotFound);
+  EXPECT_EQ(discovery->rowForBeacon(nullptr), TSLDiscovery::kNotFound);
+  EXPECT_EQ(TSLDiscovery::kNotFound, 9223372036854775807);
+}
+
+TEST_F(TSLDiscoveryTest, AHubNeverHeardAgainLeavesAtTheFirstTickAfterFifteenSeconds) {
+  hearHub();
+  world.advance(15s);
+  EXPECT_EQ(discovery->beacons().size(), 1U);
+  world.advance(1s);
+  EXPECT_THAT(discovery->beacons(), IsEmpty());
+}
+
+TEST_F(TSLDiscoveryTest, ASilenceOfExactlyFifteenSecondsAtATickIsNotTooLong) {
+  world.advance(1s);
+  hearHub();
+  world.advance(15s);  // the tick at 16 s
+  EXPECT_EQ(discovery->beacons().size(), 1U);
+  world.advance(2s);
+  EXPECT_THAT(discovery->beacons(), IsEmpty());
+}
+
+TEST_F(TSLDiscoveryTest, AHubHeardEveryTenSecondsStays) {
+  hearHub();
+  answer(details("Room 1"));
+  for (int i = 0; i < 20; ++i) {
+    world.advance(10s);
+    ASSERT_EQ(discovery->beacons().size(), 1U);
+    hearHub();
+  }
+}
+
+TEST_F(TSLDiscoveryTest, AHubHeardAgainAfterItsRemovalEntersAsNew) {
+  hearHub();
+  answer(details("Room 1"));
+  const auto before = entry();
+  world.advance(20s);
+  hearHub();
+  EXPECT_NE(entry(), before);
+  EXPECT_EQ(entry()->friendlyName(), std::nullopt);
+  EXPECT_EQ(world.http.requests.size(), 2U);
+}
+
+TEST_F(TSLDiscoveryTest, WhiteSpaceAfterFriendlyNameBecomesTheName) {
+  hearHub();
+  answer(
+      "<device>\n  <friendlyName>Room 1</friendlyName>\n  <specVersion>1.6</specVersion>\n"
+      "</device>");
+  EXPECT_EQ(entry()->friendlyName(), "\n  ");
+}
+
+TEST_F(TSLDiscoveryTest, AKnownHubIsUpdatedInPlace) {
+  hearHub(-50);
+  answer(details("Room 1"));
+  const auto before = entry();
+  world.advance(3s);
+  hear(hubAdvert(kMajor, kMinor, -40), -77);
+  ASSERT_EQ(discovery->beacons().size(), 1U);
+  EXPECT_EQ(entry(), before);
+  EXPECT_EQ(before->RSSI(), -77);
+  EXPECT_EQ(before->measuredPower(), -40);
+  EXPECT_EQ(before->lastUpdated(), world.now());
+  EXPECT_EQ(before->IPAddr(), "192.168.1.100");
+  EXPECT_EQ(before->friendlyName(), "Room 1");
+  EXPECT_EQ(before->lastGetFriendlyName(), world.now() - 3s);
+  EXPECT_EQ(world.http.requests.size(), 1U);
+}
+
+TEST_F(TSLDiscoveryTest, ANameIsFetchedAgainAfterSixtySeconds) {
+  hearHub();
+  answer(details("Room 1"));
+  for (int second = 10; second < 60; second += 10) {
+    world.advance(10s);
+    hearHub();
+  }
+  world.advance(9s);
+  hearHub();
+  EXPECT_EQ(world.http.requests.size(), 1U);
+  world.advance(1s);
+  hearHub();
+  EXPECT_EQ(world.http.requests.size(), 2U);
+  answer(details("Room 2"));
+  EXPECT_EQ(entry()->friendlyName(), "Room 2");
+}
+
+TEST_F(TSLDiscoveryTest, AHubWithoutANameIsFetchedAtEveryAdvertisementInASessionOfItsOwn) {
+  for (int i = 0; i < 5; ++i) hearHub();
+  EXPECT_EQ(world.http.requests.size(), 5U);
+  EXPECT_EQ(world.http.sessionsMade, 5);
+}
+
+TEST_F(TSLDiscoveryTest, AFailedFetchChangesNothingAndTheNextAdvertisementFetchesAgain) {
+  hearHub();
+  world.http.last()->fail({"tessel.url", 7, "refused"});
+  world.run();
+  EXPECT_EQ(entry()->friendlyName(), std::nullopt);
+  EXPECT_EQ(entry()->lastGetFriendlyName(), std::nullopt);
+  EXPECT_THAT(world.log.lines(), IsEmpty());
+  hearHub();
+  EXPECT_EQ(world.http.requests.size(), 2U);
+}
+
+TEST_F(TSLDiscoveryTest, AFailedRefreshKeepsTheNameAndTheDateOfItsFetch) {
+  hearHub();
+  answer(details("Room 1"));
+  const Date fetched = world.now();
+  for (int i = 0; i < 6; ++i) {
+    world.advance(10s);
+    hearHub();
+  }
+  EXPECT_EQ(world.http.requests.size(), 2U);
+  world.http.last()->fail({"tessel.url", 28, "timed out"});
+  world.run();
+  EXPECT_EQ(entry()->friendlyName(), "Room 1");
+  EXPECT_EQ(entry()->lastGetFriendlyName(), fetched);
+}
+
+TEST_F(TSLDiscoveryTest, ADocumentWithoutANameOrWithAOneLetterNameIsFetchedAgainAndAgain) {
+  hearHub();
+  answer(details("R"));
+  EXPECT_EQ(entry()->friendlyName(), std::nullopt);
+  EXPECT_EQ(entry()->lastGetFriendlyName(), world.now());
+  hearHub();
+  answer("<device/>");
+  hearHub();
+  EXPECT_EQ(world.http.requests.size(), 3U);
+}
+
+TEST_F(TSLDiscoveryTest, DetailsThatNeverComeLeaveTheHubListedWithItsAddress) {
+  for (int second = 0; second < 180; ++second) {
+    hearHub();
+    world.advance(1s);
+    ASSERT_EQ(discovery->beacons().size(), 1U);
+  }
+  EXPECT_EQ(entry()->IPAddr(), "192.168.1.100");
+  EXPECT_EQ(entry()->friendlyName(), std::nullopt);
+  EXPECT_THAT(world.log.lines(), IsEmpty());
+  world.advance(17s);
+  EXPECT_THAT(discovery->beacons(), IsEmpty());
+}
+
+TEST_F(TSLDiscoveryTest, ANameOfOneMebibyteIsKeptAsItCame) {
+  const std::string name(std::size_t{1} << 20, 'x');
+  hearHub();
+  answer(details(name));
+  EXPECT_EQ(entry()->friendlyName(), name);
+}
+
+TEST_F(TSLDiscoveryTest, ControlCharactersInANameAreKeptAsTheyCame) {
+  hearHub();
+  answer(details("\x1B[2J\a\x01 Room"));
+  EXPECT_EQ(entry()->friendlyName(), "\x1B[2J\a\x01 Room");
+}
+
+TEST_F(TSLDiscoveryTest, ANullBeaconIsIgnored) {
+  discovery->friendlyNameForBeacon(nullptr);
+  discovery->updateFriendlyNameForBeacon(nullptr);
+  EXPECT_THAT(world.http.requests, IsEmpty());
+}
+
+TEST_F(TSLDiscoveryTest, ObserversHearOfInsertionsUpdatesAndRemovalsOnTheMainQueue) {
+  observe();
+  hearHub();
+  EXPECT_THAT(changes, ElementsAre("insertion 0"));
+  answer(details("Room 1"));
+  EXPECT_THAT(changes, ElementsAre("insertion 0", "update 0"));
+  hearHub();
+  EXPECT_THAT(changes, ElementsAre("insertion 0", "update 0", "update 0"));
+  world.advance(16s);
+  EXPECT_THAT(changes, ElementsAre("insertion 0", "update 0", "update 0", "removal 0"));
+  EXPECT_TRUE(onMainQueue);
+}
+
+TEST_F(TSLDiscoveryTest, TheIndexOfAChangeIsTheOneInTheListAsItIsThen) {
+  hear(hubAdvert(0x0A0B, 0x0C0D));
+  world.advance(5s);
+  observe();
+  hearHub();
+  world.advance(11s);
+  EXPECT_THAT(changes, ElementsAre("insertion 1", "removal 0"));
+  hearHub();
+  EXPECT_THAT(changes, ElementsAre("insertion 1", "removal 0", "update 0"));
+}
+
+TEST_F(TSLDiscoveryTest, ADetailsAnswerForAHubThatHasLeftIsNoChange) {
+  observe();
+  hearHub();
+  world.advance(16s);
+  changes.clear();
+  answer(details("Room 1"));
+  EXPECT_THAT(changes, IsEmpty());
+}
+
+TEST_F(TSLDiscoveryTest, NoObserverIsCalledAfterTheDirectoryIsGone) {
+  observe();
+  hearHub();
+  changes.clear();
+  discovery.reset();
+  hearHub();
+  answer(details("Room 1"));
+  world.advance(20s);
+  EXPECT_THAT(changes, IsEmpty());
+  EXPECT_EQ(world.http.requests.size(), 1U);
+  EXPECT_EQ(world.scheduler.runningTimers(), 0);
+}
+
+TEST_F(TSLDiscoveryTest, TwoDirectoriesHearTheSameScanner) {
+  const auto second = TSLDiscovery::init();
+  EXPECT_EQ(world.bluetooth.centrals.size(), 1U);
+  hearHub();
+  EXPECT_EQ(discovery->beacons().size(), 1U);
+  EXPECT_EQ(second->beacons().size(), 1U);
+}
+
+TEST_F(TSLDiscoveryTest, ALateDirectoryStartsWithTheLastBeaconHeard) {
+  hearHub();
+  const auto late = TSLDiscovery::init();
+  world.run();
+  EXPECT_EQ(late->beacons().size(), 1U);
+}
+
+TEST_F(TSLDiscoveryTest, TheHousekeepingSignalSendsTheDateEveryTwoSeconds) {
+  std::vector<Date> ticks;
+  const Date start = world.now();
+  discovery->housekeepingSignal()->subscribeNext(
+      [&ticks](const Date& tick) { ticks.push_back(tick); });
+  world.advance(7s);
+  EXPECT_THAT(ticks, ElementsAre(start + 2s, start + 4s, start + 6s));
+}
+
+TEST_F(TSLDiscoveryTest, HostsMayReadTheFilteredBeacons) {
+  std::vector<int> minors;
+  discovery->beaconSignal()->subscribeNext(
+      [&minors](const std::shared_ptr<BVBeacon>& beacon) { minors.push_back(beacon->minor()); });
+  hear(advert(UUID{}, 1, 2));
+  hear(hubAdvert(1, 3));
+  EXPECT_THAT(minors, ElementsAre(3));
+}
+
+TEST_F(TSLDiscoveryTest, ChangesBeyondTheEndOfTheListAreIgnored) {
+  observe();
+  discovery->removeObjectFromBeaconsAtIndex(0);
+  discovery->insertObjectInBeaconsAtIndex(
+      BVBeacon::initWithProximityUUID(TSLHubProximityUUID, 1, 2, 0), 1);
+  EXPECT_THAT(discovery->beacons(), IsEmpty());
+  EXPECT_THAT(changes, IsEmpty());
+}
+
+}  // namespace
+}  // namespace tessel::test
