@@ -6,6 +6,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include "platform/Services.h"
@@ -14,56 +15,92 @@
 namespace tessel {
 namespace {
 
-std::atomic<bool> sinkSet = false;
-std::mutex sinkMutex;  // guards sink; held while it is called, so that lines come one at a time
-LogSink sink;          // NOLINT(bugprone-throwing-static-initialization): an empty function
+// The host's sink. Any thread.
+class HostSink {
+ public:
+  // Whether there is a sink: the one thing that a line nobody receives costs.
+  bool listens() const { return listens_.load(std::memory_order_acquire); }
 
-std::string format(const char* text, std::va_list arguments) {
+  // Once this returns the old sink is not called any more, unless the caller is the old sink.
+  void replace(LogSink sink) {
+    auto replacement = sink ? std::make_shared<const LogSink>(std::move(sink)) : nullptr;
+    std::unique_lock lock{mutex_, std::defer_lock};
+    if (!delivering_) lock.lock();
+    listens_.store(replacement != nullptr, std::memory_order_release);
+    sink_.swap(replacement);
+  }
+
+  // Whether a sink took the line. What a sink itself logs goes nowhere, or it would never end.
+  bool deliver(std::string_view line) {
+    if (delivering_) return true;
+    const std::lock_guard lock{mutex_};
+    const auto sink = sink_;
+    if (!sink) return false;
+    delivering_ = true;
+    (*sink)(line);
+    delivering_ = false;
+    return true;
+  }
+
+ private:
+  static thread_local bool delivering_;
+  std::atomic<bool> listens_ = false;
+  std::mutex mutex_;  // guards sink_, and lets in one line at a time
+  std::shared_ptr<const LogSink> sink_;
+};
+
+thread_local bool HostSink::delivering_ = false;
+
+// Never destroyed: queue threads may still log while the process exits.
+HostSink& hostSink() {
+  static HostSink& sink = *new HostSink;
+  return sink;
+}
+
+platform::SystemLog* listeningSystemLog() {
+  platform::SystemLog* log = platform::services().systemLog.get();
+  return log != nullptr && log->available() ? log : nullptr;
+}
+
+[[gnu::format(printf, 1, 0)]] std::string formatted(const char* format, std::va_list arguments) {
   std::va_list again;
   va_copy(again, arguments);
-  const int length = std::vsnprintf(nullptr, 0, text, arguments);
-  std::string line(length > 0 ? static_cast<std::size_t>(length) : 0, '\0');
-  std::vsnprintf(line.data(), line.size() + 1, text, again);
+  std::string line(160, '\0');  // room for nearly every line
+  const int length = std::vsnprintf(line.data(), line.size() + 1, format, arguments);
+  const std::size_t needed = length > 0 ? static_cast<std::size_t>(length) : 0;
+  const bool whole = needed <= line.size();
+  line.resize(needed);
+  if (!whole) std::vsnprintf(line.data(), line.size() + 1, format, again);
   va_end(again);
   return line;
 }
 
-void toSink(const char* text, std::va_list arguments) {
-  const std::string line = format(text, arguments);
-  const std::lock_guard lock{sinkMutex};
-  if (sink) sink(line);
-}
-
 }  // namespace
 
-void setLogSink(LogSink newSink) {
-  const std::lock_guard lock{sinkMutex};
-  sink = std::move(newSink);
-  sinkSet = static_cast<bool>(sink);
-}
+void setLogSink(LogSink sink) { hostSink().replace(std::move(sink)); }
 
 namespace platform {
 
-void log(const char* text, ...) {
-  const bool toHost = sinkSet.load(std::memory_order_relaxed);
-  const auto& systemLog = services().systemLog;
-  if (!toHost && !(systemLog && systemLog->available())) return;
+void log(const char* format, ...) {
+  SystemLog* systemLog = hostSink().listens() ? nullptr : listeningSystemLog();
+  if (!hostSink().listens() && systemLog == nullptr) return;
   std::va_list arguments;
-  va_start(arguments, text);
-  if (toHost) {
-    toSink(text, arguments);
-  } else {
-    systemLog->write(format(text, arguments));
-  }
+  va_start(arguments, format);
+  const std::string line = formatted(format, arguments);
   va_end(arguments);
+  if (hostSink().deliver(line)) return;
+  // The sink may have gone since it was looked at.
+  if (systemLog == nullptr) systemLog = listeningSystemLog();
+  if (systemLog != nullptr) systemLog->write(line);
 }
 
-void logPrivate(const char* text, ...) {
-  if (!sinkSet.load(std::memory_order_relaxed)) return;
+void logPrivate(const char* format, ...) {
+  if (!hostSink().listens()) return;
   std::va_list arguments;
-  va_start(arguments, text);
-  toSink(text, arguments);
+  va_start(arguments, format);
+  const std::string line = formatted(format, arguments);
   va_end(arguments);
+  hostSink().deliver(line);
 }
 
 }  // namespace platform

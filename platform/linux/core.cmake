@@ -1,1 +1,28 @@
-tessel_linux_service(core SOURCES LinuxServices.cpp)
+# Asio's own code is compiled once; every user of Asio in this tree must link this.
+add_library(tessel_asio OBJECT AsioImplementation.cpp)
+target_compile_definitions(tessel_asio PUBLIC
+  ASIO_STANDALONE ASIO_SEPARATE_COMPILATION ASIO_NO_DEPRECATED)
+target_link_libraries(tessel_asio PUBLIC Threads::Threads)
+target_link_libraries(tessel_platform_linux INTERFACE tessel_asio)
+target_sources(tessel_platform_linux INTERFACE $<TARGET_OBJECTS:tessel_asio>)
+
+pkg_check_modules(SYSTEMD REQUIRED IMPORTED_TARGET libsystemd)
+find_package(OpenSSL REQUIRED)
+
+tessel_linux_service(core
+  SOURCES
+    AsioQueue.cpp
+    AsioTimer.cpp
+    Connector.cpp
+    JournalLog.cpp
+    LinuxMainQueue.cpp
+    LinuxNetwork.cpp
+    LinuxQueues.cpp
+    LinuxServices.cpp
+    NetworkError.cpp
+    PlainStream.cpp
+    SendQueue.cpp
+    SocketChannel.cpp
+    SocketConnection.cpp
+    SystemClock.cpp
+  LINK tessel_asio PkgConfig::SYSTEMD OpenSSL::SSL)

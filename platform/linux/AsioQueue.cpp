@@ -1,0 +1,84 @@
+#include "platform/linux/AsioQueue.h"
+
+#include <csignal>
+#include <mutex>
+#include <pthread.h>
+#include <thread>
+#include <utility>
+
+namespace tessel::platform {
+namespace {
+
+// The host's signals are for the host's threads. A fault stays with the thread that made it.
+class SignalsBlocked {
+ public:
+  SignalsBlocked() {
+    sigset_t blocked;
+    sigfillset(&blocked);
+    for (const int fault : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGABRT, SIGSYS, SIGPROF}) {
+      sigdelset(&blocked, fault);
+    }
+    pthread_sigmask(SIG_BLOCK, &blocked, &before_);
+  }
+  ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+  SignalsBlocked(const SignalsBlocked&) = delete;
+  SignalsBlocked& operator=(const SignalsBlocked&) = delete;
+
+ private:
+  sigset_t before_;
+};
+
+void nameThisThread(const std::string& label) {
+  constexpr std::size_t kRoom = 15;  // what the kernel keeps of a thread's name
+  pthread_setname_np(pthread_self(), label.substr(0, kRoom).c_str());
+}
+
+// The loop that the calling thread runs.
+thread_local const void* runningLoop = nullptr;
+
+}  // namespace
+
+struct AsioQueue::Loop {
+  explicit Loop(std::string name) : label{std::move(name)} {}
+
+  void run() {
+    nameThisThread(label);
+    runningLoop = this;
+    context.run();
+  }
+
+  const std::string label;
+  asio::io_context context;
+  asio::executor_work_guard<asio::io_context::executor_type> keepRunning{context.get_executor()};
+};
+
+std::shared_ptr<AsioQueue> AsioQueue::make(const std::string& label) {
+  auto loop = std::make_shared<Loop>(label);
+  const SignalsBlocked inherited;
+  std::thread{[loop] { loop->run(); }}.detach();
+  return std::shared_ptr<AsioQueue>{new AsioQueue{std::move(loop)}};
+}
+
+AsioQueue::AsioQueue(std::shared_ptr<Loop> loop) : loop_{std::move(loop)} {}
+
+AsioQueue::~AsioQueue() { loop_->keepRunning.reset(); }
+
+void AsioQueue::async(std::function<void()> task) { asio::post(loop_->context, std::move(task)); }
+
+const std::string& AsioQueue::label() const { return loop_->label; }
+
+bool AsioQueue::isCurrent() const { return runningLoop == loop_.get(); }
+
+asio::io_context& AsioQueue::context() { return loop_->context; }
+
+std::shared_ptr<AsioQueue> waitingQueueOf(const std::shared_ptr<SerialQueue>& queue) {
+  if (auto itself = std::dynamic_pointer_cast<AsioQueue>(queue)) return itself;
+  static std::mutex& mutex = *new std::mutex;
+  static std::weak_ptr<AsioQueue>& shared = *new std::weak_ptr<AsioQueue>;  // under mutex
+  const std::lock_guard lock{mutex};
+  auto helper = shared.lock();
+  if (!helper) shared = helper = AsioQueue::make("tessel.waiting");
+  return helper;
+}
+
+}  // namespace tessel::platform

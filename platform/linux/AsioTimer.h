@@ -1,0 +1,28 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+
+#include "platform/Queues.h"
+
+namespace tessel::platform {
+
+/// A timer on the steady clock for any queue.
+class AsioTimer final : public Timer {
+ public:
+  AsioTimer(const std::shared_ptr<SerialQueue>& queue, Clock::Duration first,
+            Clock::Duration period, std::function<void()> handler);
+  ~AsioTimer() override;
+  AsioTimer(const AsioTimer&) = delete;
+  AsioTimer& operator=(const AsioTimer&) = delete;
+
+  void resume() override;
+  void suspend() override;
+  void cancel() override;
+
+ private:
+  class Ticking;
+  const std::shared_ptr<Ticking> ticking_;  // shared with the waits under way
+};
+
+}  // namespace tessel::platform

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <condition_variable>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "platform/Queues.h"
+
+namespace tessel::platform {
+
+/// The main queue: it has no thread, the host runs or drains it. Never destroyed.
+class LinuxMainQueue final : public SerialQueue {
+ public:
+  static const std::shared_ptr<LinuxMainQueue>& shared();
+
+  void async(std::function<void()> task) override;
+  const std::string& label() const override { return label_; }
+  bool isCurrent() const override;
+
+  // See tessel/MainQueue.h.
+  void run();
+  void stop();
+  int fileDescriptor();
+  void drain();
+
+ private:
+  std::function<void()> take();
+  void perform(std::function<void()> task);
+  void markReadable();
+  void markIdle();
+
+  const std::string label_ = "main";
+  std::mutex mutex_;  // guards what follows
+  std::condition_variable changed_;
+  std::deque<std::function<void()>> tasks_;
+  bool stopped_ = false;
+  int readable_ =
+      -1;  // an eventfd that counts above zero while there are tasks; made when asked for
+};
+
+}  // namespace tessel::platform
