@@ -28,7 +28,6 @@
 namespace tessel {
 
 class TSLSession;
-struct ReceivedHeader;
 
 /// The display channel of one session: launches the hub's receiver, opens the channel, agrees on an
 /// H.264 context, then captures, encodes and sends the screen.
@@ -43,7 +42,7 @@ struct ReceivedHeader;
 ///
 /// Ownership. The session holds its display connection, which holds the session weakly. A start
 /// under way holds the connection; every other callback handed to the platform holds it weakly.
-/// The last reference may go on any of the threads above.
+/// The last reference may go on any of the threads above. One object serves one start.
 class TSLDisplayConnection : public XMLParserDelegate,
                              public platform::CaptureOutputDelegate,
                              public ByteSink,
@@ -170,23 +169,23 @@ class TSLDisplayConnection : public XMLParserDelegate,
  private:
   void didLaunch(const Bytes& body, const URLResponse& response, const CompletionHandler& handler);
   void openDebugMovieOutputStream();
-  std::shared_ptr<platform::NetworkConnection> openConnection(const std::string& hostName);
+  std::shared_ptr<platform::NetworkConnection> openConnection(const std::string& hostName,
+                                                              bool tls);
   bool negotiate(std::optional<Error>& error);
-  bool sendStartCommand();
+  bool sendStartCommand(bool newProtocol);
   bool requestContext(Size size);
   void didChangeState(platform::ConnectionState state, const std::optional<Error>& error);
   void didReceiveHeader(const std::shared_ptr<platform::NetworkConnection>& connection,
                         const platform::Received& received);
-  void didSkipBody(const std::shared_ptr<platform::NetworkConnection>& connection,
-                   const ReceivedHeader& header, const platform::Received& headerReceived,
-                   const platform::Received& received);
+  // `name` is what the log calls the body, `header` how the read of its header ended.
+  void didSkipBody(const std::shared_ptr<platform::NetworkConnection>& connection, const char* name,
+                   const platform::Received& header, const platform::Received& body);
   bool mayEncode();
 
   const std::weak_ptr<TSLSession> hub_;
   const std::shared_ptr<platform::SerialQueue> socketDispatchQueue_;
   const std::shared_ptr<platform::SerialQueue> sampleBufferDispatchQueue_;
-  // Outlives this object in the state handler, so that a start never waits for the dead.
-  const std::shared_ptr<StartGate> gate_;
+  StartGate gate_;  // the start waits here, the state handler and the stop let it go
   const Bytes readBuffer_ = Bytes(20000);
 
   std::atomic<bool> terminateAccidentally_{false};

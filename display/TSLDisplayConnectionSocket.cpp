@@ -1,0 +1,218 @@
+#include <cerrno>
+#include <utility>
+
+#include "display/DisplayCommands.h"
+#include "display/PictureSize.h"
+#include "display/ReceivedHeader.h"
+#include "display/TSLDisplayConnection.h"
+#include "platform/ErrorText.h"
+#include "platform/Log.h"
+#include "platform/Services.h"
+#include "tessel/Constants.h"
+#include "tessel/DisplayMessages.h"
+#include "tessel/TSLSession.h"
+
+// Opening the channel, and its receive loop.
+namespace tessel {
+namespace {
+
+using platform::ConnectionState;
+using platform::Received;
+
+constexpr const char* kStart = "-[TSLDisplayConnection startDisplaySocketReturningError:]";
+constexpr const char* kState =
+    "-[TSLDisplayConnection startDisplaySocketReturningError:]_block_invoke";
+constexpr const char* kHeader = "-[TSLDisplayConnection doReceive:]_block_invoke";
+constexpr const char* kBody = "-[TSLDisplayConnection doReceive:]_block_invoke_2";
+
+constexpr long kNoHostName = 2;
+constexpr long kNotConnected = 3;
+constexpr long kNoContext = 7;
+
+constexpr std::int64_t kFramesInFlight = 6;
+// The hub has just been told to launch its receiver, which needs a moment until it listens.
+constexpr platform::Clock::Duration kPauseBeforeConnecting = std::chrono::seconds{2};
+constexpr platform::Clock::Duration kContextTimeout = std::chrono::seconds{5};
+constexpr std::uint32_t kBitsPerPixel = 12;
+
+bool endsStream(const Received& received) {
+  return received.isComplete && (!received.context || received.context->isFinal);
+}
+
+bool fail(std::optional<Error>& error, long code) {
+  error = Error{TSLErrorDomain, code, {}};
+  return false;
+}
+
+}  // namespace
+
+bool TSLDisplayConnection::startDisplaySocketReturningError(std::optional<Error>& error) {
+  const auto session = hub();
+  const auto hostName = session ? session->hostName() : std::nullopt;
+  if (!hostName) {
+    fail(error, kNoHostName);
+    platform::log("%s: hostName is NULL!", kStart);
+    return false;
+  }
+  credits_.set(kFramesInFlight);
+  const auto connection = openConnection(*hostName, session->sslEnabled());
+  platform::services().clock->sleep(kPauseBeforeConnecting);
+  connection->start();
+  doReceive(connection);
+  if (!gate_.wait()) connection->cancel();
+  platform::log("%s: Socket Connected, resuming main thread", kStart);
+  if (!connected_) return fail(error, kNotConnected);
+  return negotiate(error);
+}
+
+std::shared_ptr<platform::NetworkConnection> TSLDisplayConnection::openConnection(
+    const std::string& hostName, bool tls) {
+  auto connection = platform::services().network->makeConnection(
+      {hostName, TSLDisplayConnectorDefaultPort}, tls, socketDispatchQueue_);
+  HubConnection_.set(connection);
+  connected_ = false;
+  connection->setStateChangedHandler(
+      [weak = weak_from_this()](ConnectionState state, const std::optional<Error>& error) {
+        if (const auto self = weak.lock()) self->didChangeState(state, error);
+      });
+  return connection;
+}
+
+void TSLDisplayConnection::didChangeState(ConnectionState state,
+                                          const std::optional<Error>& error) {
+  const auto settle = [this](bool connected) {
+    connected_ = connected;
+    gate_.signal();
+  };
+  switch (state) {
+    case ConnectionState::kWaiting:
+      platform::log("%s: nw_connection_state_waiting, errno: %d", kState, errno);
+      if (error && error->code == platform::kConnectionRefused) {
+        platform::log("%s: closing due to refused connection", kState);
+        settle(false);
+      }
+      return;
+    case ConnectionState::kReady:
+      platform::log("%s: nw_connection_state_ready", kState);
+      return settle(true);
+    case ConnectionState::kFailed:
+      platform::log("%s: nw_connection_state_failed", kState);
+      return settle(false);
+    case ConnectionState::kCancelled:
+      platform::log("%s: nw_connection_state_cancelled", kState);
+      return settle(false);
+    case ConnectionState::kInvalid:
+    case ConnectionState::kPreparing:
+      return;
+  }
+}
+
+bool TSLDisplayConnection::negotiate(std::optional<Error>& error) {
+  const auto session = hub();
+  if (!sendStartCommand(session && session->newProtocol())) return fail(error, kNotConnected);
+  const auto config = session ? session->sessionConfig() : nullptr;
+  const Size size = config ? config->sessionSize() : Size{};
+
+  const auto capture = screenCaptureSessionWithSize(size, error);
+  captureSession_.set(capture);
+  if (!capture) return false;
+  const auto encoder = compressionSessionWithSize(size, error);
+  compressionSession_.set(encoder);
+  if (!encoder) return false;
+
+  const auto group = std::make_shared<platform::Group>(*platform::services().clock);
+  group->enter();
+  socketDispatchGroup_.set(group);
+  if (!requestContext(size)) return fail(error, kNotConnected);
+  if (!group->wait(kContextTimeout)) {
+    platform::log("%s: Timed out waiting for display connector to initialize!", kStart);
+    return fail(error, kNoContext);
+  }
+  capture->startRunning();
+  if (stopped_) capture->stopRunning();  // a stop that came in between did not find it running
+  return true;
+}
+
+bool TSLDisplayConnection::sendStartCommand(bool newProtocol) {
+  if (newProtocol) {
+    platform::log("%s: Sending New StartCommand", kStart);
+    return sendBuffer(kNewStartCommand.data(), kNewStartCommand.size());
+  }
+  platform::log("%s: Sending old Start Command", kStart);
+  return sendBuffer(kOldStartCommand.data(), kOldStartCommand.size());
+}
+
+bool TSLDisplayConnection::requestContext(Size size) {
+  platform::log("%s: Sending Context Request", kStart);
+  const auto picture = PictureSize::from(size);
+  H264ContextRequestMsg request;
+  DefaultH264ContextRequestMsg(request);
+  SetH264ContextRequestMsgResolution(request, static_cast<std::uint32_t>(picture.width),
+                                     static_cast<std::uint32_t>(picture.height), kBitsPerPixel);
+  return sendBuffer(request.data(), request.size());
+}
+
+bool TSLDisplayConnection::sendBuffer(const void* bytes, std::size_t length) {
+  if (const auto connection = HubConnection()) {
+    connection->send(bytes, length);
+    statistics_.sent(length);
+  }
+  return true;
+}
+
+void TSLDisplayConnection::doReceive(
+    const std::shared_ptr<platform::NetworkConnection>& connection) {
+  connection->receive(ReceivedHeader::kSize,
+                      [weak = weak_from_this(),
+                       weakConnection = std::weak_ptr{connection}](const Received& received) {
+                        const auto self = weak.lock();
+                        const auto strong = weakConnection.lock();
+                        if (self && strong) self->didReceiveHeader(strong, received);
+                      });
+}
+
+void TSLDisplayConnection::didReceiveHeader(
+    const std::shared_ptr<platform::NetworkConnection>& connection, const Received& received) {
+  const auto header = received.content ? ReceivedHeader::parse(*received.content) : std::nullopt;
+  if (!header) return;  // the stream ended between two messages
+  if (header->command == VSCH_CMD_CREATE_CONTEXT_RESPONSE) {
+    platform::log("%s: VSCH_CMD_CREATE_CONTEXT_RESPONSE received", kHeader);
+    // None asked yet, or answered already: there is nobody to release.
+    if (const auto group = socketDispatchGroup()) group->leave();
+  } else if (header->command == VSCH_CMD_CONTROL_C2H) {
+    credits_.give();
+  } else {
+    platform::log("%s: received unknown command: 0x%x", kHeader, header->command);
+  }
+  // The header is judged only after its body was skipped; its content is not needed for that.
+  Received verdict{std::nullopt, received.context, received.isComplete, received.error};
+  connection->receive(
+      header->bodyLength(),
+      [weak = weak_from_this(), weakConnection = std::weak_ptr{connection},
+       name = header->skipName(), verdict = std::move(verdict)](const Received& body) {
+        const auto self = weak.lock();
+        const auto strong = weakConnection.lock();
+        if (self && strong) self->didSkipBody(strong, name, verdict, body);
+      });
+}
+
+void TSLDisplayConnection::didSkipBody(
+    const std::shared_ptr<platform::NetworkConnection>& connection, const char* name,
+    const Received& header, const Received& body) {
+  const auto skipFailed = [this, name] {
+    platform::log("%s: %s skip failed", kBody, name);
+    disconnectSessionDueToConnectionError();
+  };
+  if (endsStream(body)) skipFailed();
+  if (body.error) return skipFailed();
+  if (endsStream(header)) {
+    platform::log("%s: ERROR IN Recieve", kBody);
+    connected_ = false;
+  } else if (header.error) {
+    platform::log("%s: Error: %s", kBody, platform::describe(*header.error).c_str());
+  } else {
+    doReceive(connection);
+  }
+}
+
+}  // namespace tessel
