@@ -1,5 +1,6 @@
 #include "platform/Services.h"
 #include "platform/linux/CoreServices.h"
+#include "platform/linux/DataServices.h"
 
 namespace tessel::platform {
 
@@ -9,6 +10,10 @@ Services makeServices() {
   services.queues = makeQueues();
   services.network = makeNetwork();
   services.systemLog = makeSystemLog();
+  services.xml = makeXMLParser();
+  services.files = makeFiles();
+  services.userDefaults = makeUserDefaults(services.files);
+  services.localization = makeLocalization(services.files);
   return services;
 }
 
