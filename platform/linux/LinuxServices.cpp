@@ -1,6 +1,7 @@
 #include "platform/Services.h"
 #include "platform/linux/CoreServices.h"
 #include "platform/linux/DataServices.h"
+#include "platform/linux/InputServices.h"
 
 namespace tessel::platform {
 
@@ -14,6 +15,7 @@ Services makeServices() {
   services.files = makeFiles();
   services.userDefaults = makeUserDefaults(services.files);
   services.localization = makeLocalization(services.files);
+  services.eventPosting = makeEventPosting();
   return services;
 }
 
