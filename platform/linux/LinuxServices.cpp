@@ -11,6 +11,7 @@ Services makeServices() {
   services.queues = makeQueues();
   services.network = makeNetwork();
   services.systemLog = makeSystemLog();
+  services.urlSessions = makeURLSessions(services.queues);
   services.xml = makeXMLParser();
   services.files = makeFiles();
   services.userDefaults = makeUserDefaults(services.files);
