@@ -1,7 +1,6 @@
 #include "platform/Services.h"
 #include "platform/linux/CoreServices.h"
 #include "platform/linux/DataServices.h"
-#include "platform/linux/InputServices.h"
 
 namespace tessel::platform {
 
@@ -11,12 +10,10 @@ Services makeServices() {
   services.queues = makeQueues();
   services.network = makeNetwork();
   services.systemLog = makeSystemLog();
-  services.urlSessions = makeURLSessions(services.queues);
   services.xml = makeXMLParser();
   services.files = makeFiles();
   services.userDefaults = makeUserDefaults(services.files);
   services.localization = makeLocalization(services.files);
-  services.eventPosting = makeEventPosting();
   return services;
 }
 
