@@ -1,6 +1,7 @@
 #include "platform/Services.h"
 #include "platform/linux/CoreServices.h"
 #include "platform/linux/DataServices.h"
+#include "platform/linux/VideoServices.h"
 
 namespace tessel::platform {
 
@@ -14,6 +15,11 @@ Services makeServices() {
   services.files = makeFiles();
   services.userDefaults = makeUserDefaults(services.files);
   services.localization = makeLocalization(services.files);
+
+  const VideoServices video = makeVideoServices(services.queues, services.clock);
+  services.screens = video.screens;
+  services.screenCapture = video.screenCapture;
+  services.videoEncoding = video.videoEncoding;
   return services;
 }
 

@@ -1,1 +1,26 @@
-# services: video
+# Screens, capture and encoding.
+pkg_check_modules(XCB REQUIRED IMPORTED_TARGET xcb xcb-damage xcb-randr xcb-shm xcb-xfixes)
+pkg_check_modules(LIBAV REQUIRED IMPORTED_TARGET libavcodec libavutil)
+# libyuv comes without a pkg-config file.
+find_library(YUV_LIBRARY yuv REQUIRED)
+find_path(YUV_INCLUDE libyuv.h REQUIRED)
+
+tessel_linux_service(video
+  SOURCES
+    EncoderCandidates.cpp
+    LibavCompressionSession.cpp
+    LibavEncoder.cpp
+    LibavVideoEncoding.cpp
+    LinuxScreenCapture.cpp
+    LinuxScreens.cpp
+    NalUnits.cpp
+    ScreenChoice.cpp
+    VideoServices.cpp
+    XCaptureSession.cpp
+    XConnection.cpp
+    XDamage.cpp
+    XFrameSource.cpp
+    XGrabber.cpp
+    XPixelFormat.cpp
+  LINK PkgConfig::XCB PkgConfig::LIBAV ${YUV_LIBRARY} Threads::Threads)
+target_include_directories(tessel_linux_video SYSTEM PRIVATE ${YUV_INCLUDE})
