@@ -9,6 +9,7 @@
 
 #include "input/TSLKeyBoardSimulator.h"
 #include "platform/ByteOrder.h"
+#include "platform/ErrorText.h"
 #include "platform/Group.h"
 #include "platform/Log.h"
 #include "platform/Services.h"
@@ -171,7 +172,7 @@ bool TSLKeyBoardConnection::receiveEnded(const Received& received) {
     return true;
   }
   if (received.error) {
-    log("%s: Error: %s", kBlock, received.error->localizedDescription.c_str());
+    log("%s: Error: %s", kBlock, platform::describe(*received.error).c_str());
     return true;
   }
   return false;

@@ -11,6 +11,7 @@
 
 #include "input/MousePacket.h"
 #include "input/TSLMouseSimulator.h"
+#include "platform/ErrorText.h"
 #include "platform/Log.h"
 #include "platform/Services.h"
 #include "tessel/Constants.h"
@@ -269,7 +270,7 @@ bool TSLMouseConnection::receiveEnded(const Received& received) {
     return true;
   }
   if (received.error) {
-    log("%s: Error: %s", kBlock2, received.error->localizedDescription.c_str());
+    log("%s: Error: %s", kBlock2, platform::describe(*received.error).c_str());
     return true;
   }
   return false;

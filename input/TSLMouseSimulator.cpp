@@ -135,8 +135,8 @@ void TSLMouseSimulator::scaleCoord() {
     if (value < 0) return 0.0;
     return value > limit ? limit : value;
   };
-  // Session over screen, the factor of the cursor reports. Where there is no screen the result
-  // is no number, and the poster has no desktop to post it to.
+  // Session over screen, the factor of the cursor reports. Without a screen it is no number, or an
+  // infinite one; the poster copes.
   ptX_ = clamp(ptX_, session.width) * session.width / screen.width;
   ptY_ = clamp(ptY_, session.height) * session.height / screen.height;
   log("%s/%d :sessionSize.W/H=%lf/%lf, screenSize.W/H=%lf/%lf", kName, 345, session.width,

@@ -1,6 +1,7 @@
 #include "platform/Services.h"
 #include "platform/linux/CoreServices.h"
 #include "platform/linux/DataServices.h"
+#include "platform/linux/InputServices.h"
 #include "platform/linux/VideoServices.h"
 
 namespace tessel::platform {
@@ -11,10 +12,12 @@ Services makeServices() {
   services.queues = makeQueues();
   services.network = makeNetwork();
   services.systemLog = makeSystemLog();
+  services.urlSessions = makeURLSessions(services.queues);
   services.xml = makeXMLParser();
   services.files = makeFiles();
   services.userDefaults = makeUserDefaults(services.files);
   services.localization = makeLocalization(services.files);
+  services.eventPosting = makeEventPosting();
 
   const VideoServices video = makeVideoServices(services.queues, services.clock);
   services.screens = video.screens;

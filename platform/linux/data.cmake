@@ -6,11 +6,14 @@ pkg_check_modules(PLIST REQUIRED IMPORTED_TARGET libplist-2.0)
 tessel_linux_service(data
   SOURCES
     BinaryPropertyList.cpp
+    CurlTransfer.cpp
+    CurlURLSessions.cpp
     HomeFolder.cpp
     LibxmlParser.cpp
     LinuxFiles.cpp
     LinuxLocalization.cpp
     LinuxUserDefaults.cpp
+    TransferThread.cpp
     WholeFile.cpp
     XmlPropertyList.cpp
   LINK PkgConfig::CURL PkgConfig::LIBXML PkgConfig::PLIST)

@@ -3,5 +3,8 @@ tessel_tests(data_tests
     BinaryPropertyListTest.cpp
     FilesTest.cpp
     SettingsTest.cpp
+    TransferLineTest.cpp
+    URLAnswerTest.cpp
+    URLSessionsTest.cpp
     XMLParserTest.cpp
-  LINK tessel_platform tessel_platform_linux)
+  LINK tessel_platform tessel_platform_linux tessel_test_http)

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <memory>
+#include <mutex>
+
+#include "platform/Queues.h"
+
+namespace tessel::platform {
+
+/// The serial queue that a URL session calls back on, made when it is first needed: a session whose
+/// transfer still waits for its turn costs no thread. Any thread.
+class CallbackQueue {
+ public:
+  explicit CallbackQueue(std::shared_ptr<Queues> queues) : queues_{std::move(queues)} {}
+
+  SerialQueue& get() {
+    std::call_once(made_, [this] { queue_ = queues_->makeSerialQueue("tessel.url"); });
+    return *queue_;
+  }
+
+ private:
+  const std::shared_ptr<Queues> queues_;
+  std::once_flag made_;
+  std::shared_ptr<SerialQueue> queue_;
+};
+
+}  // namespace tessel::platform

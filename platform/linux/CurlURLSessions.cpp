@@ -1,0 +1,58 @@
+#include "platform/linux/CurlURLSessions.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdlib>
+
+#include "platform/linux/CallbackQueue.h"
+#include "platform/linux/CurlTransfer.h"
+#include "platform/linux/DataServices.h"
+#include "platform/linux/TransferThread.h"
+
+namespace tessel::platform {
+namespace {
+
+using std::chrono::milliseconds;
+
+class CurlURLSession : public URLSession {
+ public:
+  CurlURLSession(std::shared_ptr<CallbackQueue> callbackQueue,
+                 std::optional<Clock::Duration> requestTimeout)
+      : callbackQueue_{std::move(callbackQueue)}, requestTimeout_{requestTimeout} {}
+
+  void dataTask(const URLRequest& request, Completion completion) override {
+    const char* certificates = std::getenv("SSL_CERT_FILE");
+    auto transfer = std::make_unique<CurlTransfer>(
+        CurlTransfer::Order{.request = request,
+                            .timeout = transferTimeout(requestTimeout_),
+                            .hurried = requestTimeout_.has_value(),
+                            .certificates = certificates ? certificates : "",
+                            .completion = std::move(completion),
+                            .callbackQueue = callbackQueue_});
+    if (auto error = transfer->check()) return transfer->fail(*std::move(error));
+    TransferThread::shared().start(std::move(transfer));
+  }
+
+ private:
+  const std::shared_ptr<CallbackQueue> callbackQueue_;  // shared with the transfers
+  const std::optional<Clock::Duration> requestTimeout_;
+};
+
+}  // namespace
+
+// To curl, 0 means no time-out at all.
+milliseconds transferTimeout(std::optional<Clock::Duration> requestTimeout) {
+  const Clock::Duration timeout = requestTimeout.value_or(std::chrono::seconds{60});
+  return std::max(std::chrono::ceil<milliseconds>(timeout), milliseconds{1});
+}
+
+std::shared_ptr<URLSession> CurlURLSessions::makeSession(
+    std::optional<Clock::Duration> requestTimeout) {
+  return std::make_shared<CurlURLSession>(std::make_shared<CallbackQueue>(queues_), requestTimeout);
+}
+
+std::shared_ptr<URLSessions> makeURLSessions(std::shared_ptr<Queues> queues) {
+  return std::make_shared<CurlURLSessions>(std::move(queues));
+}
+
+}  // namespace tessel::platform

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <signal.h>
+#include <time.h>
+
+namespace tessel::platform {
+
+/// Keeps SIGPIPE from the calling thread while it lives, and takes the one that was raised
+/// meanwhile. For libraries that write to sockets without MSG_NOSIGNAL.
+class PipeSignalGuard {
+ public:
+  PipeSignalGuard() {
+    sigemptyset(&pipe_);
+    sigaddset(&pipe_, SIGPIPE);
+    sigset_t pending;
+    sigpending(&pending);
+    wasPending_ = sigismember(&pending, SIGPIPE) == 1;
+    pthread_sigmask(SIG_BLOCK, &pipe_, &previous_);
+  }
+  ~PipeSignalGuard() {
+    constexpr timespec kAtOnce{};
+    if (!wasPending_) sigtimedwait(&pipe_, nullptr, &kAtOnce);
+    pthread_sigmask(SIG_SETMASK, &previous_, nullptr);
+  }
+  PipeSignalGuard(const PipeSignalGuard&) = delete;
+  PipeSignalGuard& operator=(const PipeSignalGuard&) = delete;
+
+ private:
+  sigset_t pipe_{};
+  sigset_t previous_{};
+  bool wasPending_ = false;
+};
+
+}  // namespace tessel::platform

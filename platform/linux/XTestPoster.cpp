@@ -1,0 +1,210 @@
+#include "platform/linux/XTestPoster.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <linux/input-event-codes.h>
+#include <string>
+#include <utility>
+
+#include "platform/linux/InputServices.h"
+#include "platform/linux/VirtualKeyCodes.h"
+
+namespace tessel::platform {
+
+namespace {
+
+constexpr std::uint8_t kLeftButton = 1;
+constexpr std::uint8_t kRightButton = 3;
+constexpr std::uint8_t kWheelUp = 4;
+constexpr std::uint8_t kWheelDown = 5;
+
+// What a wheel's byte can ask for.
+constexpr std::int32_t kMostLines = 255;
+
+// The place of a coordinate among a screen's pixels.
+int pixel(double coordinate, int size) {
+  const double last = std::max(size - 1, 0);
+  return static_cast<int>(std::clamp(coordinate, 0.0, last));
+}
+
+// An event's button tells which one it is about, its type only what happens to it.
+std::uint8_t buttonOf(const MouseEvent& event) {
+  return event.button == MouseButton::kRight ? kRightButton : kLeftButton;
+}
+
+// Keys that the hub sends under other codes once num lock goes on or off.
+bool changesUnderNumLock(std::uint8_t evdev) {
+  switch (evdev) {
+    case KEY_HOME:
+    case KEY_UP:
+    case KEY_PAGEUP:
+    case KEY_LEFT:
+    case KEY_RIGHT:
+    case KEY_END:
+    case KEY_DOWN:
+    case KEY_PAGEDOWN:
+    case KEY_DELETE:
+    case KEY_KP0:
+    case KEY_KP1:
+    case KEY_KP2:
+    case KEY_KP3:
+    case KEY_KP4:
+    case KEY_KP6:
+    case KEY_KP7:
+    case KEY_KP8:
+    case KEY_KP9:
+    case KEY_KPDOT:
+      return true;
+    default:
+      return false;
+  }
+}
+
+class XTestPosting final : public EventPosting {
+ public:
+  std::unique_ptr<EventPoster> makeEventPoster() override {
+    std::string reason;
+    return std::make_unique<XTestPoster>(XTestDisplay::open(reason));
+  }
+};
+
+}  // namespace
+
+std::shared_ptr<EventPosting> makeEventPosting() { return std::make_shared<XTestPosting>(); }
+
+XTestPoster::XTestPoster(std::unique_ptr<XTestDisplay> display) : display_{std::move(display)} {}
+
+XTestPoster::~XTestPoster() { close(); }
+
+bool XTestPoster::canPost() const { return display_ && !closed_ && display_->alive(); }
+
+std::optional<MouseEvent> XTestPoster::createMouseEvent(MouseEventType type, Point position,
+                                                        MouseButton button) {
+  if (!display_ || !display_->alive()) return std::nullopt;
+  return MouseEvent{type, position, button, 1};
+}
+
+void XTestPoster::setType(MouseEvent& event, MouseEventType type) { event.type = type; }
+
+void XTestPoster::setIntegerValueField(MouseEvent& event, std::uint32_t field, std::int64_t value) {
+  if (field == kClickStateField) event.clickState = value;
+}
+
+void XTestPoster::post(const MouseEvent& event) {
+  const std::lock_guard lock{mutex_};
+  if (!canPost()) return;
+  moveTo(event.position);
+  switch (event.type) {
+    case MouseEventType::kLeftDown:
+    case MouseEventType::kRightDown:
+      if (event.clickState < 2) postButton(buttonOf(event), true);
+      break;
+    case MouseEventType::kLeftUp:
+    case MouseEventType::kRightUp:
+      postButton(buttonOf(event), false);
+      break;
+    case MouseEventType::kMoved:
+    case MouseEventType::kLeftDragged:
+    case MouseEventType::kRightDragged:
+    case MouseEventType::kScrollWheel:
+    case MouseEventType::kNone:
+      break;
+  }
+  display_->flush();
+}
+
+// Positions count from the first screen's corner. One that is no number moves nothing.
+void XTestPoster::moveTo(Point position) {
+  if (std::isnan(position.x) || std::isnan(position.y)) return;
+  const auto screen = display_->firstScreen();
+  display_->moveTo(screen.x + pixel(position.x, screen.width),
+                   screen.y + pixel(position.y, screen.height));
+}
+
+void XTestPoster::postButton(std::uint8_t button, bool down) {
+  const bool held = std::ranges::count(buttons_, button) > 0;
+  if (held == down) return;
+  display_->button(button, down);
+  if (down) {
+    buttons_.push_back(button);
+  } else {
+    std::erase(buttons_, button);
+  }
+}
+
+std::optional<ScrollWheelEvent> XTestPoster::createScrollWheelEvent(std::int32_t lines) {
+  if (!display_ || !display_->alive()) return std::nullopt;
+  return ScrollWheelEvent{lines};
+}
+
+// A line is a notch, and a notch is a click of button 4 or 5.
+void XTestPoster::post(const ScrollWheelEvent& event) {
+  const std::lock_guard lock{mutex_};
+  if (!canPost()) return;
+  const std::uint8_t button = event.lines > 0 ? kWheelUp : kWheelDown;
+  const auto notches = std::abs(std::clamp(event.lines, -kMostLines, kMostLines));
+  for (std::int32_t notch = 0; notch < notches; ++notch) {
+    display_->button(button, true);
+    display_->button(button, false);
+  }
+  display_->flush();
+}
+
+std::optional<KeyboardEvent> XTestPoster::createKeyboardEvent(std::uint16_t virtualKey,
+                                                              bool keyDown) {
+  if (!display_ || !display_->alive() || !evdevCode(virtualKey)) return std::nullopt;
+  return KeyboardEvent{virtualKey, keyDown, 0};
+}
+
+void XTestPoster::setFlags(KeyboardEvent& event, std::uint64_t flags) { event.flags = flags; }
+
+void XTestPoster::post(const KeyboardEvent& event) {
+  const auto evdev = evdevCode(event.virtualKey);
+  if (!evdev) return;
+  const std::lock_guard lock{mutex_};
+  if (!canPost()) return;
+  if (*evdev == KEY_NUMLOCK) releaseKeysUnderNumLock();
+  postKey(*evdev, event.keyDown);
+  display_->flush();
+}
+
+void XTestPoster::postKey(std::uint8_t evdev, bool down) {
+  const bool held = std::ranges::count(keys_, evdev) > 0;
+  if (held == down) return;
+  display_->key(evdev, down);
+  if (down) {
+    keys_.push_back(evdev);
+  } else {
+    std::erase(keys_, evdev);
+  }
+}
+
+// Their release would come under another code and leave them down, repeating for ever.
+void XTestPoster::releaseKeysUnderNumLock() {
+  const Held held = keys_;
+  for (const std::uint8_t key : held) {
+    if (changesUnderNumLock(key)) postKey(key, false);
+  }
+}
+
+void XTestPoster::releaseAll() {
+  const std::lock_guard lock{mutex_};
+  releaseHeld();
+}
+
+void XTestPoster::close() {
+  const std::lock_guard lock{mutex_};
+  releaseHeld();
+  closed_ = true;
+}
+
+void XTestPoster::releaseHeld() {
+  if (!canPost()) return;
+  // The last one pressed first: modifiers stay down as long as the keys they act on.
+  while (!keys_.empty()) postKey(keys_.back(), false);
+  while (!buttons_.empty()) postButton(buttons_.back(), false);
+  display_->flush();
+}
+
+}  // namespace tessel::platform

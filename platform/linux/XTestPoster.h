@@ -1,0 +1,61 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <vector>
+
+#include "platform/EventPoster.h"
+#include "platform/linux/XTestDisplay.h"
+
+namespace tessel::platform {
+
+/// Posts events through XTEST.
+///
+/// X clients count clicks themselves, by time and place, and X repeats a held key itself. So each
+/// click goes out once: a press that is marked as the second of two is not posted, since the one
+/// that counts as second went out right before it. Nor is a press of what is held already. Only
+/// what this poster has pressed is ever released: a release of anything else could end a press of
+/// whoever sits at the computer.
+class XTestPoster final : public EventPoster {
+ public:
+  /// Without a display it makes no events.
+  explicit XTestPoster(std::unique_ptr<XTestDisplay> display);
+  ~XTestPoster() override;
+
+  std::optional<MouseEvent> createMouseEvent(MouseEventType type, Point position,
+                                             MouseButton button) override;
+  void setType(MouseEvent& event, MouseEventType type) override;
+  void setIntegerValueField(MouseEvent& event, std::uint32_t field, std::int64_t value) override;
+  void post(const MouseEvent& event) override;
+
+  std::optional<ScrollWheelEvent> createScrollWheelEvent(std::int32_t lines) override;
+  void post(const ScrollWheelEvent& event) override;
+
+  std::optional<KeyboardEvent> createKeyboardEvent(std::uint16_t virtualKey, bool keyDown) override;
+  void setFlags(KeyboardEvent& event, std::uint64_t flags) override;
+  void post(const KeyboardEvent& event) override;
+
+  void releaseAll() override;
+  void close() override;
+
+ private:
+  /// Keys or buttons, in the order in which they were pressed.
+  using Held = std::vector<std::uint8_t>;
+
+  bool canPost() const;
+  void moveTo(Point position);
+  void postButton(std::uint8_t button, bool down);
+  void postKey(std::uint8_t evdev, bool down);
+  void releaseKeysUnderNumLock();
+  void releaseHeld();
+
+  std::mutex mutex_;  // guards all below: `releaseAll` and `close` come from any thread
+  const std::unique_ptr<XTestDisplay> display_;
+  Held buttons_;
+  Held keys_;  // evdev codes
+  bool closed_ = false;
+};
+
+}  // namespace tessel::platform

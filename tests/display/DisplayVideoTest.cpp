@@ -1,0 +1,319 @@
+#include "tests/display/DisplayTest.h"
+
+namespace tessel::test {
+namespace {
+
+using platform::Clock;
+using std::chrono_literals::operator""ms;
+using std::chrono_literals::operator""s;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+const std::string kCaptureSetup = "-[TSLDisplayConnection screenCaptureSessionWithSize:error:]";
+const std::string kEncoderSetup = "-[TSLDisplayConnection compressionSessionWithSize:error:]";
+const std::string kOutput =
+    "-[TSLDisplayConnection captureOutput:didOutputSampleBuffer:fromConnection:]";
+const std::string kCompressed =
+    "-[TSLDisplayConnection compressionOutputCompletedWithStatus:infoFlags:sampleBuffer:]";
+
+// Bytes on the wire of the frame that the simulated encoder makes: header, start code, unit.
+constexpr std::int64_t kFrameOnTheWire = 56 + 5;
+
+class DisplayVideoTest : public DisplayTest {
+ protected:
+  std::optional<Error> setUpError;
+};
+
+// Capture set-up.
+
+TEST_F(DisplayVideoTest, TheFirstScreenIsCapturedWithoutItsCursor) {
+  world.screens.list = {Screen{69, {{0, 0}, {800, 600}}}, Screen{70, {{800, 0}, {1920, 1080}}}};
+  ASSERT_NE(display->screenCaptureSessionWithSize({1280, 720}, setUpError), nullptr);
+  EXPECT_EQ(setUpError, std::nullopt);
+  EXPECT_EQ(capture()->input->displayID, 69U);
+  EXPECT_FALSE(capture()->input->capturesCursor);
+  EXPECT_FALSE(capture()->input->capturesMouseClicks);
+  EXPECT_EQ(capture()->input->minFrameDuration, Clock::Duration{1s} / 30);
+  EXPECT_EQ(capture()->output->size, (Size{1280, 720}));
+  EXPECT_EQ(capture()->output->pixelFormat, 0x79757673U);
+  EXPECT_TRUE(capture()->output->alwaysDiscardsLateVideoFrames);
+  EXPECT_FALSE(capture()->running);
+}
+
+TEST_F(DisplayVideoTest, ACaptureOfASecondDisplayIsNotPossible) {
+  world.screens.list = {Screen{1, {{0, 0}, {800, 600}}}, Screen{2, {{800, 0}, {800, 600}}}};
+  startUntilCasting();
+  EXPECT_EQ(world.capture.sessions.size(), 1U);
+  EXPECT_EQ(capture()->input->displayID, 1U);
+}
+
+TEST_F(DisplayVideoTest, AnInputThatCannotBeAddedIsAnError) {
+  world.capture.inputAccepted = false;
+  EXPECT_EQ(display->screenCaptureSessionWithSize({1280, 720}, setUpError), nullptr);
+  EXPECT_EQ(setUpError, (Error{"AVFoundationErrorDomain", -11800, ""}));
+  EXPECT_THAT(world.log.lines(),
+              ElementsAre(kCaptureSetup + ": Cannot add AVCaptureScreenInput to capture session!"));
+}
+
+TEST_F(DisplayVideoTest, WithoutAScreenThereIsNoInput) {
+  world.screens.list.clear();
+  EXPECT_EQ(display->screenCaptureSessionWithSize({1280, 720}, setUpError), nullptr);
+  EXPECT_EQ(setUpError, (Error{"AVFoundationErrorDomain", -11800, ""}));
+}
+
+TEST_F(DisplayVideoTest, AnOutputThatCannotBeAddedIsAnError) {
+  world.capture.outputAccepted = false;
+  EXPECT_EQ(display->screenCaptureSessionWithSize({1280, 720}, setUpError), nullptr);
+  EXPECT_EQ(setUpError, (Error{"AVFoundationErrorDomain", -11800, ""}));
+  EXPECT_THAT(
+      world.log.lines(),
+      ElementsAre(kCaptureSetup + ": Cannot add AVCaptureVideoDataOutput to capture session!"));
+}
+
+// Encoder set-up.
+
+TEST_F(DisplayVideoTest, TheEncoderGetsItsThreePropertiesInOrder) {
+  const auto made = display->compressionSessionWithSize({1280.9, 720.2}, setUpError);
+  EXPECT_EQ(made, encoder());
+  EXPECT_EQ(encoder()->width, 1280);
+  EXPECT_EQ(encoder()->height, 720);
+  EXPECT_THAT(encoder()->calls, ElementsAre("AllowFrameReordering 0", "RealTime 1",
+                                            "ExpectedFrameRate 30", "Prepare"));
+  EXPECT_THAT(
+      world.log.lines(),
+      ElementsAre(kEncoderSetup + ": Compression session using hardware acceleration: YES"));
+}
+
+TEST_F(DisplayVideoTest, ASoftwareEncoderIsSaidToBeOne) {
+  world.encoding.onCreate = [](FakeCompressionSession& made) { made.hardware = false; };
+  EXPECT_NE(display->compressionSessionWithSize({1280, 720}, setUpError), nullptr);
+  EXPECT_THAT(world.log.lines(),
+              ElementsAre(kEncoderSetup + ": Compression session using hardware acceleration: NO"));
+}
+
+TEST_F(DisplayVideoTest, AnEncoderThatDoesNotSayWhatItIsGoesOn) {
+  world.encoding.onCreate = [](FakeCompressionSession& made) {
+    made.hardware = platform::Status{-12900};
+  };
+  EXPECT_NE(display->compressionSessionWithSize({1280, 720}, setUpError), nullptr);
+  EXPECT_THAT(
+      world.log.lines(),
+      ElementsAre(kEncoderSetup +
+                  ": VTSessionCopyProperty(kVTCompressionPropertyKey_"
+                  "UsingHardwareAcceleratedVideoEncoder) failed. error: "
+                  "Error Domain=NSOSStatusErrorDomain Code=-12900 \"encoder status -12900\""));
+}
+
+TEST_F(DisplayVideoTest, AnEncoderThatCannotBeMadeIsAnError) {
+  world.encoding.createStatus = -12902;
+  EXPECT_EQ(display->compressionSessionWithSize({1280, 720}, setUpError), nullptr);
+  EXPECT_EQ(setUpError, (Error{"NSOSStatusErrorDomain", -12902, "encoder status -12902"}));
+  EXPECT_THAT(world.log.lines(),
+              ElementsAre(kEncoderSetup + ": Failed to create compression session. error: Error "
+                                          "Domain=NSOSStatusErrorDomain Code=-12902 "
+                                          "\"encoder status -12902\""));
+}
+
+TEST_F(DisplayVideoTest, AnEncoderThatCannotBePreparedIsInvalidated) {
+  world.encoding.onCreate = [](FakeCompressionSession& made) { made.prepareStatus = -12911; };
+  EXPECT_EQ(display->compressionSessionWithSize({1280, 720}, setUpError), nullptr);
+  EXPECT_EQ(setUpError, (Error{"NSOSStatusErrorDomain", -12911, "encoder status -12911"}));
+  EXPECT_EQ(encoder()->invalidations, 1);
+  EXPECT_EQ(world.log.lines().back(),
+            kEncoderSetup +
+                ": Failed to prepare compression session. error: Error "
+                "Domain=NSOSStatusErrorDomain Code=-12911 \"encoder status -12911\"");
+}
+
+// Frames and credits.
+
+TEST_F(DisplayVideoTest, AFrameIsEncodedAndSent) {
+  startUntilCasting();
+  world.log.clear();
+  const std::size_t before = connection()->sends.size();
+  castFrame();
+  ASSERT_EQ(connection()->sends.size(), before + 2);
+  EXPECT_EQ(connection()->sends[before].size(), 56U);
+  EXPECT_EQ(connection()->sends[before + 1], (Bytes{0, 0, 0, 1, 0x41}));
+  EXPECT_EQ(display->ackedSamples(), 5);
+  EXPECT_THAT(world.log.lines(), IsEmpty());
+}
+
+TEST_F(DisplayVideoTest, FramesAreNumberedAt30ASecond) {
+  startUntilCasting();
+  castFrame();
+  castFrame();
+  ASSERT_EQ(encoder()->frames.size(), 2U);
+  EXPECT_EQ(encoder()->frames[0].timescale, 30);
+  EXPECT_EQ(encoder()->frames[1].value, encoder()->frames[0].value + 1);
+  EXPECT_GE(encoder()->frames[0].value, 1);
+}
+
+TEST_F(DisplayVideoTest, WithoutAcknowledgementsExactly6FramesAreEncoded) {
+  startUntilCasting();
+  world.log.clear();
+  for (int i = 0; i < 20; ++i) castFrame();
+  EXPECT_EQ(encoder()->frames.size(), 6U);
+  EXPECT_EQ(display->ackedSamples(), 0);
+  EXPECT_THAT(world.log.lines(), IsEmpty());
+  const auto statistics = display->statistics();
+  EXPECT_EQ(statistics.framesCaptured, 20);
+  EXPECT_EQ(statistics.framesEncoded, 6);
+  EXPECT_EQ(statistics.framesDropped, 14);
+  EXPECT_EQ(statistics.credits, 0);
+  EXPECT_EQ(statistics.bytesSent, 9 + 228 + 6 * kFrameOnTheWire);
+}
+
+TEST_F(DisplayVideoTest, FramesDroppedForWantOfACreditDoNotCount) {
+  startUntilCasting();
+  for (int i = 0; i < 10; ++i) castFrame();
+  hubSends(kAcknowledgement);
+  castFrame();
+  ASSERT_EQ(encoder()->frames.size(), 7U);
+  EXPECT_EQ(encoder()->frames[6].value, encoder()->frames[5].value + 1);
+}
+
+TEST_F(DisplayVideoTest, AnAcknowledgementLetsOneMoreFrameThrough) {
+  startUntilCasting();
+  for (int i = 0; i < 10; ++i) castFrame();
+  hubSends(kAcknowledgement);
+  castFrame();
+  castFrame();
+  EXPECT_EQ(encoder()->frames.size(), 7U);
+}
+
+TEST_F(DisplayVideoTest, SurplusAcknowledgementsRaiseTheCredits) {
+  startUntilCasting();
+  for (int i = 0; i < 100; ++i) hubSends(kAcknowledgement);
+  EXPECT_EQ(display->ackedSamples(), 106);
+}
+
+TEST_F(DisplayVideoTest, AHubThatAcknowledgesWithoutReadingGetsNoMoreFrames) {
+  startUntilCasting();
+  for (int i = 0; i < 100; ++i) hubSends(kAcknowledgement);
+  connection()->unsent = (std::size_t{32} << 20U) + 1;
+  castFrame();
+  EXPECT_THAT(encoder()->frames, IsEmpty());
+  EXPECT_EQ(display->ackedSamples(), 106);
+  EXPECT_EQ(display->statistics().framesDropped, 1);
+  connection()->unsent = 0;
+  castFrame();
+  EXPECT_EQ(encoder()->frames.size(), 1U);
+}
+
+TEST_F(DisplayVideoTest, AFrameWithoutAPictureIsLoggedAndCountsAndCostsItsCredit) {
+  startUntilCasting();
+  castFrame();
+  world.log.clear();
+  capture()->deliver({});
+  world.run();
+  castFrame();
+  ASSERT_EQ(encoder()->frames.size(), 2U);
+  const auto lost = encoder()->frames[0].value + 1;
+  EXPECT_EQ(encoder()->frames[1].value, lost + 1);
+  EXPECT_EQ(display->ackedSamples(), 3);
+  EXPECT_THAT(
+      world.log.lines(),
+      ElementsAre(kOutput + ": unable to get CVPixelBufferRef for frame " + std::to_string(lost)));
+}
+
+TEST_F(DisplayVideoTest, AFrameThatTheEncoderRefusesIsLoggedAndCountsAndCostsItsCredit) {
+  startUntilCasting();
+  encoder()->encodeStatus = -12905;
+  world.log.clear();
+  castFrame();
+  encoder()->encodeStatus = 0;
+  castFrame();
+  const auto lost = encoder()->frames.at(0).value;
+  EXPECT_EQ(encoder()->frames.at(1).value, lost + 1);
+  EXPECT_EQ(display->ackedSamples(), 4);
+  EXPECT_EQ(display->statistics().framesEncoded, 1);
+  EXPECT_THAT(world.log.lines(), ElementsAre(kOutput + ": error encoding frame " +
+                                             std::to_string(lost) + ". status: -12905"));
+}
+
+TEST_F(DisplayVideoTest, AfterSixLossesOnlyAnAcknowledgementBringsFramesBack) {
+  startUntilCasting();
+  encoder()->encodeStatus = -12905;
+  for (int i = 0; i < 6; ++i) castFrame();
+  encoder()->encodeStatus = 0;
+  castFrame();
+  EXPECT_EQ(encoder()->frames.size(), 6U);
+  EXPECT_TRUE(capture()->running);
+  hubSends(kAcknowledgement);
+  castFrame();
+  EXPECT_EQ(encoder()->frames.size(), 7U);
+}
+
+TEST_F(DisplayVideoTest, ALateFrameIsLoggedByNameOnly) {
+  startUntilCasting();
+  world.log.clear();
+  capture()->drop();
+  world.run();
+  EXPECT_THAT(world.log.lines(), ElementsAre("-[TSLDisplayConnection "
+                                             "captureOutput:didDropSampleBuffer:fromConnection:]"));
+  EXPECT_EQ(display->statistics().framesDropped, 1);
+  EXPECT_EQ(display->ackedSamples(), 6);
+}
+
+// The encoder's output.
+
+TEST_F(DisplayVideoTest, AFailedCompressionIsLoggedWithWhetherTheFrameWasDropped) {
+  startUntilCasting();
+  const std::size_t before = connection()->sends.size();
+  world.log.clear();
+  encoder()->output(-12909, 0x2, nullptr);
+  encoder()->output(-12909, 0x1, nullptr);
+  world.run();
+  EXPECT_THAT(world.log.lines(),
+              ElementsAre(kCompressed + ": Compression failed. status: -12909, frame dropped: YES",
+                          kCompressed + ": Compression failed. status: -12909, frame dropped: NO"));
+  EXPECT_EQ(connection()->sends.size(), before);
+}
+
+TEST_F(DisplayVideoTest, ASuccessWithoutAFrameIsLogged) {
+  startUntilCasting();
+  world.log.clear();
+  encoder()->output(0, 0, nullptr);
+  world.run();
+  EXPECT_THAT(world.log.lines(),
+              ElementsAre(kCompressed + ": Successful status but NULL sampleBuffer!"));
+  EXPECT_EQ(display->statistics().framesEncoded, 0);
+}
+
+TEST_F(DisplayVideoTest, AFrameThatCannotBeConvertedIsNotSentAndKeepsItsCredit) {
+  startUntilCasting();
+  encoder()->automaticOutput = false;
+  castFrame();
+  const std::size_t before = connection()->sends.size();
+  auto broken = std::make_shared<FakeEncodedSampleBuffer>();
+  broken->data = platform::Status{-1};
+  encoder()->output(0, 0, broken);
+  world.run();
+  EXPECT_EQ(connection()->sends.size(), before);
+  EXPECT_EQ(display->ackedSamples(), 5);
+}
+
+TEST_F(DisplayVideoTest, FramesAreConvertedButNotSentOnceTheChannelIsLost) {
+  startUntilCasting();
+  connection()->enterState(platform::ConnectionState::kFailed);
+  world.run();
+  const std::size_t before = connection()->sends.size();
+  castFrame();
+  EXPECT_EQ(display->statistics().framesEncoded, 1);
+  EXPECT_EQ(connection()->sends.size(), before);
+  EXPECT_EQ(display->ackedSamples(), 5);
+}
+
+TEST_F(DisplayVideoTest, TheTimeInTheEncoderIsAddedUp) {
+  startUntilCasting();
+  encoder()->automaticOutput = false;
+  castFrame();
+  world.advance(12ms);
+  encoder()->output(0, 0, nullptr);
+  world.run();
+  EXPECT_DOUBLE_EQ(display->statistics().encodeSeconds, 0.012);
+}
+
+}  // namespace
+}  // namespace tessel::test

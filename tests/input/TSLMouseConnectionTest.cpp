@@ -1,0 +1,389 @@
+#include "input/TSLMouseConnection.h"
+#include "input/TSLMouseSimulator.h"
+#include "tests/input/InputFixture.h"
+
+namespace tessel::test {
+namespace {
+
+using platform::ContentContext;
+using platform::Received;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::Not;
+
+const std::string kStart = "-[TSLMouseConnection startWithCompletionHandler:]";
+const std::string kInit = "-[TSLMouseConnection newInitialization:]";
+const std::string kReceive = "-[TSLMouseConnection rcvMouseEvent:]";
+const std::string kTick = "-[TSLMouseConnection sendMouseEvent]";
+const Bytes kMove{8, 0x0D, 10, 0, 20, 0, 1, 0};
+const Bytes kLeftDown{8, 0x0D, 10, 0, 20, 0, 2, 0};
+
+class TSLMouseConnectionTest : public MouseChannelTest {
+ protected:
+  /// Lines of the handshake and the receive loop.
+  std::vector<std::string> channelLog() const {
+    auto lines = world.log.lines();
+    std::erase_if(lines, [](const std::string& line) {
+      return line.starts_with(kTick) || line.starts_with("lastPt") ||
+             line.starts_with("-[TSLMouseSimulator");
+    });
+    return lines;
+  }
+};
+
+TEST_F(TSLMouseConnectionTest, ANewConnectionTicksAndIsNotConnected) {
+  EXPECT_EQ(mouse->hub(), session);
+  EXPECT_FALSE(mouse->connected());
+  EXPECT_EQ(mouse->HubConnection(), nullptr);
+  EXPECT_EQ(mouse->lastPoint(), (Point{-1.0, -1.0}));
+  EXPECT_EQ(mouse->mouseQueue()->label(), "Mouse Dispatch Queue");
+  ASSERT_NE(mouse->mouseSimulator(), nullptr);
+  EXPECT_EQ(mouse->mouseSimulator()->hub(), session);
+  EXPECT_THAT(world.log.lines(),
+              ElementsAre("-[TSLMouseSimulator init:]/55: init",
+                          "TSLMouseSimulator--[TSLMouseConnection initWithHub:]/60: "
+                          "mouse connection init"));
+  world.log.clear();
+  world.run();
+  const std::string line = kTick + ": Unable to send as socket is not connected.";
+  EXPECT_EQ(world.log.count(line), 1);
+  world.advance(std::chrono::milliseconds{250});
+  EXPECT_EQ(world.log.count(line), 11);
+}
+
+// newProtocol YES selects port "1494", NO selects "8500"; sslEnabled selects TLS with default
+// settings or plain TCP.
+TEST_F(TSLMouseConnectionTest, TheProtocolSelectsThePortAndSslEnabledSelectsTls) {
+  for (const bool newProtocol : {true, false}) {
+    for (const bool ssl : {true, false}) {
+      session->setNewProtocol(newProtocol);
+      session->setSslEnabled(ssl);
+      start();
+      EXPECT_EQ(hub->endpoint.host, "192.168.1.100");
+      EXPECT_EQ(hub->endpoint.port, newProtocol ? "1494" : "8500");
+      EXPECT_EQ(hub->tls, ssl);
+      EXPECT_TRUE(hub->started);
+      EXPECT_EQ(mouse->HubConnection(), hub);
+    }
+  }
+}
+
+TEST_F(TSLMouseConnectionTest, AMissingHostNameCallsTheCompletionWithCode2AndMakesNoConnection) {
+  mouse->stopWithCompletionHandler(nullptr);
+  session = TSLSession::initWithHostName(std::nullopt, 0);
+  mouse = TSLMouseConnection::initWithHub(session);
+  world.log.clear();
+  mouse->startWithCompletionHandler([this](const std::optional<Error>& error) {
+    EXPECT_THAT(world.log.lines(), IsEmpty());  // the line follows the call
+    started.handler()(error);
+  });
+  EXPECT_THAT(started.codes, ElementsAre(2));
+  EXPECT_THAT(world.log.lines(), ElementsAre(kStart + ": hostName is NULL!"));
+  EXPECT_THAT(world.network.connections, IsEmpty());
+}
+
+TEST_F(TSLMouseConnectionTest, ASessionThatIsGoneIsAMissingHostName) {
+  session.reset();
+  mouse->startWithCompletionHandler(started.handler());
+  EXPECT_THAT(started.codes, ElementsAre(2));
+  EXPECT_THAT(world.network.connections, IsEmpty());
+}
+
+TEST_F(TSLMouseConnectionTest, TheHandshakeSendsItsMessagesAndWaitsForTheReplies) {
+  start();
+  world.log.clear();
+  hub->becomeReady();
+  world.run();
+  EXPECT_TRUE(mouse->connected());
+  EXPECT_THAT(hub->sends, ElementsAre(kStartCommand, kCursorCommand));
+  EXPECT_THAT(channelLog(), ElementsAre(kInit + ": ENTER", kInit + ": Sending startCommand",
+                                        kInit + ": Sending cursorCommand",
+                                        kInit + ": queueing recv", kInit + ": EXIT"));
+  world.log.clear();
+  hub->sends.clear();
+  hub->deliver(kCursorReply);
+  world.run();
+  EXPECT_THAT(hub->sends, ElementsAre(kCaptureCommand));
+  EXPECT_THAT(channelLog(), ElementsAre(kInit + "_block_invoke: ReplyReceived",
+                                        kInit + "_block_invoke: Sending captureCommand"));
+  EXPECT_THAT(started.codes, IsEmpty());
+  world.log.clear();
+  hub->deliver(kCaptureReply);
+  world.run();
+  EXPECT_THAT(channelLog(), ElementsAre(kReceive + ": Enter",
+                                        kInit + "_block_invoke_2: Mouse Connection Initialized"));
+  EXPECT_THAT(started.codes, ElementsAre(0));
+}
+
+TEST_F(TSLMouseConnectionTest, ARefusedPortIsCode3) {
+  start();
+  world.log.clear();
+  hub->refuse();
+  world.run();
+  EXPECT_THAT(started.codes, ElementsAre(3));
+  EXPECT_THAT(world.log.lines(),
+              Contains(kStart + "_block_invoke: Failed, calling completion handler"));
+  EXPECT_FALSE(mouse->connected());
+}
+
+TEST_F(TSLMouseConnectionTest, OtherStatesChangeNothing) {
+  start();
+  world.run();
+  world.log.clear();
+  for (const auto state : {platform::ConnectionState::kInvalid, platform::ConnectionState::kWaiting,
+                           platform::ConnectionState::kPreparing}) {
+    hub->enterState(state);
+  }
+  world.run();
+  EXPECT_THAT(world.log.lines(), IsEmpty());
+  EXPECT_THAT(started.codes, IsEmpty());
+  EXPECT_THAT(hub->sends, IsEmpty());
+}
+
+// A hub that answers the cursor command with anything but 02 00 00 00 02 00 00 00 02 01 leaves the
+// start completion uncalled.
+TEST_F(TSLMouseConnectionTest, AWrongCursorReplyLeavesTheCompletionUncalled) {
+  for (std::size_t at = 0; at < kCursorReply.size(); ++at) {
+    becomeReady();
+    hub->sends.clear();
+    world.log.clear();
+    Bytes reply = kCursorReply;
+    reply[at] ^= 0x80;
+    hub->deliver(reply);
+    hub->deliver(kCaptureReply);
+    world.run();
+    EXPECT_THAT(channelLog(),
+                ElementsAre(kInit + "_block_invoke: ReplyReceived",
+                            kInit + "_block_invoke: Mouse Connection: Cursor Response was not as "
+                                    "expected"));
+    EXPECT_THAT(hub->sends, Not(Contains(kCaptureCommand)));
+  }
+  EXPECT_THAT(started.codes, IsEmpty());
+}
+
+// A wrong capture reply does the same, after the ten-byte dump line.
+TEST_F(TSLMouseConnectionTest, AWrongCaptureReplyIsDumpedAndLeavesTheCompletionUncalled) {
+  becomeReady();
+  hub->deliver(kCursorReply);
+  world.run();
+  world.log.clear();
+  hub->deliver({2, 0, 0x7F, 0x80, 0xFF, 0, 0, 0, 4, 1});
+  world.run();
+  EXPECT_THAT(channelLog(),
+              ElementsAre(kInit + "_block_invoke_2: Mouse Connection: Capture Response was not as "
+                                  "expected [0x2,0x0,0x7f,0xffffff80,0xffffffff,0x0,0x0,0x0,0x4,"
+                                  "0x1]"));
+  EXPECT_THAT(started.codes, IsEmpty());
+}
+
+// A peer that closes the stream during the handshake leads to "Network Error" and error code 3,
+// possibly twice.
+TEST_F(TSLMouseConnectionTest, ACloseDuringTheHandshakeIsANetworkErrorPossiblyTwice) {
+  becomeReady();
+  world.log.clear();
+  hub->close();
+  world.run();
+  EXPECT_THAT(channelLog(), ElementsAre(kInit + "_block_invoke: ReplyReceived",
+                                        kInit + "_block_invoke: Network Error"));
+  EXPECT_THAT(started.codes, ElementsAre(3, 3));
+
+  started.codes.clear();
+  becomeReady();
+  hub->deliver(kCursorReply);
+  world.run();
+  world.log.clear();
+  hub->close();
+  world.run();
+  EXPECT_THAT(channelLog(), ElementsAre(kInit + "_block_invoke_2: Network Error",
+                                        kInit + "_block_invoke_2: Network Error"));
+  EXPECT_THAT(started.codes, ElementsAre(3, 3));
+}
+
+TEST_F(TSLMouseConnectionTest, AReplyThatComesWithTheCloseIsAnErrorAndStillAReply) {
+  becomeReady();
+  hub->deliver(kCursorReply);
+  world.run();
+  hub->deliverAndClose(kCaptureReply);
+  world.run();
+  EXPECT_THAT(started.codes, ElementsAre(3, 0));
+
+  started.codes.clear();
+  becomeReady();
+  hub->deliverAndClose(kCursorReply);
+  world.run();
+  EXPECT_THAT(started.codes, ElementsAre(3, 3, 3));
+  EXPECT_THAT(hub->sends, Contains(kCaptureCommand));
+}
+
+TEST_F(TSLMouseConnectionTest, ACompletedReplyOfAContextThatGoesOnIsNoError) {
+  becomeReady();
+  hub->completeReceive({kCursorReply, ContentContext{false}, true, std::nullopt});
+  world.run();
+  EXPECT_THAT(started.codes, IsEmpty());
+  hub->completeReceive({kCaptureReply, std::nullopt, true, std::nullopt});
+  world.run();
+  EXPECT_THAT(started.codes, ElementsAre(3, 0));
+}
+
+TEST_F(TSLMouseConnectionTest, ABreakDuringTheHandshakeIsCode3) {
+  const Error reset{platform::kNetworkErrorDomain, 54, "Connection reset by peer"};
+  becomeReady();
+  world.log.clear();
+  hub->breakWith(reset);
+  world.run();
+  EXPECT_THAT(started.codes, ElementsAre(3));
+  EXPECT_THAT(channelLog(), ElementsAre(kInit + "_block_invoke: ReplyReceived"));
+
+  started.codes.clear();
+  becomeReady();
+  hub->deliver(kCursorReply);
+  world.run();
+  world.log.clear();
+  hub->breakWith(reset);
+  world.run();
+  EXPECT_THAT(started.codes, ElementsAre(3));
+  EXPECT_THAT(channelLog(), ElementsAre(kInit + "_block_invoke_2: Network Error"));
+}
+
+TEST_F(TSLMouseConnectionTest, PacketsGoToTheSimulatorOneByOne) {
+  initialize();
+  hub->deliver(kMove);
+  hub->deliver(kLeftDown);
+  world.run();
+  EXPECT_THAT(world.poster.posts(), ElementsAre("post mouse 5 (10,20) button 0 click 1",
+                                                "post mouse 1 (10,20) button 0 click 1"));
+  EXPECT_THAT(channelLog(), ElementsAre(kReceive + ": Enter", kReceive + ": Enter"));
+}
+
+TEST_F(TSLMouseConnectionTest, WithoutASimulatorPacketsAreReadAndDropped) {
+  initialize();
+  const auto simulator = mouse->mouseSimulator();
+  mouse->setMouseSimulator(nullptr);
+  hub->deliver(kMove);
+  world.run();
+  EXPECT_THAT(world.poster.operations, IsEmpty());
+  EXPECT_EQ(world.log.count(kReceive + ": Enter"), 1);
+}
+
+TEST_F(TSLMouseConnectionTest, AClosedStreamEndsTheLoopAndClearsConnectedAfterItsLastPacket) {
+  initialize();
+  hub->deliverAndClose(kLeftDown);
+  world.run();
+  EXPECT_THAT(world.poster.operations,
+              ElementsAre("create mouse 1 (10,20) button 0",
+                          "post mouse 1 (10,20) button 0 click 1", "release all"));
+  EXPECT_THAT(channelLog(), ElementsAre(kReceive + "_block_invoke_2: ERROR IN Recieve"));
+  EXPECT_FALSE(mouse->connected());
+}
+
+TEST_F(TSLMouseConnectionTest, AnEmptyContentEndsTheLoopAndLeavesConnected) {
+  initialize();
+  hub->deliver({8, 0x0D, 10});
+  hub->close();
+  world.run();
+  EXPECT_THAT(channelLog(), ElementsAre(kReceive + "_block_invoke: Error: content == NULL"));
+  EXPECT_TRUE(mouse->connected());
+  EXPECT_THAT(world.poster.operations, ElementsAre("release all"));
+}
+
+TEST_F(TSLMouseConnectionTest, AnErrorEndsTheLoopAfterItsPacketAndLeavesConnected) {
+  initialize();
+  hub->completeReceive({kLeftDown, ContentContext{false}, false,
+                        Error{platform::kNetworkErrorDomain, 54, "Connection reset by peer"}});
+  world.run();
+  EXPECT_THAT(world.poster.posts(), ElementsAre("post mouse 1 (10,20) button 0 click 1"));
+  EXPECT_EQ(world.poster.operations.back(), "release all");
+  EXPECT_THAT(channelLog(),
+              ElementsAre(testing::StartsWith(kReceive + "_block_invoke_2: Error: ")));
+  EXPECT_THAT(channelLog().front(), testing::HasSubstr("Connection reset by peer"));
+  EXPECT_TRUE(mouse->connected());
+}
+
+TEST_F(TSLMouseConnectionTest, StoppingCallsTheCompletionWithErrorCode2) {
+  initialize();
+  Completions stopped;
+  mouse->stopWithCompletionHandler(stopped.handler());
+  EXPECT_THAT(stopped.codes, ElementsAre(2));
+  EXPECT_FALSE(mouse->connected());
+  EXPECT_TRUE(hub->cancelled);
+  EXPECT_EQ(world.scheduler.runningTimers(), 0);
+  EXPECT_THAT(world.poster.operations, ElementsAre("release all"));
+  world.run();
+  EXPECT_EQ(world.log.count(kStart + "_block_invoke: Connection was cancelled"), 1);
+  EXPECT_THAT(started.codes, ElementsAre(0));
+}
+
+TEST_F(TSLMouseConnectionTest, AStopBeforeTheStartCancelsWhatExists) {
+  Completions stopped;
+  mouse->stopWithCompletionHandler(stopped.handler());
+  EXPECT_THAT(stopped.codes, ElementsAre(2));
+  EXPECT_EQ(world.scheduler.runningTimers(), 0);
+}
+
+class SendingFails : public TSLMouseConnection {
+ public:
+  static std::shared_ptr<SendingFails> initWithHub(const std::shared_ptr<TSLSession>& hub) {
+    const std::shared_ptr<SendingFails> connection(new SendingFails(hub));
+    connection->activate();
+    return connection;
+  }
+  bool sendBuffer(const void* bytes, std::uint64_t length) override {
+    if (sendsLeft-- <= 0) return false;
+    return TSLMouseConnection::sendBuffer(bytes, length);
+  }
+  int sendsLeft = 0;
+
+ private:
+  using TSLMouseConnection::TSLMouseConnection;
+};
+
+TEST_F(TSLMouseConnectionTest, ASendThatFailsEndsTheHandshakeWhereItIs) {
+  mouse->stopWithCompletionHandler(nullptr);
+  const auto failing = SendingFails::initWithHub(session);
+  mouse = failing;
+  becomeReady();
+  world.advance(std::chrono::milliseconds{25});
+  EXPECT_EQ(hub->receives, 0);
+  EXPECT_THAT(channelLog(), Not(Contains(kInit + ": Sending cursorCommand")));
+  EXPECT_THAT(world.log.lines(), Contains(kTick + "/224: Mouse event send failed!!!"));
+  EXPECT_THAT(channelLog(), Contains(kInit + ": EXIT"));
+  EXPECT_THAT(started.codes, IsEmpty());
+
+  failing->sendsLeft = 2;
+  becomeReady();
+  EXPECT_EQ(hub->receives, 1);
+  world.log.clear();
+  hub->deliver(kCursorReply);
+  world.run();
+  EXPECT_THAT(channelLog(), ElementsAre(kInit + "_block_invoke: ReplyReceived",
+                                        kInit + "_block_invoke: Sending captureCommand",
+                                        kInit + "_block_invoke: Network Error"));
+  EXPECT_THAT(started.codes, ElementsAre(3));
+}
+
+TEST_F(TSLMouseConnectionTest, AConnectionThatItsSessionDropsIsTornDownAtTheNextTick) {
+  initialize();
+  hub->deliver(kLeftDown);
+  world.run();
+  const std::weak_ptr<TSLMouseConnection> weak = mouse;
+  session->setMouseConnection(nullptr);
+  mouse = TSLMouseConnection::initWithHub(session);
+  world.advance(std::chrono::milliseconds{25});
+  EXPECT_TRUE(weak.expired());
+  EXPECT_TRUE(hub->cancelled);
+  EXPECT_EQ(world.poster.operations.back(), "release all");
+  EXPECT_EQ(world.scheduler.runningTimers(), 1);  // that of the new one
+}
+
+TEST_F(TSLMouseConnectionTest, AConnectionWhoseSessionIsGoneIsTornDownAtTheNextTick) {
+  const std::weak_ptr<TSLMouseConnection> weak = mouse;
+  mouse = TSLMouseConnection::initWithHub(TSLSession::initWithHostName("192.168.1.101", 0));
+  session.reset();
+  world.advance(std::chrono::milliseconds{25});
+  EXPECT_TRUE(weak.expired());
+  EXPECT_EQ(world.scheduler.runningTimers(), 0);
+}
+
+}  // namespace
+}  // namespace tessel::test

@@ -1,0 +1,71 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <string>
+#include <vector>
+
+#include "platform/linux/TransferLine.h"
+
+namespace tessel::platform {
+namespace {
+
+using ::testing::ElementsAre;
+using Line = TransferLine<std::string>;
+
+bool add(Line& line, const std::string& server, const std::string& name) {
+  auto transfer = std::make_unique<std::string>(name);
+  return line.add(server, transfer);
+}
+
+std::vector<std::string> startAll(Line& line) {
+  std::vector<std::string> started;
+  while (const auto transfer = line.next()) started.push_back(*transfer);
+  return started;
+}
+
+TEST(TransferLineTest, TransfersStartInTheOrderTheyCame) {
+  Line line;
+  add(line, "a", "1");
+  add(line, "b", "2");
+  add(line, "a", "3");
+  EXPECT_THAT(startAll(line), ElementsAre("1", "2", "3"));
+}
+
+TEST(TransferLineTest, AServerWithItsShareIsPassedByTheOthers) {
+  Line line;
+  for (const char* name : {"1", "2", "3", "4"}) add(line, "dead", name);
+  add(line, "alive", "5");
+  EXPECT_THAT(startAll(line), ElementsAre("1", "2", "5"));
+  line.ended("dead");
+  EXPECT_THAT(startAll(line), ElementsAre("3"));
+}
+
+TEST(TransferLineTest, SixteenRunAtOnce) {
+  Line line;
+  for (int i = 0; i < 20; ++i) add(line, "server " + std::to_string(i), std::to_string(i));
+  EXPECT_THAT(startAll(line), ::testing::SizeIs(16));
+  line.ended("server 3");
+  line.ended("server 7");
+  EXPECT_THAT(startAll(line), ElementsAre("16", "17"));
+}
+
+TEST(TransferLineTest, OneServerCannotFillTheLine) {
+  Line line;
+  for (int i = 0; i < 16; ++i) EXPECT_TRUE(add(line, "a", "x"));
+  auto transfer = std::make_unique<std::string>("one too many");
+  EXPECT_FALSE(line.add("a", transfer));
+  ASSERT_TRUE(transfer);
+  EXPECT_EQ(*transfer, "one too many");
+  EXPECT_TRUE(add(line, "b", "x"));
+  line.next();
+  EXPECT_TRUE(add(line, "a", "x"));
+}
+
+TEST(TransferLineTest, TheLineHasAnEnd) {
+  Line line;
+  for (std::size_t i = 0; i < Line::kMostWaiting; ++i)
+    EXPECT_TRUE(add(line, std::to_string(i), "x"));
+  EXPECT_FALSE(add(line, "another", "x"));
+}
+
+}  // namespace
+}  // namespace tessel::platform

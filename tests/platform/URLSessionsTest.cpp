@@ -1,0 +1,200 @@
+#include <array>
+#include <atomic>
+#include <cstdlib>
+#include <curl/curl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <pthread.h>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "platform/linux/CurlURLSessions.h"
+#include "tests/platform/URLFetch.h"
+#include "tests/support/ScriptedHTTPServer.h"
+
+// Who waits for whom.
+namespace tessel::test {
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+
+using URLSessionsTest = URLSessionTest;
+
+void neverAnswer(ServerConnection& connection) { connection.waitForEnd(); }
+
+TEST_F(URLSessionsTest, ARequestMayTakeAMinuteUnlessTheSessionSaysOtherwise) {
+  EXPECT_EQ(platform::transferTimeout({}), seconds{60});
+  EXPECT_EQ(platform::transferTimeout(seconds{4}), seconds{4});
+  EXPECT_EQ(platform::transferTimeout(std::chrono::nanoseconds{1}), milliseconds{1});
+  EXPECT_EQ(platform::transferTimeout(seconds{0}), milliseconds{1});
+  EXPECT_EQ(platform::transferTimeout(seconds{-5}), milliseconds{1});
+}
+
+TEST_F(URLSessionsTest, AServerThatNeverAnswersTimesOut) {
+  const ScriptedHTTPServer server{neverAnswer};
+  const auto session = sessions->makeSession(milliseconds{100});
+  EXPECT_EQ(wait(start(*session, {.url = server.url()})).error,
+            (Error{"tessel.url", CURLE_OPERATION_TIMEDOUT, "The request timed out."}));
+}
+
+TEST_F(URLSessionsTest, TheTimeOutBoundsTheWholeTransferHoweverBusyItIs) {
+  std::atomic<bool> gone = false;
+  const ScriptedHTTPServer server{[&gone](ServerConnection& connection) {
+    connection.receiveHead();
+    connection.send("HTTP/1.1 200 OK\r\n\r\n");
+    while (connection.send("x")) std::this_thread::yield();
+    gone = true;
+  }};
+  const auto session = sessions->makeSession(milliseconds{100});
+  const Answer answer = wait(start(*session, {.url = server.url()}));
+  ASSERT_TRUE(answer.error);
+  EXPECT_THAT(answer.error->code,
+              ::testing::AnyOf(CURLE_OPERATION_TIMEDOUT, CURLE_FILESIZE_EXCEEDED));
+}
+
+TEST_F(URLSessionsTest, ARefusedConnectionFails) {
+  std::string url;
+  { url = ScriptedHTTPServer{neverAnswer}.url(); }
+  EXPECT_EQ(fetch(url).error,
+            (Error{"tessel.url", CURLE_COULDNT_CONNECT, "Could not connect to the server."}));
+}
+
+TEST_F(URLSessionsTest, ANameThatNobodyHasFails) {
+  const Answer answer = fetch("http://no-such-hub.invalid/");
+  ASSERT_TRUE(answer.error);
+  EXPECT_EQ(answer.error->code, CURLE_COULDNT_RESOLVE_HOST);
+}
+
+TEST_F(URLSessionsTest, CompletionsOfASessionComeOneAtATimeOnItsQueue) {
+  const ScriptedHTTPServer server{answering(okAnswer("x"))};
+  const auto session = sessions->makeSession({});
+  std::atomic<int> inside = 0;
+  std::atomic<bool> overlapped = false;
+  Eventually<std::vector<std::string>> threads;
+  constexpr int kTransfers = 12;
+  for (int i = 0; i < kTransfers; ++i) {
+    session->dataTask({.url = server.url()}, [&](const auto&, const auto&, const auto&) {
+      if (++inside != 1) overlapped = true;
+      std::array<char, 16> name{};
+      pthread_getname_np(pthread_self(), name.data(), name.size());
+      std::this_thread::yield();
+      --inside;
+      threads.update([&](auto& names) { names.emplace_back(name.data()); });
+    });
+  }
+  EXPECT_TRUE(threads.becomesEqual(std::vector<std::string>(kTransfers, "tessel.url")));
+  EXPECT_FALSE(overlapped);
+}
+
+TEST_F(URLSessionsTest, ABlockedCompletionStallsNobodyElse) {
+  const ScriptedHTTPServer server{answering(okAnswer("x"))};
+  Eventually<bool> mayGo;
+  Eventually<bool> blocked;
+  Eventually<bool> done;
+  const auto session = sessions->makeSession({});
+  session->dataTask({.url = server.url()}, [&](const auto&, const auto&, const auto&) {
+    blocked.set(true);
+    EXPECT_TRUE(mayGo.becomesEqual(true));
+    done.set(true);
+  });
+  ASSERT_TRUE(blocked.becomesEqual(true));
+  const Pending behind = start(*session, {.url = server.url()});
+  for (int i = 0; i < 20; ++i) EXPECT_EQ(fetch(server.url()).body, "x");
+  EXPECT_FALSE(behind->get());
+  mayGo.set(true);
+  EXPECT_TRUE(done.becomesEqual(true));
+  EXPECT_EQ(wait(behind).body, "x");
+}
+
+TEST_F(URLSessionsTest, ATransferOutlivesItsSession) {
+  Eventually<bool> mayAnswer;
+  const ScriptedHTTPServer server{[&mayAnswer](ServerConnection& connection) {
+    connection.receiveHead();
+    mayAnswer.becomesEqual(true);
+    connection.send(okAnswer("late"));
+  }};
+  auto session = sessions->makeSession({});
+  const Pending pending = start(*session, {.url = server.url()});
+  session.reset();
+  mayAnswer.set(true);
+  EXPECT_EQ(wait(pending).body, "late");
+}
+
+TEST_F(URLSessionsTest, ACompletionMayStartTheNextTransferAndDropItsSession) {
+  const ScriptedHTTPServer server{answering(okAnswer("x"))};
+  auto session = sessions->makeSession({});
+  Eventually<int> completed;
+  session->dataTask({.url = server.url()}, [&](const auto&, const auto&, const auto&) {
+    completed.update([](int& count) { ++count; });
+    session->dataTask({.url = server.url()}, [&](const auto&, const auto&, const auto&) {
+      session.reset();
+      completed.update([](int& count) { ++count; });
+    });
+  });
+  EXPECT_TRUE(completed.becomesEqual(2));
+}
+
+TEST_F(URLSessionsTest, AServerThatNeverAnswersLeavesRoomForTheOthers) {
+  const ScriptedHTTPServer dead{neverAnswer};
+  const ScriptedHTTPServer alive{answering(okAnswer("alive"))};
+  std::vector<Pending> waiting;
+  for (int i = 0; i < 18; ++i) waiting.push_back(start(*sessions->makeSession({}), {dead.url()}));
+  EXPECT_EQ(fetch(alive.url()).body, "alive");
+  EXPECT_LE(dead.connections(), 2);
+  for (const Pending& pending : waiting) EXPECT_FALSE(pending->get());
+}
+
+TEST_F(URLSessionsTest, OneTooManyOfAServerIsRefusedAtOnce) {
+  const ScriptedHTTPServer dead{neverAnswer};
+  const auto refused = std::make_shared<Eventually<int>>();
+  for (int i = 0; i < 40; ++i) {
+    sessions->makeSession({})->dataTask({.url = dead.url()},
+                                        [refused](const auto&, const auto&, const auto& error) {
+                                          if (error && error->code == CURLE_AGAIN)
+                                            refused->update([](int& count) { ++count; });
+                                        });
+  }
+  EXPECT_TRUE(refused->becomesEqual(40 - 2 - 16));  // two run, sixteen wait
+}
+
+TEST_F(URLSessionsTest, WhoHasATimeOutOfItsOwnDoesNotWaitBehindThoseThatHaveNone) {
+  const ScriptedHTTPServer server{[](ServerConnection& connection) {
+    if (connection.receiveHead().starts_with("GET /poll")) connection.send(okAnswer("running"));
+    connection.waitForEnd();
+  }};
+  std::vector<Pending> waiting;
+  for (int i = 0; i < 6; ++i) waiting.push_back(start(*sessions->makeSession({}), {server.url()}));
+  const auto hurried = sessions->makeSession(seconds{9});
+  EXPECT_EQ(wait(start(*hurried, {server.url("/poll")})).body, "running");
+}
+
+TEST_F(URLSessionsTest, TheTimeOutBeginsWithTheTransferNotWithItsWait) {
+  const ScriptedHTTPServer server{neverAnswer};
+  const auto session = sessions->makeSession(milliseconds{50});
+  std::vector<Pending> pending;
+  for (int i = 0; i < 6; ++i) pending.push_back(start(*session, {server.url()}));
+  for (const Pending& one : pending) {
+    const Answer answer = wait(one);
+    ASSERT_TRUE(answer.error);
+    EXPECT_EQ(answer.error->code, CURLE_OPERATION_TIMEDOUT);
+  }
+  EXPECT_EQ(server.connections(), 6);
+}
+
+TEST_F(URLSessionsTest, AProcessMayEndWhileTransfersRun) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(
+      {
+        const ScriptedHTTPServer server{answering(okAnswer("x"))};
+        fetch(server.url());
+        static const auto& dead = *new ScriptedHTTPServer{neverAnswer};
+        for (int i = 0; i < 4; ++i) start(*sessions->makeSession({}), {dead.url()});
+        std::exit(0);
+      },
+      ::testing::ExitedWithCode(0), "");
+}
+
+}  // namespace
+}  // namespace tessel::test
