@@ -47,15 +47,20 @@ bool fail(std::optional<Error>& error, long code) {
 }  // namespace
 
 bool TSLDisplayConnection::startDisplaySocketReturningError(std::optional<Error>& error) {
-  const auto session = hub();
-  const auto hostName = session ? session->hostName() : std::nullopt;
+  // The session is not held while this blocks: its host may drop it meanwhile.
+  std::optional<std::string> hostName;
+  bool tls = false;
+  if (const auto session = hub()) {
+    hostName = session->hostName();
+    tls = session->sslEnabled();
+  }
   if (!hostName) {
     fail(error, kNoHostName);
     platform::log("%s: hostName is NULL!", kStart);
     return false;
   }
   credits_.set(kFramesInFlight);
-  const auto connection = openConnection(*hostName, session->sslEnabled());
+  const auto connection = openConnection(*hostName, tls);
   platform::services().clock->sleep(kPauseBeforeConnecting);
   connection->start();
   doReceive(connection);
@@ -108,10 +113,13 @@ void TSLDisplayConnection::didChangeState(ConnectionState state,
 }
 
 bool TSLDisplayConnection::negotiate(std::optional<Error>& error) {
-  const auto session = hub();
-  if (!sendStartCommand(session && session->newProtocol())) return fail(error, kNotConnected);
-  const auto config = session ? session->sessionConfig() : nullptr;
-  const Size size = config ? config->sessionSize() : Size{};
+  bool newProtocol = false;
+  Size size;
+  if (const auto session = hub()) {
+    newProtocol = session->newProtocol();
+    if (const auto config = session->sessionConfig()) size = config->sessionSize();
+  }
+  if (!sendStartCommand(newProtocol)) return fail(error, kNotConnected);
 
   const auto capture = screenCaptureSessionWithSize(size, error);
   captureSession_.set(capture);

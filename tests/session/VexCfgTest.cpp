@@ -1,0 +1,166 @@
+#include <gtest/gtest.h>
+
+#include "tessel/VexCfg.h"
+#include "tests/support/SimWorld.h"
+
+namespace tessel::test {
+namespace {
+
+constexpr const char* kFolder = "/Users/Shared/Lumisk";
+constexpr const char* kFile = "/Users/Shared/Lumisk/VexCfg.plist";
+constexpr const char* kKey = "AutoDisconnectCastingWhenCloseLaptop";
+
+const PropertyListDictionary kDefaults = {{kKey, {true}}};
+
+class VexCfgTest : public testing::Test {
+ protected:
+  SimWorld world;
+};
+
+TEST_F(VexCfgTest, FirstUseCreatesTheFolderCopiesTheDefaultFileAndLoadsIt) {
+  const auto file = VexCfg::init();
+  EXPECT_TRUE(world.files.folders.contains(kFolder));
+  ASSERT_TRUE(world.files.files.contains(kFile));
+  EXPECT_EQ(world.files.files[kFile], kDefaults);
+  EXPECT_TRUE(file->fileExist());
+  EXPECT_FALSE(file->fileModified());
+  EXPECT_EQ(file->pCfgDict(), kDefaults);
+  EXPECT_TRUE(world.log.lines().empty());
+}
+
+TEST_F(VexCfgTest, AFileThatExistsIsLeftAsItIs) {
+  world.files.folders.insert(kFolder);
+  world.files.files[kFile] = PropertyListDictionary{{"own", {std::int64_t{5}}}};
+  const auto file = VexCfg::init();
+  EXPECT_EQ(file->getObjectByKey("own"), (PropertyListValue{std::int64_t{5}}));
+  EXPECT_EQ(file->getObjectByKey(kKey), std::nullopt);
+}
+
+TEST_F(VexCfgTest, SharedCfgFileIsOneInstance) {
+  const auto file = VexCfg::sharedCfgFile();
+  ASSERT_TRUE(file);
+  EXPECT_EQ(file, VexCfg::sharedCfgFile());
+}
+
+// All that holds while there is no file: gets give nothing, sets and saves do nothing.
+void expectNothingWorks(SimWorld& world, VexCfg& file) {
+  EXPECT_FALSE(file.fileExist());
+  file.reLoadCfgFile();
+  EXPECT_EQ(file.pCfgDict(), std::nullopt);
+  EXPECT_EQ(file.getObjectByKey(kKey), std::nullopt);
+  file.setObjectByKey(kKey, PropertyListValue{false});
+  EXPECT_FALSE(file.fileModified());
+  file.setFileModified(true);
+  file.saveCfgFile();
+  EXPECT_EQ(world.files.reads, 0);
+  EXPECT_EQ(world.files.writes, 0);
+}
+
+TEST_F(VexCfgTest, AFolderThatCannotBeMadeIsLoggedAndLeavesNoFile) {
+  world.files.createFailure = Error{"posix", 13, "Permission denied"};
+  const auto file = VexCfg::init();
+  EXPECT_TRUE(
+      world.log.has("-[VexCfg checkCfgFileExist]: Failed to create '/Users/Shared/Lumisk'. Error: "
+                    "Error Domain=posix Code=13 \"Permission denied\""));
+  EXPECT_EQ(world.log.lines().size(), 1U);
+  expectNothingWorks(world, *file);
+}
+
+TEST_F(VexCfgTest, AMissingBundleIsLoggedAndLeavesNoFile) {
+  world.files.bundleFound.reset();
+  const auto file = VexCfg::init();
+  EXPECT_TRUE(world.log.has("-[VexCfg checkCfgFileExist]: Failed to get bundle"));
+  EXPECT_EQ(world.log.lines().size(), 1U);
+  expectNothingWorks(world, *file);
+}
+
+TEST_F(VexCfgTest, AMissingResourceIsLoggedAndLeavesNoFile) {
+  world.files.resources.clear();
+  const auto file = VexCfg::init();
+  EXPECT_TRUE(world.log.has(
+      "-[VexCfg checkCfgFileExist]: Failed to find path for 'VexCfg.plist' in bundle: "
+      "/lib/tessel"));
+  EXPECT_EQ(world.log.lines().size(), 1U);
+  expectNothingWorks(world, *file);
+}
+
+TEST_F(VexCfgTest, AFailedCopyIsLoggedAndLeavesNoFile) {
+  world.files.copyFailure = Error{"posix", 28, "No space left on device"};
+  const auto file = VexCfg::init();
+  EXPECT_TRUE(
+      world.log.has("-[VexCfg checkCfgFileExist]: Failed to copy '/lib/tessel/VexCfg.plist' to "
+                    "'/Users/Shared/Lumisk/VexCfg.plist'. Error: "
+                    "Error Domain=posix Code=28 \"No space left on device\""));
+  EXPECT_EQ(world.log.lines().size(), 1U);
+  expectNothingWorks(world, *file);
+}
+
+TEST_F(VexCfgTest, ADamagedFileReadsAsEmptyAndDropsWrites) {
+  world.files.folders.insert(kFolder);
+  world.files.files[kFile] = std::nullopt;
+  const auto file = VexCfg::init();
+  EXPECT_TRUE(file->fileExist());
+  EXPECT_EQ(file->pCfgDict(), std::nullopt);
+  EXPECT_EQ(file->getObjectByKey(kKey), std::nullopt);
+  file->setObjectByKey(kKey, PropertyListValue{false});
+  EXPECT_FALSE(file->fileModified());
+  file->setFileModified(true);
+  file->saveCfgFile();
+  EXPECT_EQ(world.files.writes, 0);
+}
+
+TEST_F(VexCfgTest, SetObjectByKeyWithoutKeyOrValueOrDictionaryChangesNothing) {
+  const auto file = VexCfg::init();
+  file->setObjectByKey(std::nullopt, PropertyListValue{false});
+  file->setObjectByKey("key", std::nullopt);
+  EXPECT_FALSE(file->fileModified());
+  EXPECT_EQ(file->pCfgDict(), kDefaults);
+  file->setPCfgDict(std::nullopt);
+  file->setObjectByKey("key", PropertyListValue{false});
+  EXPECT_FALSE(file->fileModified());
+  EXPECT_EQ(file->pCfgDict(), std::nullopt);
+}
+
+TEST_F(VexCfgTest, SaveCfgFileWithoutAPriorChangeWritesNothing) {
+  const auto file = VexCfg::init();
+  file->saveCfgFile();
+  EXPECT_EQ(world.files.writes, 0);
+}
+
+TEST_F(VexCfgTest, AChangeIsWrittenOnceAndReadBack) {
+  const auto file = VexCfg::init();
+  file->setObjectByKey(kKey, PropertyListValue{false});
+  file->setObjectByKey("name", PropertyListValue{std::string{"hub"}});
+  EXPECT_TRUE(file->fileModified());
+  file->saveCfgFile();
+  EXPECT_FALSE(file->fileModified());
+  file->saveCfgFile();
+  EXPECT_EQ(world.files.writes, 1);
+  const auto again = VexCfg::init();
+  EXPECT_EQ(again->getObjectByKey(kKey), PropertyListValue{false});
+  EXPECT_EQ(again->getObjectByKey("name"), PropertyListValue{std::string{"hub"}});
+}
+
+TEST_F(VexCfgTest, AFailedWriteIsTriedAgainByALaterSave) {
+  const auto file = VexCfg::init();
+  file->setObjectByKey(kKey, PropertyListValue{false});
+  world.files.writeFails = true;
+  file->saveCfgFile();
+  EXPECT_TRUE(file->fileModified());
+  world.files.writeFails = false;
+  file->saveCfgFile();
+  EXPECT_FALSE(file->fileModified());
+  EXPECT_EQ(world.files.files[kFile]->at(kKey), PropertyListValue{false});
+}
+
+TEST_F(VexCfgTest, AReloadTakesTheFilesContents) {
+  const auto file = VexCfg::init();
+  world.files.files[kFile] = PropertyListDictionary{{"new", {true}}};
+  EXPECT_EQ(file->getObjectByKey("new"), std::nullopt);
+  file->reLoadCfgFile();
+  EXPECT_EQ(file->getObjectByKey("new"), PropertyListValue{true});
+  EXPECT_EQ(file->getObjectByKey(std::nullopt), std::nullopt);
+}
+
+}  // namespace
+}  // namespace tessel::test
