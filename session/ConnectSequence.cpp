@@ -55,19 +55,6 @@ void addressInstance(TSLSession& session) {
   session.setApplicationName(session.applicationName() + stopURL->substr(slash));
 }
 
-void finishConnecting(const std::shared_ptr<TSLSession>& session,
-                      const std::optional<Error>& error) {
-  if (error) {
-    platform::log("%s: Keyboard connection failed, aborting connection", kKeyBoardStep);
-    abortConnecting(*session, *error);
-    return;
-  }
-  platform::log("%s: Keyboard connected, starting heartbeat timer", kKeyBoardStep);
-  session->setState(TSLSessionStateConnected);
-  if (const auto timer = session->heartbeattimer()) timer->resume();
-  if (session->multiTokenProtocol()) addressInstance(*session);
-}
-
 void startKeyBoardConnection(std::shared_ptr<TSLSession> session,
                              const std::optional<Error>& error) {
   if (error) {
@@ -114,6 +101,19 @@ void startDisplayConnection(std::shared_ptr<TSLSession> session,
 }
 
 }  // namespace
+
+void finishConnecting(const std::shared_ptr<TSLSession>& session,
+                      const std::optional<Error>& error) {
+  if (error) {
+    platform::log("%s: Keyboard connection failed, aborting connection", kKeyBoardStep);
+    abortConnecting(*session, *error);
+    return;
+  }
+  platform::log("%s: Keyboard connected, starting heartbeat timer", kKeyBoardStep);
+  session->setState(TSLSessionStateConnected);
+  if (const auto timer = session->heartbeattimer()) timer->resume();
+  if (session->multiTokenProtocol()) addressInstance(*session);
+}
 
 void runConnectSequence(const WeakSession& weak) {
   if (const auto session = weak.lock()) {

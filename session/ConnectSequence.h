@@ -1,6 +1,9 @@
 #pragma once
 
 #include <memory>
+#include <optional>
+
+#include "tessel/Error.h"
 
 namespace tessel {
 
@@ -12,5 +15,10 @@ class TSLSession;
 /// Nothing here keeps the session alive while it waits or while a channel's start blocks, and no
 /// step looks at the session's state: one that completes after a `disconnect` still goes on.
 void runConnectSequence(const std::weak_ptr<TSLSession>& session);
+
+/// The sequence's last step: what the keyboard channel's start came to. Apart, since that channel
+/// has no failure of its own that the display channel would not have met before it.
+void finishConnecting(const std::shared_ptr<TSLSession>& session,
+                      const std::optional<Error>& error);
 
 }  // namespace tessel

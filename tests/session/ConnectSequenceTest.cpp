@@ -1,5 +1,6 @@
 // The way from state 0 to state 2, step by step, and every way off it.
 #include "platform/Queues.h"
+#include "session/ConnectSequence.h"
 #include "tests/session/SessionFixture.h"
 
 namespace tessel::test {
@@ -126,8 +127,6 @@ TEST_F(ConnectSequenceTest, AFailedMouseChannelEndsItWithCode3) {
             "-[TSLSession connect]_block_invoke_3: Mouse connection failed, aborting connection");
 }
 
-// The keyboard channel has one error of its own, a missing host name, which the display channel
-// would have met before it; so a session whose connection is played reports it.
 TEST_F(ConnectSequenceTest, AFailedStepDropsTheChannelsMadeSoFar) {
   session->connect();
   hub.takeDisplay();
@@ -157,6 +156,18 @@ TEST_F(ConnectSequenceTest, ARefusedKeyboardChannelReadsAsSuccess) {
   world.run();
   EXPECT_EQ(session->state(), TSLSessionStateConnected);
   EXPECT_FALSE(session->keyBoardConnection()->connected());
+}
+
+TEST_F(ConnectSequenceTest, AFailedKeyboardChannelEndsItWithItsError) {
+  session->connect();
+  hub.takeDisplay();
+  hub.takeMouse();
+  const Error error{TSLErrorDomain, 2, ""};
+  finishConnecting(session, error);
+  expectAborted(error);
+  EXPECT_EQ(
+      sequence().back(),
+      "-[TSLSession connect]_block_invoke_4: Keyboard connection failed, aborting connection");
 }
 
 TEST_F(ConnectSequenceTest, ASessionWithoutAHostNameEndsWithCode2) {

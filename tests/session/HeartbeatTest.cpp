@@ -21,9 +21,9 @@ class HeartbeatTest : public SessionFixture {
   }
 };
 
-TEST_F(HeartbeatTest, TheFirstPollComesAtOnceAndThenOneEvery5Seconds) {
-  EXPECT_EQ(hub.polls().size(), 1U);
-  world.advance(4999ms);
+TEST_F(HeartbeatTest, TheFirstPollComesAtOnceAndThenOneEvery5SecondsSinceConstruction) {
+  EXPECT_EQ(hub.polls().size(), 1U);  // 2 seconds after construction
+  world.advance(2999ms);
   EXPECT_EQ(hub.polls().size(), 1U);
   world.advance(1ms);
   EXPECT_EQ(hub.polls().size(), 2U);
@@ -46,19 +46,19 @@ TEST_F(HeartbeatTest, AnInstanceIsPolledThroughItsToken) {
 }
 
 TEST_F(HeartbeatTest, AHubThatAnswersEveryPollKeepsTheSessionAlive) {
-  world.advance(1h);
+  world.advance(2min);
   EXPECT_EQ(session->state(), TSLSessionStateConnected);
-  EXPECT_EQ(session->lastactive(), world.now());
+  EXPECT_GE(session->lastactive(), world.now() - 5s);
 }
 
 TEST_F(HeartbeatTest, AHubThatStopsAnsweringEndsTheSessionWithState0ThenCode3) {
   hub.answersPolls = false;
-  world.advance(19999ms);
+  world.advance(22999ms);  // the last report is as old, and ticks come at multiples of 5 seconds
   EXPECT_EQ(session->state(), TSLSessionStateConnected);
   world.advance(1ms);
   EXPECT_TRUE(endedAccidentally());
-  EXPECT_EQ(delegate->errors.back(),
-            (Error{TSLErrorDomain, 3, "The connection to the hub was lost."}));
+  EXPECT_THAT(delegate->errors,
+              ElementsAre(Error{TSLErrorDomain, 3, "The connection to the hub was lost."}));
   EXPECT_EQ(world.log.count("-[TSLSession HeartBeatfunc]:Too long to be inactive,the session will "
                             "be terminated."),
             1);
@@ -68,7 +68,7 @@ TEST_F(HeartbeatTest, AHubThatStopsAnsweringEndsTheSessionWithState0ThenCode3) {
 TEST_F(HeartbeatTest, TheTickThatEndsTheSessionDoesNotPoll) {
   hub.answersPolls = false;
   world.advance(30s);
-  EXPECT_EQ(hub.polls().size(), 4U);  // at 0, 5, 10 and 15 seconds
+  EXPECT_EQ(hub.polls().size(), 5U);  // at 2, 5, 10, 15 and 20 seconds
 }
 
 TEST_F(HeartbeatTest, AStateThatDiffersFromRunningByABlankOrALetterCountsAsSilence) {
@@ -86,7 +86,7 @@ TEST_F(HeartbeatTest, AStateThatDiffersFromRunningByABlankOrALetterCountsAsSilen
 
 TEST_F(HeartbeatTest, OnlyAnElementNamedStateCounts) {
   hub.status = "<service><State>running</State><name>running</name></service>";
-  world.advance(20s);
+  world.advance(23s);
   EXPECT_TRUE(endedAccidentally());
 }
 
@@ -122,7 +122,7 @@ TEST_F(HeartbeatTest, AFailedPollIsLoggedAndCountsAsSilence) {
 
 TEST_F(HeartbeatTest, APollThatIsNotAnsweredEndsAfter4Seconds) {
   hub.answersPolls = false;
-  world.advance(8999ms);
+  world.advance(6999ms);
   EXPECT_FALSE(world.log.has("Get error :The request timed out."));
   world.advance(1ms);
   EXPECT_TRUE(world.log.has("Get error :The request timed out."));

@@ -21,6 +21,10 @@ namespace tessel::test {
 class SessionFixture : public testing::Test {
  protected:
   SessionFixture() { session->setDelegate(delegate, nullptr); }
+  // What a test hooked in looks at the test's own locals: not while the session goes.
+  ~SessionFixture() override {
+    if (session) session->setDelegate(nullptr, nullptr);
+  }
 
   /// From state 0 to state 2.
   void bringUp() {
