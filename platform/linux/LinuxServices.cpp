@@ -1,8 +1,8 @@
 #include "platform/Services.h"
+#include "platform/linux/BluetoothServices.h"
 #include "platform/linux/CoreServices.h"
 #include "platform/linux/DataServices.h"
 #include "platform/linux/InputServices.h"
-#include "platform/linux/VideoServices.h"
 
 namespace tessel::platform {
 
@@ -18,11 +18,7 @@ Services makeServices() {
   services.userDefaults = makeUserDefaults(services.files);
   services.localization = makeLocalization(services.files);
   services.eventPosting = makeEventPosting();
-
-  const VideoServices video = makeVideoServices(services.queues, services.clock);
-  services.screens = video.screens;
-  services.screenCapture = video.screenCapture;
-  services.videoEncoding = video.videoEncoding;
+  services.bluetooth = makeBluetooth();
   return services;
 }
 

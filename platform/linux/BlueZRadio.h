@@ -1,0 +1,98 @@
+#pragma once
+
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/BluetoothCentral.h"
+#include "platform/linux/BlueZClient.h"
+
+namespace tessel::platform {
+
+/// What BlueZ tells, seen as one radio. No D-Bus in here; one thread at a time.
+///
+/// The radio is the first powered adapter (hci0 before hci1), and stays that one for as long as it
+/// is powered; with none powered, the first adapter. The states:
+///
+/// | State        | When                                                                        |
+/// |--------------|-----------------------------------------------------------------------------|
+/// | unknown      | BlueZ has not answered yet                                                  |
+/// | resetting    | bluetoothd was there and has gone, or has just come (back): the next        |
+/// |              | seconds will tell; see `restarting`                                         |
+/// | unsupported  | no system bus, no bluetoothd, no adapter, or one without low energy         |
+/// | unauthorized | the bus or BlueZ refuses to speak to this process                           |
+/// | powered off  | the adapter is off, blocked by a switch (rfkill) included                   |
+/// | powered on   | the adapter is on                                                           |
+class BlueZRadio {
+ public:
+  struct Advertisement {
+    Bytes manufacturerData;  ///< company identifier, little-endian, and what follows it
+    int rssi;                ///< dBm; 127 when the controller does not tell
+  };
+
+  /// With a name such as "hci1", only that adapter is used.
+  explicit BlueZRadio(std::string onlyAdapter = {});
+
+  void serviceChanged(BlueZClient::Service service);
+  void interfaceAdded(const std::string& path, const std::string& interface,
+                      const BusProperties& properties);
+  void interfaceRemoved(const std::string& path, const std::string& interface);
+  /// `invalidated` are properties whose values are gone.
+  void propertiesChanged(const std::string& path, const std::string& interface,
+                         const BusProperties& changed, const std::vector<std::string>& invalidated);
+  /// BlueZ refused a request of this process.
+  void refused() { refused_ = true; }
+
+  /// Whether bluetoothd is on its way: until an adapter is there, or `giveUpWaiting`.
+  bool restarting() const { return restarting_; }
+  void giveUpWaiting() { restarting_ = false; }
+
+  CentralState state() const;
+  /// Object path of the adapter in use; empty when there is none or it is off.
+  std::string poweredAdapter() const;
+  /// Whether that adapter's controller is discovering, for whomsoever.
+  bool discovering(const std::string& adapter) const;
+
+  /// The advertisement that the last change told of, once.
+  ///
+  /// A device that appears with a signal strength, or whose strength or data are signalled, has
+  /// been heard: BlueZ signals the strength alone when the data have not changed, and the data
+  /// alone when the strength has not.
+  std::optional<Advertisement> takeAdvertisement();
+
+ private:
+  struct Adapter {
+    bool powered = false;
+    bool discovering = false;
+    bool lowEnergy = true;
+  };
+  struct Device {
+    std::optional<Bytes> manufacturerData;
+    std::optional<int> rssi;
+  };
+  // hci2 comes before hci10.
+  struct ByNumber {
+    bool operator()(const std::string& a, const std::string& b) const {
+      return a.size() != b.size() ? a.size() < b.size() : a < b;
+    }
+  };
+
+  void adapterChanged(const std::string& path, const BusProperties& changed);
+  void deviceChanged(const std::string& path, const BusProperties& changed,
+                     const std::vector<std::string>& invalidated, bool added);
+  void choose();
+  const Adapter* chosen() const;
+  bool inUse(const std::string& device) const;
+
+  const std::string onlyAdapter_;
+  BlueZClient::Service service_ = BlueZClient::Service::starting;
+  bool restarting_ = false;
+  bool refused_ = false;
+  std::map<std::string, Adapter, ByNumber> adapters_;
+  std::string chosen_;  // path of the adapter in use
+  std::map<std::string, Device> devices_;
+  std::optional<Advertisement> heard_;
+};
+
+}  // namespace tessel::platform

@@ -1,0 +1,11 @@
+#pragma once
+
+#include "tessel/Diagnostics.h"
+
+/// What diagnose() is put together from: each looks at one area of this machine.
+namespace tessel::platform {
+
+/// Gives Bluetooth two seconds to answer.
+Finding findBluetooth();
+
+}  // namespace tessel::platform
