@@ -1,0 +1,33 @@
+#include "apps/common/JsonLine.h"
+
+#include <nlohmann/json.hpp>
+
+namespace tessel::apps {
+
+struct JsonLine::Object {
+  nlohmann::ordered_json json;
+};
+
+JsonLine::JsonLine(const std::string& event) : object_{std::make_unique<Object>()} {
+  object_->json["event"] = event;
+}
+
+JsonLine::~JsonLine() = default;
+
+JsonLine& JsonLine::add(const std::string& name, const std::optional<std::string>& value) {
+  auto& member = object_->json[name];
+  if (value) member = *value;
+  return *this;
+}
+
+JsonLine& JsonLine::add(const std::string& name, std::optional<int> value) {
+  auto& member = object_->json[name];
+  if (value) member = *value;
+  return *this;
+}
+
+std::string JsonLine::text() const {
+  return object_->json.dump(-1, ' ', true, nlohmann::json::error_handler_t::replace);
+}
+
+}  // namespace tessel::apps

@@ -1,0 +1,151 @@
+#include "apps/tessel/Discover.h"
+
+#include <algorithm>
+#include <chrono>
+#include <iostream>
+#include <memory>
+#include <sys/ioctl.h>
+#include <unistd.h>
+#include <utility>
+#include <vector>
+
+#include "apps/tessel/Hub.h"
+#include "apps/tessel/HubReport.h"
+#include "tessel/BVBeaconScanner.h"
+#include "tessel/OperationQueue.h"
+#include "tessel/TSLDiscovery.h"
+
+namespace tessel::apps {
+namespace {
+
+using std::chrono_literals::operator""ms;
+
+constexpr auto kRedraw = 500ms;
+constexpr int kStrengthUnknown = 127;  // what controllers report that cannot tell
+
+std::optional<EventLoop::Duration> milliseconds(std::optional<double> seconds) {
+  if (!seconds) return std::nullopt;
+  return std::chrono::duration_cast<EventLoop::Duration>(Seconds{*seconds});
+}
+
+// None for a beacon whose numbers are no address.
+std::optional<Hub> hubOf(const BVBeacon& beacon) {
+  const auto address = beacon.IPAddr();
+  if (!address) return std::nullopt;
+  const auto rssi = beacon.RSSI();
+  return Hub{*address, beacon.friendlyName(),
+             rssi && *rssi != kStrengthUnknown ? rssi : std::nullopt, beacon.lastUpdated()};
+}
+
+std::vector<Hub> hubsOf(const TSLDiscovery& discovery) {
+  std::vector<Hub> hubs;
+  for (const auto& beacon : discovery.beacons()) {
+    if (auto hub = hubOf(*beacon)) hubs.push_back(std::move(*hub));
+  }
+  return hubs;
+}
+
+// Calls `next` on the main queue with every state of Bluetooth, the present one first.
+void followBluetooth(std::function<void(BVGBluetoothState)> next) {
+  BVBeaconScanner::sharedBeaconScanner()
+      ->bluetoothStateSignal()
+      ->deliverOn(OperationQueue::mainQueue())
+      ->subscribeNext(std::move(next));
+}
+
+// What cannot be used is something to do something about; the doctor knows what.
+std::string sentenceFor(BVGBluetoothState state) {
+  const std::string sentence = BVBluetoothStateDescription(state);
+  if (state == BVGBluetoothStatePoweredOn) return sentence;
+  return sentence + (sentence.ends_with('.') ? "" : ".") +
+         " \"tessel doctor\" says what to do about it.";
+}
+
+std::unique_ptr<HubReport> makeReport(bool json) {
+  if (json) return makeJsonHubReport(std::cout);
+  if (isatty(STDOUT_FILENO) == 0) return makePlainHubReport(std::cout);
+  winsize size{};
+  const bool known = ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_row > 0;
+  return makeTerminalHubReport(std::cout, known ? size.ws_row : 24);
+}
+
+/// One run of `tessel discover`. Main thread; kept alive by the loop's tick.
+class Lister : public std::enable_shared_from_this<Lister> {
+ public:
+  explicit Lister(bool json) : json_{json}, report_{makeReport(json)} {}
+
+  int run(EventLoop& loop, std::optional<double> timeout) {
+    const std::weak_ptr<Lister> weak = weak_from_this();
+    discovery_->observeBeacons([weak](const BeaconListChange& change) {
+      if (const auto self = weak.lock()) self->changed(change);
+    });
+    followBluetooth([weak](BVGBluetoothState state) {
+      if (const auto self = weak.lock()) self->bluetooth(state);
+    });
+    loop.every(kRedraw, [self = shared_from_this()] { self->draw(); });
+    draw();
+    loop.runUntil([&loop] { return loop.interrupted(); }, milliseconds(timeout));
+    if (state_ == BVGBluetoothStatePoweredOn) return 0;
+    if (json_) std::cerr << sentenceFor(state_) << std::endl;
+    return 1;
+  }
+
+ private:
+  void changed(const BeaconListChange& change) {
+    const auto hub = hubOf(*change.beacon);
+    if (!hub) return;
+    if (change.kind == BeaconListChange::Kind::removal) {
+      report_->gone(*hub);
+    } else {
+      report_->present(*hub);
+    }
+    // Changes of the signal alone are drawn with the next tick.
+    if (change.kind != BeaconListChange::Kind::update) draw();
+  }
+
+  void bluetooth(BVGBluetoothState state) {
+    state_ = state;
+    report_->bluetooth(json_ ? BVBluetoothStateDescription(state) : sentenceFor(state),
+                       state == BVGBluetoothStatePoweredOn);
+    draw();
+  }
+
+  void draw() { report_->list(hubsOf(*discovery_), std::chrono::system_clock::now()); }
+
+  const bool json_;
+  const std::unique_ptr<HubReport> report_;
+  const std::shared_ptr<TSLDiscovery> discovery_ = TSLDiscovery::init();
+  BVGBluetoothState state_ = nullptr;
+};
+
+}  // namespace
+
+int runDiscover(EventLoop& loop, const DiscoverOptions& options) {
+  return std::make_shared<Lister>(options.json)->run(loop, options.timeout);
+}
+
+std::optional<FoundHub> waitForHub(EventLoop& loop, const std::optional<std::string>& name,
+                                   std::optional<double> timeout) {
+  const auto discovery = TSLDiscovery::init();
+  // Subscriptions last as long as the scanner: this one is told when nobody waits any more.
+  const auto waiting = std::make_shared<bool>(true);
+  followBluetooth([waiting](BVGBluetoothState state) {
+    if (*waiting && state != BVGBluetoothStatePoweredOn) {
+      std::cerr << sentenceFor(state) << std::endl;
+    }
+  });
+  std::optional<FoundHub> found;
+  loop.runUntil(
+      [&] {
+        const auto hubs = hubsOf(*discovery);
+        const auto hub = std::ranges::find_if(
+            hubs, [&name](const Hub& candidate) { return !name || candidate.name == *name; });
+        if (hub != hubs.end()) found = FoundHub{hub->address, hub->name};
+        return found || loop.interrupted();
+      },
+      milliseconds(timeout));
+  *waiting = false;
+  return found;
+}
+
+}  // namespace tessel::apps
