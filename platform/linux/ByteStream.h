@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 #include <span>
+#include <string>
 #include <sys/uio.h>
 
 #include "tessel/Error.h"
@@ -48,5 +49,8 @@ class ByteStream {
 
 /// TCP as it stands.
 std::unique_ptr<ByteStream> makePlainStream(int socket);
+
+/// TLS, with a peer that proves by a certificate that the system trusts to be `host`.
+std::unique_ptr<ByteStream> makeTlsStream(int socket, const std::string& host);
 
 }  // namespace tessel::platform

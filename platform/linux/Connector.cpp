@@ -105,7 +105,7 @@ void Connector::finishAttempt(std::size_t attempt, const asio::error_code& error
   } else if (handler_ && attempt == attempt_ && socket_.is_open()) {
     asio::error_code ignored;
     socket_.set_option(tcp::no_delay{true}, ignored);
-    socket_.native_non_blocking(true, ignored);
+    socket_.non_blocking(true, ignored);
     finish(std::nullopt);
   }
 }

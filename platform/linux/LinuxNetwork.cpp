@@ -1,3 +1,5 @@
+#include <openssl/crypto.h>
+
 #include "platform/linux/CoreServices.h"
 #include "platform/linux/SocketConnection.h"
 
@@ -20,6 +22,8 @@ class LinuxNetwork final : public Network {
 }  // namespace
 
 std::shared_ptr<Network> makeNetwork(Clock::Duration timeout) {
+  // Queue threads may still be in a connection while the process exits.
+  OPENSSL_init_crypto(OPENSSL_INIT_NO_ATEXIT, nullptr);
   return std::make_shared<LinuxNetwork>(timeout);
 }
 

@@ -93,12 +93,9 @@ void SocketChannel::handleConnected(std::optional<Error> error, tcp::socket sock
     failToConnect(*error);
     return;
   }
-  if (tls_) {
-    end(ConnectionState::kFailed, networkError(EPROTONOSUPPORT));
-    return;
-  }
   socket_ = std::move(socket);
-  stream_ = makePlainStream(socket_.native_handle());
+  stream_ = tls_ ? makeTlsStream(socket_.native_handle(), endpoint_.host)
+                 : makePlainStream(socket_.native_handle());
   phase_ = Phase::kShakingHands;
   shakeHands();
 }

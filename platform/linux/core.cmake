@@ -25,4 +25,5 @@ tessel_linux_service(core
     SocketChannel.cpp
     SocketConnection.cpp
     SystemClock.cpp
-  LINK tessel_asio PkgConfig::SYSTEMD OpenSSL::SSL)
+    TlsStream.cpp
+  LINK tessel_asio PkgConfig::SYSTEMD OpenSSL::SSL OpenSSL::Crypto)
