@@ -1,8 +1,12 @@
 #include "tests/platform/LoopbackPeer.h"
 
+#include <chrono>
+#include <csignal>
 #include <gtest/gtest.h>
 #include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <sys/socket.h>
+#include <thread>
 #include <unistd.h>
 #include <utility>
 
@@ -32,11 +36,15 @@ void Descriptor::close() {
   if (number_ >= 0) ::close(std::exchange(number_, -1));
 }
 
+LoopbackPeer::LoopbackPeer(Descriptor socket) : socket_{std::move(socket)} {
+  const int atOnce = 1;
+  setsockopt(descriptor(), IPPROTO_TCP, TCP_NODELAY, &atOnce, sizeof atOnce);
+}
+
 void LoopbackPeer::send(const Bytes& bytes) {
   std::size_t sent = 0;
   while (sent < bytes.size()) {
-    const ssize_t count =
-        ::send(socket_.get(), bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
+    const ssize_t count = sendSome(bytes.data() + sent, bytes.size() - sent);
     ASSERT_GT(count, 0);
     sent += static_cast<std::size_t>(count);
   }
@@ -46,7 +54,7 @@ Bytes LoopbackPeer::receive(std::size_t length) {
   Bytes bytes(length);
   std::size_t received = 0;
   while (received < length) {
-    const ssize_t count = recv(socket_.get(), bytes.data() + received, length - received, 0);
+    const ssize_t count = receiveSome(bytes.data() + received, length - received);
     EXPECT_GE(count, 0) << "reset, or nothing for ten seconds";
     if (count <= 0) break;
     received += static_cast<std::size_t>(count);
@@ -62,15 +70,85 @@ std::string LoopbackPeer::receiveText(std::size_t length) {
 
 bool LoopbackPeer::seesEnd() {
   std::uint8_t byte = 0;
-  return recv(socket_.get(), &byte, 1, 0) == 0;
+  return recv(descriptor(), &byte, 1, 0) == 0;
 }
 
-void LoopbackPeer::shutdownSending() { shutdown(socket_.get(), SHUT_WR); }
+void LoopbackPeer::shutdownSending() { shutdownTcp(); }
+
+void LoopbackPeer::shutdownTcp() { shutdown(descriptor(), SHUT_WR); }
+
+void LoopbackPeer::waitUntilEndArrived() {
+  const auto bound = std::chrono::steady_clock::now() + std::chrono::seconds{10};
+  while (std::chrono::steady_clock::now() < bound) {
+    tcp_info info{};
+    socklen_t size = sizeof info;
+    getsockopt(descriptor(), IPPROTO_TCP, TCP_INFO, &info, &size);
+    if (info.tcpi_state != TCP_ESTABLISHED && info.tcpi_state != TCP_FIN_WAIT1) return;
+    std::this_thread::yield();
+  }
+  ADD_FAILURE() << "the end was not acknowledged";
+}
+
+std::size_t LoopbackPeer::fill() {
+  const Bytes zeros(64 * 1024);
+  std::size_t sent = 0;
+  for (;;) {
+    const ssize_t count =
+        ::send(descriptor(), zeros.data(), zeros.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+    if (count <= 0) return sent;
+    sent += static_cast<std::size_t>(count);
+  }
+}
 
 void LoopbackPeer::reset() {
   const linger atOnce{1, 0};
-  setsockopt(socket_.get(), SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);
+  setsockopt(descriptor(), SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);
   socket_.close();
+}
+
+ssize_t LoopbackPeer::sendSome(const std::uint8_t* bytes, std::size_t length) {
+  return ::send(descriptor(), bytes, length, MSG_NOSIGNAL);
+}
+
+ssize_t LoopbackPeer::receiveSome(std::uint8_t* bytes, std::size_t length) {
+  return recv(descriptor(), bytes, length, 0);
+}
+
+TlsPeer::TlsPeer(Descriptor socket, SSL_CTX* context)
+    : LoopbackPeer{std::move(socket)}, ssl_{SSL_new(context)} {
+  SSL_set_fd(ssl_, descriptor());
+  std::signal(SIGPIPE, SIG_IGN);  // OpenSSL's own socket calls would raise it here
+}
+
+TlsPeer::~TlsPeer() { SSL_free(ssl_); }
+
+bool TlsPeer::accept() { return SSL_accept(ssl_) == 1; }
+
+std::string TlsPeer::serverName() const {
+  const char* name = SSL_get_servername(ssl_, TLSEXT_NAMETYPE_host_name);
+  return name != nullptr ? name : "";
+}
+
+bool TlsPeer::seesEnd() {
+  std::uint8_t byte = 0;
+  const int count = SSL_read(ssl_, &byte, 1);
+  return count <= 0 && SSL_get_error(ssl_, count) == SSL_ERROR_ZERO_RETURN &&
+         LoopbackPeer::seesEnd();
+}
+
+void TlsPeer::shutdownSending() {
+  SSL_shutdown(ssl_);
+  shutdownTcp();
+}
+
+ssize_t TlsPeer::sendSome(const std::uint8_t* bytes, std::size_t length) {
+  return SSL_write(ssl_, bytes, static_cast<int>(length));
+}
+
+ssize_t TlsPeer::receiveSome(std::uint8_t* bytes, std::size_t length) {
+  const int count = SSL_read(ssl_, bytes, static_cast<int>(length));
+  const bool ended = count <= 0 && SSL_get_error(ssl_, count) == SSL_ERROR_ZERO_RETURN;
+  return ended ? 0 : count;
 }
 
 LoopbackListener::LoopbackListener(int backlog, int receiveBuffer)
@@ -91,11 +169,21 @@ LoopbackListener::LoopbackListener(int backlog, int receiveBuffer)
   port_ = std::to_string(ntohs(address.sin_port));
 }
 
-LoopbackPeer LoopbackListener::accept() {
+Descriptor LoopbackListener::accept() {
   Descriptor accepted{accept4(socket_.get(), nullptr, nullptr, SOCK_CLOEXEC)};
   EXPECT_GE(accepted.get(), 0) << "nobody connected for ten seconds";
   bound(accepted.get());
-  return LoopbackPeer{std::move(accepted)};
+  return accepted;
+}
+
+Descriptor LoopbackListener::connect() const {
+  Descriptor connected{socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)};
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  address.sin_port = htons(static_cast<std::uint16_t>(std::stoi(port_)));
+  EXPECT_EQ(::connect(connected.get(), generic(address), sizeof address), 0);
+  return connected;
 }
 
 }  // namespace tessel::test

@@ -1,7 +1,8 @@
 #pragma once
 
 #include <cstddef>
-#include <optional>
+#include <memory>
+#include <openssl/ssl.h>
 #include <string>
 
 #include "tessel/Types.h"
@@ -26,7 +27,8 @@ class Descriptor {
 /// seconds, made from the test's own thread.
 class LoopbackPeer {
  public:
-  explicit LoopbackPeer(Descriptor socket) : socket_{std::move(socket)} {}
+  explicit LoopbackPeer(Descriptor socket);
+  virtual ~LoopbackPeer() = default;
 
   void send(const Bytes& bytes);
   void send(const std::string& text) { send(Bytes{text.begin(), text.end()}); }
@@ -35,18 +37,54 @@ class LoopbackPeer {
   Bytes receive(std::size_t length);
   std::string receiveText(std::size_t length);
 
-  /// Whether the stream ended as it should: a close, not a reset.
-  bool seesEnd();
+  /// Whether the stream ended as it should: no reset, nothing cut off.
+  virtual bool seesEnd();
 
-  void shutdownSending();
+  /// Ends its own direction as it should be ended.
+  virtual void shutdownSending();
+  /// Ends TCP alone, below whatever runs on it.
+  void shutdownTcp();
+  /// Until the other side's system knows that nothing more comes. After a shutdown.
+  void waitUntilEndArrived();
+
+  /// Sends zeros until nobody takes any more; how many that were.
+  std::size_t fill();
+
   void close() { socket_.close(); }
   /// Closes such that the other side sees a reset.
   void reset();
 
   int descriptor() const { return socket_.get(); }
 
+ protected:
+  // Like the calls of the system.
+  virtual ssize_t sendSome(const std::uint8_t* bytes, std::size_t length);
+  virtual ssize_t receiveSome(std::uint8_t* bytes, std::size_t length);
+
  private:
   Descriptor socket_;
+};
+
+/// The same with TLS.
+class TlsPeer final : public LoopbackPeer {
+ public:
+  TlsPeer(Descriptor socket, SSL_CTX* context);
+  ~TlsPeer() override;
+
+  /// Whether the other side came through the handshake.
+  bool accept();
+  /// What the other side asked for by SNI; empty for nothing.
+  std::string serverName() const;
+
+  bool seesEnd() override;
+  void shutdownSending() override;
+
+ protected:
+  ssize_t sendSome(const std::uint8_t* bytes, std::size_t length) override;
+  ssize_t receiveSome(std::uint8_t* bytes, std::size_t length) override;
+
+ private:
+  SSL* const ssl_;
 };
 
 /// A port of 127.0.0.1 that nobody else has.
@@ -56,7 +94,9 @@ class LoopbackListener {
   explicit LoopbackListener(int backlog = 16, int receiveBuffer = 0);
 
   const std::string& port() const { return port_; }
-  LoopbackPeer accept();
+  Descriptor accept();
+  /// A connection made by hand.
+  Descriptor connect() const;
 
  private:
   Descriptor socket_;

@@ -1,6 +1,11 @@
+find_package(OpenSSL REQUIRED)
+
 tessel_tests(core_tests
   SOURCES
     LoopbackPeer.cpp
     SerialQueueTest.cpp
     SocketConnectionTest.cpp
-  LINK tessel_platform tessel_platform_linux)
+    SocketTransferTest.cpp
+    TestCertificates.cpp
+    TlsConnectionTest.cpp
+  LINK tessel_platform tessel_platform_linux OpenSSL::SSL OpenSSL::Crypto)
