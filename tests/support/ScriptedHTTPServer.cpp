@@ -86,17 +86,24 @@ void ServerConnection::waitForEnd() {
 }
 
 ScriptedHTTPServer::ScriptedHTTPServer(Script script, const TestCertificate* certificate)
-    : script_{std::move(script)}, certificate_{certificate} {
+    : ScriptedHTTPServer{std::move(script), certificate, Place{}} {}
+
+ScriptedHTTPServer::ScriptedHTTPServer(Script script, const TestCertificate* certificate,
+                                       Place place)
+    : script_{std::move(script)}, certificate_{certificate}, place_{std::move(place)} {
   listener_ = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  const int on = 1;  // a fixed port may have been used a moment ago
+  ::setsockopt(listener_, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
   sockaddr_in address{};
   address.sin_family = AF_INET;
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  address.sin_addr.s_addr = ::inet_addr(place_.address.c_str());
+  address.sin_port = htons(static_cast<std::uint16_t>(place_.port));
   socklen_t size = sizeof address;
   auto* generic = reinterpret_cast<sockaddr*>(&address);
   if (::bind(listener_, generic, size) != 0 || ::listen(listener_, SOMAXCONN) != 0 ||
       ::getsockname(listener_, generic, &size) != 0)
     throw std::runtime_error{"no loopback port"};
-  port_ = ntohs(address.sin_port);
+  place_.port = ntohs(address.sin_port);
   acceptor_ = std::thread{[this] { acceptAll(); }};
 }
 
@@ -112,8 +119,8 @@ ScriptedHTTPServer::~ScriptedHTTPServer() {
 }
 
 std::string ScriptedHTTPServer::url(const std::string& path) const {
-  return (certificate_ ? "https" : "http") + std::string{"://127.0.0.1:"} + std::to_string(port_) +
-         path;
+  return (certificate_ ? "https://" : "http://") + place_.address + ":" +
+         std::to_string(place_.port) + path;
 }
 
 void ScriptedHTTPServer::acceptAll() {

@@ -28,7 +28,7 @@ class ServerConnection {
   virtual bool receive(char& byte) = 0;
 };
 
-/// An HTTP server on a loopback port of its own that says what a script tells it to, byte for byte:
+/// An HTTP server on a loopback port that says what a script tells it to, byte for byte:
 /// slowly, wrongly, without end or not at all. Each connection has a thread that runs the script;
 /// the connection is closed when the script returns. Made and destroyed on the test's thread; its
 /// end closes all connections and waits for the scripts.
@@ -36,14 +36,21 @@ class ScriptedHTTPServer {
  public:
   using Script = std::function<void(ServerConnection&)>;
 
+  /// Where it listens: port 0 is one that nobody else has.
+  struct Place {
+    std::string address = "127.0.0.1";
+    int port = 0;
+  };
+
   /// With a certificate it speaks TLS.
   explicit ScriptedHTTPServer(Script script, const TestCertificate* certificate = nullptr);
+  ScriptedHTTPServer(Script script, const TestCertificate* certificate, Place place);
   ScriptedHTTPServer(const ScriptedHTTPServer&) = delete;
   ScriptedHTTPServer& operator=(const ScriptedHTTPServer&) = delete;
   ~ScriptedHTTPServer();
 
-  int port() const { return port_; }
-  /// "http://127.0.0.1:PORT" and `path`.
+  int port() const { return place_.port; }
+  /// "http://ADDRESS:PORT" and `path`.
   std::string url(const std::string& path = "/") const;
   /// How many connections there have been.
   int connections() const { return connections_; }
@@ -60,7 +67,7 @@ class ScriptedHTTPServer {
   const Script script_;
   const TestCertificate* const certificate_;
   int listener_ = -1;
-  int port_ = 0;
+  Place place_;
   std::atomic<int> connections_ = 0;
   std::list<Client> clients_;  // the accepting thread's, then the destructor's
   std::thread acceptor_;

@@ -1,0 +1,237 @@
+// Sessions on the real services of this system: real threads, loopback HTTP, real files.
+#include <algorithm>
+#include <atomic>
+#include <fstream>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <stdlib.h>
+#include <thread>
+
+#include "tessel/Log.h"
+#include "tessel/VexCfg.h"
+#include "tests/session/LoopbackHub.h"
+#include "tests/session/ThreadSafeDelegate.h"
+#include "tests/support/TemporaryFolder.h"
+
+namespace tessel::test {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+class SessionSystemTest : public testing::Test {
+ protected:
+  SessionSystemTest() {
+    ::setenv("TESSEL_SHARED_FOLDER", folder.path().c_str(), 1);
+    setLogSink([this](std::string_view line) {
+      log.update([&](std::vector<std::string>& lines) { lines.emplace_back(line); });
+    });
+  }
+  ~SessionSystemTest() override { setLogSink(nullptr); }
+
+  // Fetches the details that a hub at `address` gives; how that ended.
+  std::optional<Error> fetch(const std::string& address, const std::string& answer) {
+    const LoopbackHub hub{address, answer};
+    session = TSLSession::initWithHostName(address, 0);
+    const auto outcome = std::make_shared<Eventually<std::pair<bool, std::optional<Error>>>>();
+    session->fetchDeviceDetailsWithCompletionHandler([outcome](std::optional<Error> error) {
+      outcome->set({true, std::move(error)});
+    });
+    EXPECT_TRUE(outcome->becomes([](const auto& value) { return value.first; }));
+    return outcome->get().second;
+  }
+
+  const TemporaryFolder folder;
+  Eventually<std::vector<std::string>> log;
+  std::shared_ptr<TSLSession> session;
+};
+
+std::string details(const std::string& body) {
+  return okAnswer(body, "Application-URL: http://127.0.0.1:1/apps/\r\n");
+}
+
+TEST_F(SessionSystemTest, TheConfigurationFileIsCreatedFromTheShippedOne) {
+  const auto file = VexCfg::init();
+  EXPECT_TRUE(std::filesystem::exists(folder / "Lumisk/VexCfg.plist"));
+  EXPECT_EQ(file->getObjectByKey("AutoDisconnectCastingWhenCloseLaptop"), PropertyListValue{true});
+}
+
+TEST_F(SessionSystemTest, AChangedConfigurationFileIsReadByTheNextSession) {
+  const auto file = VexCfg::sharedCfgFile();
+  file->setObjectByKey("AutoDisconnectCastingWhenCloseLaptop", PropertyListValue{false});
+  file->saveCfgFile();
+  session = TSLSession::initWithHostName("127.0.0.1", 0);
+  EXPECT_EQ(session->sessionConfig()->autoDisconnectCastingWhenCloseLaptop(), 0);
+}
+
+TEST_F(SessionSystemTest, ADamagedConfigurationFileGivesTheDefaults) {
+  VexCfg::sharedCfgFile();
+  std::ofstream{folder / "Lumisk/VexCfg.plist"} << "<plist><dict><key>Auto";
+  session = TSLSession::initWithHostName("127.0.0.1", 0);
+  EXPECT_EQ(session->sessionConfig()->autoDisconnectCastingWhenCloseLaptop(), 1);
+  EXPECT_EQ(session->sessionConfig()->HeartBeatTimeout(), 20.0);
+}
+
+TEST_F(SessionSystemTest, AFolderThatCannotBeMadeIsLoggedAndGivesTheDefaults) {
+  std::ofstream{folder / "file"} << "in the way";
+  ::setenv("TESSEL_SHARED_FOLDER", (folder / "file").c_str(), 1);
+  EXPECT_FALSE(VexCfg::init()->fileExist());
+  EXPECT_THAT(log.get(),
+              ElementsAre(AllOf(StartsWith("-[VexCfg checkCfgFileExist]: Failed to create '"),
+                                HasSubstr("/file/Lumisk'. Error: "))));
+  session = TSLSession::initWithHostName("127.0.0.1", 0);
+  EXPECT_EQ(session->sessionConfig()->autoDisconnectCastingWhenCloseLaptop(), 1);
+}
+
+TEST_F(SessionSystemTest, DetailsAreReadFromARealHub) {
+  EXPECT_EQ(fetch("127.7.1.1", LoopbackHub::plainDetails("127.7.1.1")), std::nullopt);
+  EXPECT_TRUE(session->newProtocol());
+  EXPECT_EQ(session->applicationURL(), "http://127.7.1.1:55555/apps/");
+}
+
+TEST_F(SessionSystemTest, DetailsOverTheBoundGiveTheTransfersError) {
+  const auto error =
+      fetch("127.7.1.2", details("<d>" + std::string(std::size_t{2} << 20U, ' ') + "</d>"));
+  ASSERT_TRUE(error);
+  EXPECT_NE(error->domain, TSLErrorDomain);
+}
+
+TEST_F(SessionSystemTest, EntityBombsAreNotExpanded) {
+  std::string bomb = "<!DOCTYPE d [<!ENTITY a0 \"1.6\">";
+  for (int i = 1; i < 30; ++i) {
+    const auto name = std::to_string(i - 1);
+    bomb += "<!ENTITY a" + std::to_string(i) + " \"&a" + name + ";&a" + name + ";\">";
+  }
+  bomb += "]><d><specVersion>&a29;</specVersion><busy>1</busy></d>";
+  EXPECT_EQ(fetch("127.7.1.3", details(bomb)), std::nullopt);
+  EXPECT_FALSE(session->newProtocol());
+  EXPECT_FALSE(session->busyStatus());
+}
+
+TEST_F(SessionSystemTest, ExternalEntitiesAreNotRead) {
+  std::ofstream{folder / "secret"} << "1.6";
+  EXPECT_EQ(
+      fetch("127.7.1.4", details("<!DOCTYPE d [<!ENTITY x SYSTEM \"file://" + (folder / "secret") +
+                                 "\">]><d><specVersion>&x;</specVersion></d>")),
+      std::nullopt);
+  EXPECT_FALSE(session->newProtocol());
+}
+
+TEST_F(SessionSystemTest, AnApplicationURLOfAnotherSchemeEndsTheLaunchWithAnError) {
+  const LoopbackHub hub{"127.7.1.5", okAnswer("<d/>", "Application-URL: file:///etc/\r\n")};
+  const auto delegate = std::make_shared<ThreadSafeDelegate>();
+  session = TSLSession::initWithHostName("127.7.1.5", 0);
+  session->setDelegate(delegate, nullptr);
+  session->connect();
+  EXPECT_TRUE(delegate->calls.becomes([](const auto& calls) { return calls.size() == 3; }));
+  EXPECT_EQ(session->state(), TSLSessionStateDisconnected);
+}
+
+TEST_F(SessionSystemTest, HostNamesThatCannotStandInAURLEndWithAnError) {
+  for (const std::string name : {"", "a b", "\r\nX: 1", "h/../x?y#z", "fe80::1", "[::1", "\xFF"}) {
+    const auto delegate = std::make_shared<ThreadSafeDelegate>();
+    session = TSLSession::initWithHostName(name, 0);
+    session->setDelegate(delegate, nullptr);
+    session->connect();
+    EXPECT_TRUE(delegate->calls.becomes([](const auto& calls) { return calls.size() == 3; }))
+        << testing::PrintToString(name);
+    EXPECT_EQ(session->state(), TSLSessionStateDisconnected);
+  }
+}
+
+TEST_F(SessionSystemTest, AnSSLPortOutOfRangeEndsTheLaunchWithAnError) {
+  const LoopbackHub hub{"127.7.1.6", details("<d><SSL>99999999999</SSL></d>")};
+  const auto delegate = std::make_shared<ThreadSafeDelegate>();
+  session = TSLSession::initWithHostName("127.7.1.6", 0);
+  session->setDelegate(delegate, nullptr);
+  session->connect();
+  EXPECT_TRUE(delegate->calls.becomes([](const auto& calls) { return calls.size() == 3; }));
+  EXPECT_EQ(session->lauchport(), 2147483647);
+}
+
+TEST_F(SessionSystemTest, ARefusedDisplayChannelEndsAConnectWithCode3) {
+  const LoopbackHub hub{"127.7.1.7", LoopbackHub::plainDetails("127.7.1.7")};
+  const auto delegate = std::make_shared<ThreadSafeDelegate>();
+  session = TSLSession::initWithHostName("127.7.1.7", 0);
+  session->setDelegate(delegate, OperationQueue::serialQueue("delegate"));
+  session->connect();
+  EXPECT_TRUE(delegate->calls.becomesEqual({"state 1", "state 0", "failed 3"}));
+}
+
+TEST_F(SessionSystemTest, SessionsDroppedAtEachStepEndByThemselves) {
+  LoopbackHub hub{"127.7.1.8", LoopbackHub::plainDetails("127.7.1.8")};
+  const auto delegate = std::make_shared<ThreadSafeDelegate>();
+  for (int answered = 0; answered <= 2; ++answered) {
+    hub.requests.set(0);
+    session = TSLSession::initWithHostName("127.7.1.8", 0);
+    session->setDelegate(delegate, nullptr);
+    const std::weak_ptr<TSLSession> weak = session;
+    session->connect();
+    EXPECT_TRUE(hub.requests.becomes([&](int count) { return count >= answered; }));
+    delegate->calls.set({});
+    session.reset();
+    EXPECT_TRUE(delegate->calls.becomesEqual({"state 0"})) << answered;
+  }
+}
+
+TEST_F(SessionSystemTest, ManyThreadsMakeAndDropSessions) {
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 4; ++i) {
+    threads.emplace_back([] {
+      for (int n = 0; n < 10; ++n) {
+        const auto own = TSLSession::initWithHostName("127.7.1.9", 0);  // nobody listens there
+        own->connect();
+        own->cancelConnect();
+      }
+    });
+  }
+  for (auto& thread : threads) thread.join();
+  EXPECT_TRUE(VexCfg::sharedCfgFile()->fileExist());
+}
+
+// Whatever the threads do, the delegate's queue hears of different states in turn, and its last
+// word is the state in force.
+TEST_F(SessionSystemTest, ManyThreadsConnectAndDisconnectOneSession) {
+  const auto delegate = std::make_shared<ThreadSafeDelegate>();
+  const auto queue = OperationQueue::serialQueue("delegate");
+  session = TSLSession::initWithHostName("127.7.1.10", 0);  // nobody listens there
+  session->setDelegate(delegate, queue);
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 2; ++i) {
+    threads.emplace_back([this] {
+      for (int n = 0; n < 50; ++n) session->connect();
+    });
+    threads.emplace_back([this] {
+      for (int n = 0; n < 50; ++n) session->disconnect();
+    });
+    threads.emplace_back([&] {
+      for (int n = 0; n < 50; ++n) {
+        session->setDelegate(delegate, queue);
+        session->setApplicationName("A" + std::to_string(n));
+        session->setApplicationURL("http://h/" + session->applicationName());
+        session->cancelConnect();
+      }
+    });
+  }
+  for (auto& thread : threads) thread.join();
+  session.reset();  // each connect's fetch still fails in its own time
+  const auto statesIn = [](const ThreadSafeDelegate::Calls& calls) {
+    std::vector<std::string> states;
+    std::ranges::copy_if(calls, std::back_inserter(states),
+                         [](const std::string& call) { return call.starts_with("state"); });
+    return states;
+  };
+  Eventually<bool> drained;
+  queue->addOperation([&] { drained.set(true); });
+  EXPECT_TRUE(drained.becomesEqual(true));
+  EXPECT_TRUE(delegate->calls.becomes([&](const auto& calls) {
+    const auto states = statesIn(calls);
+    return !states.empty() && states.back() == "state 0";
+  }));
+  const auto states = statesIn(delegate->calls.get());
+  EXPECT_EQ(std::ranges::adjacent_find(states), states.end());
+}
+
+}  // namespace
+}  // namespace tessel::test
