@@ -5,7 +5,10 @@
 /// What diagnose() is put together from: each looks at one area of this machine.
 namespace tessel::platform {
 
+Finding findScreen();
+Finding findEncoder();
 /// Gives Bluetooth two seconds to answer.
 Finding findBluetooth();
+Finding findConfiguration();
 
 }  // namespace tessel::platform

@@ -1,0 +1,33 @@
+#include "tessel/Diagnostics.h"
+
+#include "platform/Services.h"
+#include "platform/linux/Findings.h"
+#include "tessel/VexCfg.h"
+
+namespace tessel {
+namespace platform {
+
+Finding findConfiguration() {
+  const std::string folder = services().files->sharedFolder() + "/Lumisk";
+  const auto file = VexCfg::init();
+  if (!file->fileExist()) {
+    return {"configuration", false,
+            "There is no configuration file in " + folder + ", so the built-in settings hold.",
+            "Make the folder writable, or set TESSEL_SHARED_FOLDER to one that is."};
+  }
+  if (!file->pCfgDict()) {
+    return {"configuration", false,
+            "The configuration file in " + folder + " is damaged, so the built-in settings hold.",
+            "Remove VexCfg.plist there; a new one is made at the next start."};
+  }
+  return {"configuration", true, "The configuration file is " + folder + "/VexCfg.plist.", {}};
+}
+
+}  // namespace platform
+
+std::vector<Finding> diagnose() {
+  return {platform::findScreen(), platform::findEncoder(), platform::findBluetooth(),
+          platform::findConfiguration()};
+}
+
+}  // namespace tessel

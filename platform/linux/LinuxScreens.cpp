@@ -1,0 +1,119 @@
+#include "platform/linux/LinuxScreens.h"
+
+#include <utility>
+
+#include "platform/PatternCapture.h"
+#include "platform/linux/PipeSignalGuard.h"
+
+namespace tessel::platform {
+namespace {
+
+using std::chrono::steady_clock;
+
+// A server that is not there is asked for this often at most.
+constexpr auto kAttemptInterval = std::chrono::seconds{1};
+
+// The server does not tell of monitors that a user has defined (xrandr --setmonitor), so the
+// layout is asked for again this often, however quiet it has been.
+constexpr auto kLayoutAge = std::chrono::seconds{1};
+
+}  // namespace
+
+LinuxScreens::LinuxScreens(std::shared_ptr<ScreenChoice> choice) : choice_{std::move(choice)} {}
+
+std::optional<Error> LinuxScreens::select(ScreenSource source, Size patternSize) {
+  choice_->choose(source, patternSize);
+  {
+    const std::lock_guard lock{mutex_};
+    const PipeSignalGuard guard;
+    connection_.reset();  // DISPLAY may name another server by now
+    nextAttempt_ = {};
+    layout_ = {};
+  }
+  return choice_->obstacle();
+}
+
+std::vector<Screen> LinuxScreens::screens() {
+  std::vector<Screen> list;
+  switch (choice_->kind()) {
+    case ScreenChoice::Kind::none:
+      break;
+    case ScreenChoice::Kind::pattern:
+      list.emplace_back(kPatternDisplayID, Rect{{0, 0}, choice_->patternSize()});
+      break;
+    case ScreenChoice::Kind::x11: {
+      const std::lock_guard lock{mutex_};
+      const PipeSignalGuard guard;
+      refresh();
+      for (const XMonitor& monitor : layout_.monitors) {
+        const PixelArea& area = monitor.area;
+        list.emplace_back(monitor.name, Rect{point(area.x, area.bottom()),
+                                             {static_cast<double>(area.width),
+                                              static_cast<double>(area.height)}});
+      }
+      break;
+    }
+  }
+  return list;
+}
+
+Point LinuxScreens::mouseLocation() {
+  switch (choice_->kind()) {
+    case ScreenChoice::Kind::none:
+      return {};
+    case ScreenChoice::Kind::pattern: {
+      const Size size = choice_->patternSize();
+      return {size.width / 2, size.height / 2};
+    }
+    case ScreenChoice::Kind::x11:
+      break;
+  }
+  const std::lock_guard lock{mutex_};
+  const PipeSignalGuard guard;
+  refresh();
+  if (!connection_) return mouse_;
+  const XReply<xcb_query_pointer_reply_t> pointer{xcb_query_pointer_reply(
+      connection_->get(), xcb_query_pointer(connection_->get(), connection_->root()), nullptr)};
+  if (pointer) mouse_ = point(pointer->root_x, pointer->root_y);
+  return mouse_;
+}
+
+// A place in the root window in global coordinates, whose origin is the lower left corner of the
+// primary monitor. Under mutex_.
+Point LinuxScreens::point(int rootX, int rootY) const {
+  if (layout_.monitors.empty()) return {};
+  const PixelArea& primary = layout_.monitors.front().area;
+  return {static_cast<double>(rootX - primary.x), static_cast<double>(primary.bottom() - rootY)};
+}
+
+// Whether there is a connection that works. Under mutex_.
+bool LinuxScreens::connected() {
+  if (connection_ && connection_->alive()) return true;
+  connection_.reset();
+  const auto now = steady_clock::now();
+  if (now < nextAttempt_) return false;
+  nextAttempt_ = now + kAttemptInterval;
+  connection_ = XConnection::open();
+  if (!connection_) return false;
+  connection_->watchLayout();
+  nextLayout_ = {};
+  return true;
+}
+
+// Brings layout_ up to date. Under mutex_.
+void LinuxScreens::refresh() {
+  if (!connected()) {
+    layout_ = {};
+    return;
+  }
+  const auto now = steady_clock::now();
+  bool stale = now >= nextLayout_;
+  while (const XEvent event{xcb_poll_for_event(connection_->get())}) {
+    stale = stale || connection_->tellsOfLayout(*event);
+  }
+  if (!stale) return;
+  layout_ = connection_->layout();
+  nextLayout_ = now + kLayoutAge;
+}
+
+}  // namespace tessel::platform

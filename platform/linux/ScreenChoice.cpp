@@ -1,0 +1,72 @@
+#include "platform/linux/ScreenChoice.h"
+
+#include <cstdlib>
+#include <string>
+#include <string_view>
+
+#include "platform/ScreenCapture.h"
+#include "platform/linux/PipeSignalGuard.h"
+#include "platform/linux/XConnection.h"
+
+namespace tessel::platform {
+namespace {
+
+Error obstacleBecause(std::string sentence) {
+  return {kCaptureErrorDomain, kCaptureErrorUnknown, std::move(sentence)};
+}
+
+}  // namespace
+
+const char* environment(const char* name) {
+  const char* value = std::getenv(name);
+  return value == nullptr ? "" : value;
+}
+
+bool isWaylandDesktop() {
+  return *environment("WAYLAND_DISPLAY") != '\0' ||
+         std::string_view{environment("XDG_SESSION_TYPE")} == "wayland";
+}
+
+void ScreenChoice::choose(ScreenSource source, Size patternSize) {
+  choice_.set({source, patternSize});
+}
+
+ScreenChoice::Kind ScreenChoice::kind() const {
+  switch (choice_.get().source) {
+    case ScreenSource::pattern:
+      return Kind::pattern;
+    case ScreenSource::automatic:
+      // The X server beside a Wayland desktop shows nothing but black.
+      if (isWaylandDesktop()) return Kind::none;
+      [[fallthrough]];
+    case ScreenSource::x11:
+      return *environment("DISPLAY") == '\0' ? Kind::none : Kind::x11;
+  }
+  return Kind::none;
+}
+
+std::optional<Error> ScreenChoice::obstacle() const {
+  const Choice choice = choice_.get();
+  if (choice.source == ScreenSource::pattern) {
+    if (choice.patternSize.width >= 2 && choice.patternSize.height >= 2) return std::nullopt;
+    return obstacleBecause("The test picture needs at least 2 by 2 pixels.");
+  }
+  if (choice.source == ScreenSource::automatic && isWaylandDesktop()) {
+    return obstacleBecause(
+        "Casting a Wayland desktop is not there yet: log in to an X11 session, or cast the test "
+        "picture (--screen pattern).");
+  }
+  const std::string display = environment("DISPLAY");
+  if (display.empty()) {
+    return obstacleBecause(
+        "There is no display to cast (DISPLAY is not set): start from within an X11 session, or "
+        "cast the test picture (--screen pattern).");
+  }
+  const PipeSignalGuard guard;
+  if (XConnection::open()) return std::nullopt;
+  return obstacleBecause("The X server of display " + display +
+                         " cannot be reached: check DISPLAY and XAUTHORITY, or cast the test "
+                         "picture (--screen pattern).");
+}
+
+}  // namespace tessel::platform

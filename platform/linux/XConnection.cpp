@@ -1,0 +1,93 @@
+#include "platform/linux/XConnection.h"
+
+#include <algorithm>
+#include <xcb/randr.h>
+
+namespace tessel::platform {
+
+PixelArea intersection(const PixelArea& a, const PixelArea& b) {
+  const int x = std::max(a.x, b.x);
+  const int y = std::max(a.y, b.y);
+  return {x, y, std::max(0, std::min(a.right(), b.right()) - x),
+          std::max(0, std::min(a.bottom(), b.bottom()) - y)};
+}
+
+std::unique_ptr<XConnection> XConnection::open() {
+  int screenNumber = 0;
+  std::unique_ptr<XConnection> opened{
+      new XConnection{xcb_connect(nullptr, &screenNumber), screenNumber}};
+  if (!opened->alive() || opened->screen_ == nullptr) return nullptr;
+  return opened;
+}
+
+XConnection::XConnection(xcb_connection_t* connection, int screenNumber) : connection_{connection} {
+  if (!alive()) return;
+  xcb_screen_iterator_t screens = xcb_setup_roots_iterator(xcb_get_setup(connection));
+  for (; screens.rem > 0 && screenNumber > 0; --screenNumber) xcb_screen_next(&screens);
+  if (screens.rem <= 0) return;
+  screen_ = screens.data;
+
+  const xcb_query_extension_reply_t* randr = xcb_get_extension_data(connection, &xcb_randr_id);
+  if (randr == nullptr || randr->present == 0) return;
+  const XReply<xcb_randr_query_version_reply_t> version{xcb_randr_query_version_reply(
+      connection, xcb_randr_query_version(connection, 1, 5), nullptr)};
+  if (!version) return;
+  randrEvent_ = randr->first_event;
+  hasMonitors_ =
+      version->major_version > 1 || (version->major_version == 1 && version->minor_version >= 5);
+}
+
+bool XConnection::has(xcb_extension_t& extension) const {
+  const xcb_query_extension_reply_t* data = xcb_get_extension_data(get(), &extension);
+  return data != nullptr && data->present != 0;
+}
+
+void XConnection::watchLayout() {
+  const std::uint32_t mask = XCB_EVENT_MASK_STRUCTURE_NOTIFY;
+  xcb_change_window_attributes(get(), root(), XCB_CW_EVENT_MASK, &mask);
+  if (randrEvent_ != 0) {
+    xcb_randr_select_input(get(), root(),
+                           XCB_RANDR_NOTIFY_MASK_SCREEN_CHANGE | XCB_RANDR_NOTIFY_MASK_CRTC_CHANGE |
+                               XCB_RANDR_NOTIFY_MASK_OUTPUT_CHANGE);
+  }
+  xcb_flush(get());
+}
+
+bool XConnection::tellsOfLayout(const xcb_generic_event_t& event) const {
+  const std::uint8_t type = event.response_type & 0x7FU;
+  if (type == XCB_CONFIGURE_NOTIFY) return true;
+  return randrEvent_ != 0 && (type == randrEvent_ + XCB_RANDR_SCREEN_CHANGE_NOTIFY ||
+                              type == randrEvent_ + XCB_RANDR_NOTIFY);
+}
+
+XLayout XConnection::layout() const {
+  const xcb_get_geometry_cookie_t geometryCookie = xcb_get_geometry(get(), root());
+  xcb_randr_get_monitors_cookie_t monitorsCookie{};
+  if (hasMonitors_) monitorsCookie = xcb_randr_get_monitors(get(), root(), 1);
+  const XReply<xcb_get_geometry_reply_t> geometry{
+      xcb_get_geometry_reply(get(), geometryCookie, nullptr)};
+  XReply<xcb_randr_get_monitors_reply_t> monitors;
+  if (hasMonitors_) {
+    monitors.reset(xcb_randr_get_monitors_reply(get(), monitorsCookie, nullptr));
+  }
+
+  XLayout layout;
+  if (!geometry) return layout;
+  layout.root = {0, 0, geometry->width, geometry->height};
+  std::vector<XMonitor> others;
+  if (monitors) {
+    for (auto each = xcb_randr_get_monitors_monitors_iterator(monitors.get()); each.rem > 0;
+         xcb_randr_monitor_info_next(&each)) {
+      const xcb_randr_monitor_info_t& info = *each.data;
+      const XMonitor monitor{info.name,
+                             intersection(layout.root, {info.x, info.y, info.width, info.height})};
+      if (monitor.area.empty()) continue;
+      (info.primary != 0 ? layout.monitors : others).push_back(monitor);
+    }
+  }
+  layout.monitors.insert(layout.monitors.end(), others.begin(), others.end());
+  if (layout.monitors.empty()) layout.monitors.push_back({root(), layout.root});
+  return layout;
+}
+
+}  // namespace tessel::platform
