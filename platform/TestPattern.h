@@ -1,9 +1,10 @@
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <optional>
 #include <vector>
+
+#include "platform/PlanarPicture.h"
 
 namespace tessel::platform {
 
@@ -45,14 +46,6 @@ class TestPattern {
  private:
   int width_;
   int height_;
-};
-
-/// Writable planes in 4:2:0: luma, then two of chroma at half width and height, rounded up.
-struct PlanarPicture {
-  int width = 0;
-  int height = 0;
-  std::array<std::uint8_t*, 3> planes{};
-  std::array<int, 3> strides{};  ///< bytes from row to row
 };
 
 /// Paints rectangles in order, as BT.601 with limited range. What lies outside is cut off.

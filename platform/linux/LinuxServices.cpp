@@ -3,6 +3,7 @@
 #include "platform/linux/CoreServices.h"
 #include "platform/linux/DataServices.h"
 #include "platform/linux/InputServices.h"
+#include "platform/linux/VideoServices.h"
 
 namespace tessel::platform {
 
@@ -19,6 +20,11 @@ Services makeServices() {
   services.localization = makeLocalization(services.files);
   services.eventPosting = makeEventPosting();
   services.bluetooth = makeBluetooth();
+
+  const VideoServices video = makeVideoServices(services.queues, services.clock);
+  services.screens = video.screens;
+  services.screenCapture = video.screenCapture;
+  services.videoEncoding = video.videoEncoding;
   return services;
 }
 

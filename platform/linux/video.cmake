@@ -1,6 +1,3 @@
-<<<<<<< HEAD
-# services: video
-=======
 # Screens, capture and encoding.
 pkg_check_modules(XCB REQUIRED IMPORTED_TARGET xcb xcb-damage xcb-randr xcb-shm xcb-xfixes)
 pkg_check_modules(LIBAV REQUIRED IMPORTED_TARGET libavcodec libavutil)
@@ -29,4 +26,3 @@ tessel_linux_service(video
     XPixelFormat.cpp
   LINK PkgConfig::XCB PkgConfig::LIBAV ${YUV_LIBRARY} Threads::Threads)
 target_include_directories(tessel_linux_video SYSTEM PRIVATE ${YUV_INCLUDE})
->>>>>>> 6141ca0 (Tell what the library can use of this machine)

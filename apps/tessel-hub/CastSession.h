@@ -1,0 +1,103 @@
+#pragma once
+
+#include <asio/io_context.hpp>
+#include <asio/steady_timer.hpp>
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "ContextRequest.h"
+#include "DisplayReceiver.h"
+#include "FramePipeline.h"
+#include "HubLog.h"
+#include "HubReporter.h"
+#include "HubScreen.h"
+#include "InputSender.h"
+#include "KeyboardChannel.h"
+#include "MouseChannel.h"
+#include "Script.h"
+#include "ScriptPlayer.h"
+#include "StreamRecorder.h"
+
+namespace tessel::hub {
+
+/// One sender's cast, from the opening of its display channel to the end of that: its channels,
+/// its pictures and the input that goes back.
+///
+/// Lives on the thread that runs its io_context. Owned by shared_ptr, so that a report that comes
+/// late can find it gone.
+class CastSession final : public std::enable_shared_from_this<CastSession>, FrameAssembler::Sink {
+ public:
+  /// What a session works with; all of it outlives every session.
+  struct Surroundings {
+    asio::io_context& context;
+    HubScreen& screen;
+    StreamRecorder& recorder;
+    HubReporter& reporter;
+    HubLog& log;
+    const std::optional<Script>& script;
+    bool frameEvents = false;
+    std::function<void(const Picture&)> decoded;  ///< any thread
+    std::function<void()> quit;                   ///< the script asks the hub to end
+  };
+
+  CastSession(Surroundings surroundings, std::shared_ptr<ChannelStream> display,
+              std::function<void()> ended);
+  ~CastSession();
+
+  void start();
+  /// Takes an input channel of this session's sender; a second one of its kind is refused.
+  void addMouse(std::shared_ptr<ChannelStream> stream);
+  void addKeyboard(std::shared_ptr<ChannelStream> stream);
+  /// Ends the session; the end handler is called once its last picture is done.
+  void end(const std::string& problem);
+
+  const std::string& address() const { return display_->address(); }
+  /// Null before the sender has asked for its context.
+  InputSender* input() { return input_ ? &*input_ : nullptr; }
+
+ private:
+  using Time = std::chrono::steady_clock::time_point;
+
+  void onContextRequest(std::span<const std::uint8_t> message) override;
+  void onDestroyContext() override;
+  void onFrame(std::vector<std::uint8_t> frame) override;
+  void onOtherMessage(std::uint8_t command) override;
+
+  void makePipeline();
+  void frameDone(const FrameReport& report);
+  void inputChanged();
+  void closeChannels();
+  void finished();
+  void tick();
+  HubReporter::Stats statsSince(Time start, std::uint64_t shownBefore) const;
+
+  const Surroundings surroundings_;
+  const std::shared_ptr<DisplayReceiver> display_;
+  const std::function<void()> ended_;
+  asio::steady_timer timer_;
+
+  std::optional<ContextRequest> request_;
+  std::optional<InputSender> input_;
+  std::shared_ptr<MouseChannel> mouse_;
+  std::shared_ptr<KeyboardChannel> keyboard_;
+  bool mouseReady_ = false;
+  std::shared_ptr<ScriptPlayer> player_;
+
+  bool ending_ = false;
+  std::string problem_;
+
+  Time startedAt_;
+  Time lastTickAt_;
+  std::uint64_t shownAtLastTick_ = 0;
+  std::uint64_t received_ = 0;
+  std::uint64_t shown_ = 0;
+  std::uint64_t bytes_ = 0;
+
+  std::unique_ptr<FramePipeline> pipeline_;  // the last member: its thread reports to the others
+};
+
+}  // namespace tessel::hub

@@ -1,0 +1,90 @@
+#pragma once
+
+#include <asio/executor_work_guard.hpp>
+#include <asio/io_context.hpp>
+#include <asio/signal_set.hpp>
+#include <asio/ssl/context.hpp>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "CastSession.h"
+#include "Certificate.h"
+#include "ChannelAcceptor.h"
+#include "HttpService.h"
+#include "HubLog.h"
+#include "HubOptions.h"
+#include "HubReporter.h"
+#include "HubScreen.h"
+#include "ReceiverApplication.h"
+#include "Script.h"
+#include "StreamRecorder.h"
+
+namespace tessel::hub {
+
+/// The receiver as a whole: takes one sender at a time.
+///
+/// Made, started and stopped on the main thread. Its channels live on a thread of its own.
+class Hub {
+ public:
+  /// All of it outlives the hub.
+  Hub(const HubOptions& options, HubScreen& screen, HubReporter& reporter, HubLog& log);
+  ~Hub();
+
+  Hub(const Hub&) = delete;
+  Hub& operator=(const Hub&) = delete;
+
+  /// Opens the files and takes the ports. Throws std::runtime_error with a plain sentence.
+  void start(std::optional<Script> script);
+
+  /// Ends the session, if any, and then makes the screen quit. Any thread.
+  void quit();
+
+  /// Hands the running session's input to `use`, on the channels' thread. Any thread.
+  void withInput(std::function<void(InputSender&)> use);
+
+  /// Writes the last picture if that was asked for. Main thread.
+  void writeSnapshot();
+
+ private:
+  void prepareTls();
+  void startChannels();
+  void listen(const ChannelAcceptor::Settings& settings);
+  void startHttp();
+  void awaitSignal();
+  void opened(ChannelKind kind, const std::shared_ptr<ChannelStream>& stream);
+  void openedDisplay(const std::shared_ptr<ChannelStream>& stream);
+  void sessionEnded();
+  void quitOnThread();
+  void reportListening();
+
+  const HubOptions& options_;
+  HubScreen& screen_;
+  HubReporter& reporter_;
+  HubLog& log_;
+  StreamRecorder recorder_;
+  std::optional<Script> script_;
+  std::optional<Certificate> certificate_;
+  ReceiverApplication application_;
+
+  std::mutex pictureMutex_;
+  std::optional<Picture> lastPicture_;  // guarded by pictureMutex_
+
+  asio::io_context context_{1};
+  std::optional<asio::executor_work_guard<asio::io_context::executor_type>> work_;
+  asio::ssl::context tls_{asio::ssl::context::tls_server};
+  asio::signal_set signals_{context_};
+  // Used on thread_ alone once that runs.
+  std::vector<std::unique_ptr<ChannelAcceptor>> acceptors_;
+  std::shared_ptr<CastSession> session_;
+  bool quitting_ = false;
+
+  std::thread thread_;
+  std::unique_ptr<HttpService> http_;
+};
+
+}  // namespace tessel::hub

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <variant>
+
+#include "ProtocolVariant.h"
+
+namespace tessel::hub {
+
+/// What the command line asks for.
+struct HubOptions {
+  static constexpr int kDefaultTlsPort = 8443;
+
+  std::string bind = "0.0.0.0";
+  std::string name;  ///< this machine's name if not given
+  ProtocolVariant variant;
+  int tlsPort = 0;  ///< 0: no TLS
+  std::string certificateFile;
+  std::string keyFile;
+  std::string writeCertificate;
+  bool headless = false;
+  bool fullscreen = false;
+  std::string record;
+  std::string snapshot;
+  std::string script;
+  bool advertise = true;
+  bool json = false;
+  bool frameEvents = false;
+  std::string log;
+
+  /// What to do instead of running: print `text` and end with `exitCode`.
+  struct Answer {
+    int exitCode = 0;
+    std::string text;
+  };
+
+  static std::variant<HubOptions, Answer> parse(int argc, const char* const* argv);
+};
+
+}  // namespace tessel::hub

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+#include <memory>
+#include <span>
+#include <string>
+
+namespace tessel::hub {
+
+/// Writes what senders stream into a file, as it comes: an Annex B elementary stream.
+///
+/// One thread at a time.
+class StreamRecorder {
+ public:
+  /// False, and the reason in `problem`, if the file cannot be written.
+  bool open(const std::string& path, std::string& problem);
+
+  /// Appends a frame; false at the first one that could not be written, after which no more are.
+  bool write(std::span<const std::uint8_t> frame);
+
+  void close() { file_.reset(); }
+
+ private:
+  struct Closer {
+    void operator()(std::FILE* file) const { std::fclose(file); }
+  };
+
+  std::unique_ptr<std::FILE, Closer> file_;
+};
+
+}  // namespace tessel::hub

@@ -1,0 +1,75 @@
+#include <csignal>
+#include <cstdio>
+#include <exception>
+#include <fstream>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <variant>
+
+#include "HeadlessScreen.h"
+#include "Hub.h"
+#include "HubLog.h"
+#include "HubOptions.h"
+#include "HubReporter.h"
+#include "Script.h"
+
+namespace {
+
+using namespace tessel::hub;
+
+constexpr int kFailed = 1;
+constexpr int kWrongUsage = 2;
+
+// Throws std::runtime_error with a plain sentence.
+std::optional<Script> loadScript(const std::string& path) {
+  if (path.empty()) return std::nullopt;
+  std::ifstream file{path};
+  if (!file) throw std::runtime_error{"The script " + path + " cannot be read."};
+  try {
+    return Script::parse(file);
+  } catch (const std::runtime_error& error) {
+    throw std::runtime_error{"The script " + path + ", " + error.what() + "."};
+  }
+}
+
+int run(const HubOptions& options, std::optional<Script> script) {
+  HubLog log;
+  if (!options.log.empty() && !log.open(options.log)) {
+    throw std::runtime_error{"The log " + options.log + " cannot be written."};
+  }
+  const std::unique_ptr<HubReporter> reporter =
+      options.json ? HubReporter::json() : HubReporter::forPerson();
+  HeadlessScreen screen;
+  Hub hub{options, screen, *reporter, log};
+  hub.start(std::move(script));
+  screen.run();
+  hub.writeSnapshot();
+  return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  // A reader of standard output that goes away must not end a cast.
+  std::signal(SIGPIPE, SIG_IGN);
+  const std::variant<HubOptions, HubOptions::Answer> parsed = HubOptions::parse(argc, argv);
+  if (const auto* answer = std::get_if<HubOptions::Answer>(&parsed)) {
+    std::fputs(answer->text.c_str(), answer->exitCode == 0 ? stdout : stderr);
+    return answer->exitCode;
+  }
+  const HubOptions& options = std::get<HubOptions>(parsed);
+  std::optional<Script> script;
+  try {
+    script = loadScript(options.script);
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "tessel-hub: %s\n", error.what());
+    return kWrongUsage;
+  }
+  try {
+    return run(options, std::move(script));
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "tessel-hub: %s\n", error.what());
+    return kFailed;
+  }
+}

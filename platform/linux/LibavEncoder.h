@@ -1,0 +1,60 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "platform/ScreenCapture.h"
+#include "platform/VideoEncoder.h"
+#include "platform/linux/LibavHandles.h"
+
+namespace tessel::platform {
+
+struct EncoderCandidate;
+
+/// What is asked of an encoder.
+struct EncoderSettings {
+  int width = 0;   ///< even
+  int height = 0;  ///< even
+  int framesPerSecond = 30;
+  bool allowsReordering = false;
+};
+
+/// One opened H.264 encoder. One thread at a time.
+class LibavEncoder {
+ public:
+  /// The first encoder that works here: hardware, then software.
+  static StatusOr<std::unique_ptr<LibavEncoder>> openBest(const EncoderSettings& settings);
+
+  const char* name() const { return context_->codec->name; }
+  bool isHardware() const;
+
+  /// The parameter sets as Annex B; empty when the encoder sends them within the stream.
+  std::span<const std::uint8_t> extradata() const;
+
+  /// Hands in a picture of the size asked for; one row or column more is cut off.
+  Status send(const std::shared_ptr<const PixelBuffer>& picture, std::int64_t timestamp);
+
+  /// The next encoded frame as Annex B, valid until the next call; null when there is none yet, or
+  /// with `status` set when the encoder has failed.
+  const AVPacket* receive(Status& status);
+
+ private:
+  explicit LibavEncoder(const EncoderCandidate& candidate) : candidate_{candidate} {}
+
+  static StatusOr<std::unique_ptr<LibavEncoder>> open(const EncoderCandidate& candidate,
+                                                      const EncoderSettings& settings);
+  Status configure(const EncoderSettings& settings);
+  Status prepareDevice(const EncoderSettings& settings);
+  Status prove(const EncoderSettings& settings);
+  Frame wrap(const std::shared_ptr<const PixelBuffer>& picture) const;
+  Frame convert(const PixelBuffer& picture) const;
+  Frame upload(const AVFrame& picture) const;
+
+  const EncoderCandidate& candidate_;
+  CodecContext context_;
+  BufferReference frames_;  // pictures in the memory of the hardware, where it wants them there
+  Packet packet_;
+};
+
+}  // namespace tessel::platform

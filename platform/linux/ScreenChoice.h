@@ -1,0 +1,45 @@
+#pragma once
+
+#include <optional>
+
+#include "platform/Synchronized.h"
+#include "tessel/Error.h"
+#include "tessel/ScreenSelection.h"
+#include "tessel/Types.h"
+
+namespace tessel::platform {
+
+/// What is cast: shared by the list of screens and by the capture. Any thread.
+class ScreenChoice {
+ public:
+  enum class Kind {
+    none,     ///< nothing of this machine can be cast
+    x11,      ///< the X server that DISPLAY names
+    pattern,  ///< the test picture
+  };
+
+  void choose(ScreenSource source, Size patternSize);
+
+  /// What the choice comes to on this machine: looks at the desktop's environment variables.
+  Kind kind() const;
+  Size patternSize() const { return choice_.get().patternSize; }
+
+  /// Why the choice comes to nothing, and what to do about it; none when it does not.
+  std::optional<Error> obstacle() const;
+
+ private:
+  struct Choice {
+    ScreenSource source = ScreenSource::automatic;
+    Size patternSize{1920, 1080};
+  };
+
+  Synchronized<Choice> choice_;
+};
+
+/// Whether the desktop that this process belongs to is a Wayland one.
+bool isWaylandDesktop();
+
+/// The value of an environment variable; empty when it is not set.
+const char* environment(const char* name);
+
+}  // namespace tessel::platform

@@ -1,0 +1,22 @@
+#include "platform/linux/VideoServices.h"
+
+#include <utility>
+
+#include "platform/linux/LibavVideoEncoding.h"
+#include "platform/linux/LinuxScreenCapture.h"
+#include "platform/linux/LinuxScreens.h"
+#include "platform/linux/ScreenChoice.h"
+
+namespace tessel::platform {
+
+VideoServices makeVideoServices(std::shared_ptr<Queues> queues, std::shared_ptr<Clock> clock) {
+  const auto choice = std::make_shared<ScreenChoice>();
+  VideoServices services;
+  services.screens = std::make_shared<LinuxScreens>(choice);
+  services.screenCapture = std::make_shared<LinuxScreenCapture>(
+      choice, services.screens, std::move(queues), std::move(clock));
+  services.videoEncoding = std::make_shared<LibavVideoEncoding>();
+  return services;
+}
+
+}  // namespace tessel::platform
