@@ -13,6 +13,12 @@ using std::chrono_literals::operator""s;
 constexpr const char* kService = "org.bluez";
 constexpr const char* kObjectManager = "org.freedesktop.DBus.ObjectManager";
 constexpr auto kReconnectAfter = 5s;
+constexpr auto kListAgainAfter = 1s;
+
+bool isAbsence(const sd_bus_error* error) {
+  return sd_bus_error_has_name(error, SD_BUS_ERROR_NAME_HAS_NO_OWNER) != 0 ||
+         sd_bus_error_has_name(error, SD_BUS_ERROR_SERVICE_UNKNOWN) != 0;
+}
 
 bool isRefusal(const sd_bus_error* error) {
   return sd_bus_error_has_name(error, SD_BUS_ERROR_ACCESS_DENIED) != 0 ||
@@ -32,7 +38,10 @@ void deleteReply(void* userdata) { delete static_cast<BlueZClient::Reply*>(userd
 }  // namespace
 
 BlueZClient::BlueZClient(Listener& listener, const std::string& threadName)
-    : listener_{listener}, threadName_{threadName}, reconnect_{thread_, [this] { connect(); }} {}
+    : listener_{listener},
+      threadName_{threadName},
+      reconnect_{thread_, [this] { connect(); }},
+      listAgain_{thread_, [this] { listObjects(); }} {}
 
 BlueZClient::~BlueZClient() { thread_.stop(); }
 
@@ -60,6 +69,7 @@ void BlueZClient::connect() {
 void BlueZClient::disconnected() {
   matches_.clear();
   listing_.reset();
+  listAgain_.disarm();
   bus_.reset();
   owner_.clear();
   reconnect_.arm(kReconnectAfter);
@@ -156,6 +166,7 @@ int BlueZClient::onOwnerChanged(sd_bus_message* message, void* self, sd_bus_erro
   if (sd_bus_message_read(message, "sss", &name, &before, &after) < 0) return 0;
   auto& client = *static_cast<BlueZClient*>(self);
   client.listing_.reset();
+  client.listAgain_.disarm();
   if (*before != '\0') client.tell(Service::absent);
   if (*after != '\0') client.listObjects();
   return 0;
@@ -165,7 +176,14 @@ int BlueZClient::onObjectsListed(sd_bus_message* message, void* self, sd_bus_err
   auto& client = *static_cast<BlueZClient*>(self);
   const SdSlot done = std::move(client.listing_);
   if (const sd_bus_error* error = sd_bus_message_get_error(message); error != nullptr) {
-    client.tell(isRefusal(error) ? Service::refused : Service::absent);
+    if (isRefusal(error)) {
+      client.tell(Service::refused);
+    } else if (isAbsence(error)) {
+      client.tell(Service::absent);
+    } else {
+      // It has its name but does not answer well yet, or has no time to.
+      client.listAgain_.arm(kListAgainAfter);
+    }
     return 0;
   }
   const char* sender = sd_bus_message_get_sender(message);

@@ -84,6 +84,7 @@ class BlueZClient {
   const std::string threadName_;
   EventThread thread_;
   OneShotTimer reconnect_;
+  OneShotTimer listAgain_;
   SdBus bus_;
   std::vector<SdSlot> matches_;
   SdSlot listing_;     // the listing under way
