@@ -3,6 +3,8 @@
 #include <exception>
 #include <utility>
 
+#include "platform/TestPattern.h"
+
 namespace tessel::hub {
 
 FramePipeline::FramePipeline(Settings settings, HubScreen& screen, StreamRecorder& recorder,
@@ -72,6 +74,10 @@ void FramePipeline::handle(VideoDecoder& decoder, const Frame& frame) {
   if (!picture) {
     report.time = std::chrono::steady_clock::now();
     return handlers_.done(std::move(report));
+  }
+  if (settings_.readCounters) {
+    report.counter =
+        platform::readFrameCounter(picture->y, picture->yStride, picture->width, picture->height);
   }
   handlers_.decoded(*picture);
   screen_.show(*picture, [done = handlers_.done, report = std::move(report)](bool shown) mutable {

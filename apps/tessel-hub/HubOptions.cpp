@@ -4,7 +4,6 @@
 #include <array>
 #include <asio/ip/address.hpp>
 #include <unistd.h>
-#include <vector>
 
 namespace tessel::hub {
 namespace {
@@ -37,7 +36,7 @@ std::string complaint(const HubOptions& options, const std::string& version) {
   return {};
 }
 
-void declare(CLI::App& app, HubOptions& options, std::string& version, std::vector<int>& tls) {
+void declare(CLI::App& app, HubOptions& options, std::string& version, int& tls) {
   app.add_option("--bind", options.bind, "Address to listen at; all of this machine's if not given")
       ->type_name("ADDRESS");
   app.add_option("--name", options.name, "Name that senders show; this machine's if not given")
@@ -81,7 +80,7 @@ void declare(CLI::App& app, HubOptions& options, std::string& version, std::vect
 std::variant<HubOptions, HubOptions::Answer> HubOptions::parse(int argc, const char* const* argv) {
   HubOptions options;
   std::string version = "1.6";
-  std::vector<int> tls;
+  int tls = 0;
   CLI::App app{"Receives a cast screen: a hub for tessel cast.", "tessel-hub"};
   declare(app, options, version, tls);
   try {
@@ -91,7 +90,7 @@ std::variant<HubOptions, HubOptions::Answer> HubOptions::parse(int argc, const c
   } catch (const CLI::ParseError& error) {
     return Answer{kWrongUsage, std::string{"tessel-hub: "} + error.what() + "\n"};
   }
-  if (app.count("--tls") > 0) options.tlsPort = tls.empty() ? kDefaultTlsPort : tls.front();
+  if (app.count("--tls") > 0) options.tlsPort = tls != 0 ? tls : kDefaultTlsPort;
   if (const std::string sentence = complaint(options, version); !sentence.empty()) {
     return Answer{kWrongUsage, "tessel-hub: " + sentence + "\n"};
   }

@@ -2,9 +2,12 @@
 #include <cstdio>
 #include <exception>
 #include <fstream>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <stdexcept>
+#include <string>
+#include <utility>
 #include <variant>
 
 #include "HeadlessScreen.h"
@@ -12,6 +15,7 @@
 #include "HubLog.h"
 #include "HubOptions.h"
 #include "HubReporter.h"
+#include "HubWindow.h"
 #include "Script.h"
 
 namespace {
@@ -33,6 +37,22 @@ std::optional<Script> loadScript(const std::string& path) {
   }
 }
 
+// Null if there is to be none, or if there can be none.
+std::unique_ptr<HubWindow> openWindow(const HubOptions& options, HubReporter& reporter) {
+  if (options.headless) return nullptr;
+  try {
+    return std::make_unique<HubWindow>(HubWindow::Settings{
+        .title = options.name,
+        .fullscreen = options.fullscreen,
+        .sendsInput = options.script.empty(),
+    });
+  } catch (const std::runtime_error& error) {
+    reporter.notice(std::string{"No window can be opened here ("} + error.what() +
+                    "), so the hub runs without one, as with --headless.");
+    return nullptr;
+  }
+}
+
 int run(const HubOptions& options, std::optional<Script> script) {
   HubLog log;
   if (!options.log.empty() && !log.open(options.log)) {
@@ -40,8 +60,15 @@ int run(const HubOptions& options, std::optional<Script> script) {
   }
   const std::unique_ptr<HubReporter> reporter =
       options.json ? HubReporter::json() : HubReporter::forPerson();
-  HeadlessScreen screen;
+  HeadlessScreen headless;
+  const std::unique_ptr<HubWindow> window = openWindow(options, *reporter);
+  HubScreen& screen = window ? static_cast<HubScreen&>(*window) : headless;
   Hub hub{options, screen, *reporter, log};
+  if (window) {
+    window->connect(
+        [&hub](std::function<void(InputSender&)> use) { hub.withInput(std::move(use)); },
+        [&hub] { hub.quit(); });
+  }
   hub.start(std::move(script));
   screen.run();
   hub.writeSnapshot();
