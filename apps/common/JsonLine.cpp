@@ -14,15 +14,8 @@ JsonLine::JsonLine(const std::string& event) : object_{std::make_unique<Object>(
 
 JsonLine::~JsonLine() = default;
 
-JsonLine& JsonLine::add(const std::string& name, const std::optional<std::string>& value) {
-  auto& member = object_->json[name];
-  if (value) member = *value;
-  return *this;
-}
-
-JsonLine& JsonLine::add(const std::string& name, std::optional<int> value) {
-  auto& member = object_->json[name];
-  if (value) member = *value;
+JsonLine& JsonLine::add(const std::string& name, const JsonValue& value) {
+  std::visit([&member = object_->json[name]](const auto& held) { member = held; }, value);
   return *this;
 }
 

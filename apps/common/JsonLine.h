@@ -1,10 +1,15 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
+#include <variant>
 
 namespace tessel::apps {
+
+/// A value of a JSON object's member.
+using JsonValue = std::variant<std::nullptr_t, bool, std::int64_t, double, std::string>;
 
 /// One JSON object on one line, its members in the order added.
 ///
@@ -18,9 +23,13 @@ class JsonLine {
   JsonLine(const JsonLine&) = delete;
   JsonLine& operator=(const JsonLine&) = delete;
 
+  JsonLine& add(const std::string& name, const JsonValue& value);
+
   /// None is written as null.
-  JsonLine& add(const std::string& name, const std::optional<std::string>& value);
-  JsonLine& add(const std::string& name, std::optional<int> value);
+  template <typename T>
+  JsonLine& add(const std::string& name, const std::optional<T>& value) {
+    return add(name, value ? JsonValue{*value} : JsonValue{nullptr});
+  }
 
   /// The line, without a line feed.
   std::string text() const;

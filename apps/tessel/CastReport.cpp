@@ -4,20 +4,17 @@
 #include <cstdio>
 #include <iomanip>
 #include <iostream>
-#include <nlohmann/json.hpp>
 #include <sstream>
 #include <unistd.h>
 #include <utility>
 
+#include "apps/common/JsonLine.h"
 #include "apps/tessel/Explain.h"
 
 namespace tessel::apps {
 namespace {
 
-void emit(const nlohmann::ordered_json& object) {
-  // Text from a hub may be no UTF-8: it is replaced, never thrown about.
-  std::cout << object.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) << std::endl;
-}
+void emit(const JsonLine& line) { std::cout << line.text() << std::endl; }
 
 double rounded(double value) {
   return static_cast<double>(static_cast<long>(value * 10 + 0.5)) / 10;
@@ -34,15 +31,15 @@ CastReport::CastReport(std::string host, bool json, bool stats)
     : host_{std::move(host)}, json_{json}, stats_{stats}, terminal_{isatty(STDERR_FILENO) == 1} {}
 
 void CastReport::state(std::int64_t state) {
-  if (json_) emit({{"event", "state"}, {"state", state}});
+  if (json_) emit(JsonLine{"state"}.add("state", state));
 }
 
 void CastReport::failed(const Error& error) {
   if (json_) {
-    emit({{"event", "failed"},
-          {"domain", error.domain},
-          {"code", error.code},
-          {"description", error.localizedDescription}});
+    emit(JsonLine{"failed"}
+             .add("domain", error.domain)
+             .add("code", std::int64_t{error.code})
+             .add("description", error.localizedDescription));
   }
   line(explain(error, host_));
 }
@@ -64,15 +61,15 @@ void CastReport::casting(int seconds, const TSLSessionStatistics& now) {
   const auto frames = static_cast<double>(now.framesEncoded - before.framesEncoded);
   if (json_) {
     if (!stats_) return;
-    emit({{"event", "stats"},
-          {"seconds", seconds},
-          {"framesCaptured", now.framesCaptured},
-          {"framesEncoded", now.framesEncoded},
-          {"framesDropped", now.framesDropped},
-          {"bytesSent", now.bytesSent},
-          {"credits", now.credits},
-          {"encodeMs", encodeMilliseconds(before, now)},
-          {"fps", rounded(frames)}});
+    emit(JsonLine{"stats"}
+             .add("seconds", seconds)
+             .add("framesCaptured", now.framesCaptured)
+             .add("framesEncoded", now.framesEncoded)
+             .add("framesDropped", now.framesDropped)
+             .add("bytesSent", now.bytesSent)
+             .add("credits", now.credits)
+             .add("encodeMs", encodeMilliseconds(before, now))
+             .add("fps", rounded(frames)));
     return;
   }
   if (!terminal_ && !stats_) return;
@@ -89,7 +86,7 @@ void CastReport::casting(int seconds, const TSLSessionStatistics& now) {
 }
 
 void CastReport::notice(const std::string& sentence) {
-  if (json_) emit({{"event", "notice"}, {"description", sentence}});
+  if (json_) emit(JsonLine{"notice"}.add("description", sentence));
   line(sentence);
 }
 

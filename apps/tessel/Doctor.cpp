@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <iomanip>
 #include <iostream>
-#include <nlohmann/json.hpp>
 
+#include "apps/common/JsonLine.h"
 #include "tessel/Diagnostics.h"
 
 namespace tessel::apps {
@@ -17,12 +17,13 @@ void show(const Finding& finding) {
 }
 
 void showJson(const Finding& finding) {
-  const nlohmann::ordered_json object{{"event", "finding"},
-                                      {"area", finding.area},
-                                      {"usable", finding.usable},
-                                      {"description", finding.sentence},
-                                      {"advice", finding.advice}};
-  std::cout << object.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) << "\n";
+  const auto line = JsonLine{"finding"}
+                        .add("area", finding.area)
+                        .add("usable", finding.usable)
+                        .add("description", finding.sentence)
+                        .add("advice", finding.advice)
+                        .text();
+  std::cout << line << "\n";
 }
 
 }  // namespace

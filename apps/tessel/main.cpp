@@ -8,6 +8,7 @@
 #include "apps/common/EventLoop.h"
 #include "apps/common/LogFile.h"
 #include "apps/tessel/Cast.h"
+#include "apps/tessel/Discover.h"
 #include "apps/tessel/Doctor.h"
 
 namespace tessel::apps {
@@ -61,8 +62,10 @@ class Program {
     app_.require_subcommand(1);
     app_.set_version_flag("--version", kVersion);
     app_.footer(
-        "Examples:\n  tessel cast 192.168.1.100\n  tessel cast 127.0.0.2 --screen pattern\n"
+        "Examples:\n  tessel discover\n  tessel cast --first\n  tessel cast 192.168.1.100\n  "
+        "tessel cast 127.0.0.2 --screen pattern\n"
         "  tessel doctor");
+    addDiscover();
     addCast();
     addDoctor();
   }
@@ -79,9 +82,21 @@ class Program {
   }
 
  private:
+  void addDiscover() {
+    auto* discover = app_.add_subcommand("discover", "List the hubs in range (Bluetooth LE)");
+    discover->add_option("--timeout", discover_.timeout, "Stop after so many seconds")
+        ->check(CLI::PositiveNumber);
+    discover->add_flag("--json", discover_.json, "One JSON object a line for each change");
+    discover->callback([this] { command_ = [this] { return runDiscover(loop_, discover_); }; });
+  }
+
   void addCast() {
     auto* cast = app_.add_subcommand("cast", "Cast this machine's screen to a hub");
-    cast->add_option("HOST", cast_.host, "Address or name of the hub");
+    auto* host = cast->add_option("HOST", cast_.host, "Address or host name of the hub");
+    auto* name = cast->add_option("--name", name_, "Cast to the hub that shows this name");
+    auto* first = cast->add_flag("--first", first_, "Cast to the first hub in range");
+    host->excludes(name)->excludes(first);
+    name->excludes(first);
     cast->add_option("--duration", cast_.duration, "Stop after so many seconds")
         ->check(CLI::PositiveNumber);
     cast->add_option("--display-mode", cast_.displayMode, "A number kept with the session");
@@ -105,12 +120,19 @@ class Program {
     if (const std::string fault = parseScreen(screen_, cast_); !fault.empty()) {
       return usageError(fault);
     }
-    if (cast_.host.empty()) return usageError("cast needs the address of a hub");
+    if (cast_.host.empty() && name_.empty() && !first_) {
+      return usageError("cast needs the address of a hub, --name or --first");
+    }
     LogFile log;
     if (!log_.empty() && !log.open(log_)) {
       std::cerr << "The log file " << log_ << " cannot be written: choose another place."
                 << std::endl;
       return 1;
+    }
+    if (cast_.host.empty()) {
+      const auto hub = waitForHub(loop_, name_.empty() ? std::nullopt : std::optional{name_}, {});
+      if (!hub) return loop_.interrupted() ? 0 : 1;
+      cast_.host = hub->address;
     }
     return runCast(loop_, cast_);
   }
@@ -122,7 +144,10 @@ class Program {
 
   EventLoop loop_;
   CLI::App app_{"Casts this computer's screen to a wireless presentation hub.", "tessel"};
+  DiscoverOptions discover_;
   CastOptions cast_;
+  std::string name_;
+  bool first_ = false;
   std::string screen_ = "auto";
   std::string log_;
   bool doctorJson_ = false;
