@@ -5,6 +5,9 @@ target_compile_definitions(tessel_asio PUBLIC
 target_link_libraries(tessel_asio PUBLIC Threads::Threads)
 target_link_libraries(tessel_platform_linux INTERFACE tessel_asio)
 target_sources(tessel_platform_linux INTERFACE $<TARGET_OBJECTS:tessel_asio>)
+# Else it hangs on what a source includes before Asio, and memory that one source allocates in one
+# way is freed by another in the other way.
+target_compile_definitions(tessel_asio PUBLIC ASIO_HAS_STD_ALIGNED_ALLOC)
 
 pkg_check_modules(SYSTEMD REQUIRED IMPORTED_TARGET libsystemd)
 find_package(OpenSSL REQUIRED)
