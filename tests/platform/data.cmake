@@ -7,4 +7,4 @@ tessel_tests(data_tests
     URLAnswerTest.cpp
     URLSessionsTest.cpp
     XMLParserTest.cpp
-  LINK tessel_platform tessel_platform_linux tessel_test_http)
+  LINK tessel_logic tessel_platform_linux tessel_test_http)
