@@ -1,0 +1,232 @@
+"""Casts with the real programs over loopback."""
+
+import json
+import re
+import signal
+import socket
+import subprocess
+import unittest
+
+from programs import BINARIES, ProgramTest
+from screen import Screen
+
+PATTERN = ("--screen", "pattern:640x360")
+
+
+def probe(recording):
+    """What a stock player makes of a recorded stream: its video stream, and what it complained of."""
+    result = subprocess.run(
+        ["ffprobe", "-v", "error", "-f", "h264", "-count_frames", "-show_streams", "-of", "json",
+         recording], capture_output=True, text=True, timeout=60, check=True)
+    return json.loads(result.stdout)["streams"][0], result.stderr
+
+
+def psnr(one, other):
+    """Average likeness of two pictures in dB."""
+    result = subprocess.run(["ffmpeg", "-hide_banner", "-i", one, "-i", other, "-lavfi", "psnr",
+                             "-f", "null", "-"], capture_output=True, text=True, timeout=60,
+                            check=True)
+    found = re.search(r"average:(inf|[\d.]+)", result.stderr)
+    return float(found.group(1))
+
+
+class ProtocolVariants(ProgramTest):
+    """Each variant brings the session up, shows frames, and lets it go again."""
+
+    def check(self, address, version, *hub_options, **env):
+        hub = self.hub(address, "--version", version, *hub_options)
+        caster = self.cast(address, *PATTERN, **env).connected()
+        hub.wait_for("session", state="connected", width=640, height=360)
+        hub.wait_for("session", state="input")
+        hub.wait_for("stats")
+        self.assertEqual(caster.end(), 0, caster.complaints)
+        ended = hub.wait_for("ended")
+        self.assertGreater(ended["framesShown"], 0)
+        self.assertEqual([e["state"] for e in caster.events if e["event"] == "state"][:2], [1, 2])
+
+    def test_old_protocol(self):
+        self.check("127.0.3.1", "1.3")
+
+    def test_new_protocol(self):
+        self.check("127.0.3.2", "1.4")
+
+    def test_new_protocol_with_the_later_application(self):
+        self.check("127.0.3.3", "1.5")
+
+    def test_multi_token_protocol(self):
+        self.check("127.0.3.4", "1.6")
+
+    def check_tls(self, address, version):
+        certificate = self.folder / "hub.pem"
+        self.check(address, version, "--tls", "8443", "--write-cert", certificate,
+                   SSL_CERT_FILE=str(certificate))
+
+    def test_old_protocol_over_tls(self):
+        self.check_tls("127.0.3.5", "1.3")
+
+    def test_new_protocol_over_tls(self):
+        self.check_tls("127.0.3.6", "1.4")
+
+    def test_multi_token_protocol_over_tls(self):
+        self.check_tls("127.0.3.7", "1.6")
+
+    def test_a_hub_that_is_not_trusted_is_not_cast_to(self):
+        self.hub("127.0.3.8", "--version", "1.4", "--tls", "8443")
+        caster = self.cast("127.0.3.8", *PATTERN)
+        self.assertEqual(caster.exit_code(), 1)
+        self.assertEqual(caster.events[-1]["event"], "failed")
+
+
+class Picture(ProgramTest):
+    """What the receiver shows is what the screen shows."""
+
+    def test_the_recorded_stream_plays_and_looks_like_the_screen(self):
+        recording, snapshot = self.folder / "cast.h264", self.folder / "hub.png"
+        hub = self.hub("127.0.3.10", "--record", recording, "--snapshot", snapshot)
+        with Screen("1280x720") as screen:
+            screen.start("xmessage", "-geometry", "900x300+100+100",
+                         "The quick brown fox jumps over the lazy dog 0123456789 " * 20)
+            caster = self.cast("127.0.3.10", **screen.env).connected()
+            hub.wait_for("session", state="connected", width=1280, height=720)
+            hub.wait_for("stats")
+            hub.wait_for("stats")
+            screen.picture(self.folder / "screen.png")
+            self.assertEqual(caster.end(), 0)
+            hub.wait_for("ended")
+        hub.stop()
+        stream, complaints = probe(recording)
+        self.assertEqual(complaints, "")
+        self.assertEqual((stream["codec_name"], stream["width"], stream["height"]),
+                         ("h264", 1280, 720))
+        self.assertEqual(stream["has_b_frames"], 0)
+        self.assertGreater(psnr(snapshot, self.folder / "screen.png"), 30)
+
+    def test_an_idle_screen_sends_one_frame_and_no_more(self):
+        hub = self.hub("127.0.3.11")
+        with Screen("1280x720") as screen:
+            caster = self.cast("127.0.3.11", "--stats", **screen.env).connected()
+            caster.wait_for("stats", seconds=2)
+            at_first = caster.events[-1]["framesEncoded"]
+            caster.wait_for("stats", seconds=5)
+            self.assertEqual(caster.events[-1]["framesEncoded"], at_first)
+            self.assertGreaterEqual(at_first, 1)
+            self.assertEqual(caster.end(), 0)
+            self.assertGreaterEqual(hub.wait_for("ended")["framesShown"], 1)
+
+    def test_a_wayland_desktop_is_declined_in_one_sentence(self):
+        caster = self.cast("127.0.3.12", "--screen", "auto", WAYLAND_DISPLAY="wayland-0",
+                           DISPLAY=":0")
+        self.assertEqual(caster.exit_code(), 1)
+        self.assertRegex(caster.complaints, r"^[^\n]*Wayland[^\n]*\n$")
+
+
+class Ends(ProgramTest):
+    """However it ends, it ends, and says why."""
+
+    def test_duration(self):
+        self.hub("127.0.3.20")
+        caster = self.cast("127.0.3.20", *PATTERN, "--duration", 1)
+        self.assertEqual(caster.exit_code(), 0, caster.complaints)
+
+    def test_interrupt_while_connecting(self):
+        # A hub that takes the connection and never answers.
+        with socket.create_server(("127.0.3.21", 55555)):
+            caster = self.cast("127.0.3.21", *PATTERN)
+            caster.wait_for("state", state=1)
+            caster.process.send_signal(signal.SIGINT)
+            self.assertEqual(caster.exit_code(), 0)
+
+    def test_nobody_at_the_address(self):
+        caster = self.cast("127.0.3.22", *PATTERN)
+        self.assertEqual(caster.exit_code(), 1)
+        self.assertRegex(caster.complaints, r"127\.0\.3\.22 cannot be reached")
+        self.assertEqual(caster.events[-1]["event"], "failed")
+
+    def test_a_busy_hub(self):
+        self.hub("127.0.3.23")
+        self.cast("127.0.3.23", *PATTERN).connected()
+        second = self.cast("127.0.3.23", *PATTERN)
+        self.assertEqual(second.exit_code(), 1)
+        self.assertEqual(second.events[-1]["code"], 9)
+        self.assertIn("Hub is busy and is not able to accept new casting sessions.",
+                      second.complaints)
+
+    def test_a_hub_that_vanishes(self):
+        hub = self.hub("127.0.3.24")
+        caster = self.cast("127.0.3.24", *PATTERN).connected()
+        hub.signal(signal.SIGKILL)
+        self.assertEqual(caster.exit_code(timeout=60), 1)
+        self.assertEqual(caster.events[-1]["code"], 3)
+
+    def test_the_hub_can_be_cast_to_again(self):
+        hub = self.hub("127.0.3.25")
+        for _ in range(2):
+            caster = self.cast("127.0.3.25", *PATTERN).connected()
+            self.assertEqual(caster.end(), 0)
+            hub.wait_for("ended")
+
+
+class Files(ProgramTest):
+    """The log, and a configuration that is not as it should be."""
+
+    def test_the_log_file_holds_the_sessions_lines(self):
+        self.hub("127.0.3.30")
+        log = self.folder / "log"
+        caster = self.cast("127.0.3.30", *PATTERN, "--log", log).connected()
+        self.assertEqual(caster.end(), 0)
+        lines = log.read_text().splitlines()
+        wanted = ["Application Name:CasterApp",
+                  "-[TSLSession disconnect]: ENTER, Session State: 2",
+                  "-[TSLSession disconnect]: Closing Display Connection",
+                  "-[TSLSession disconnect]: EXIT"]
+        self.assertEqual([line for line in lines if line in wanted], wanted)
+
+    def test_a_damaged_configuration_file_leaves_the_defaults(self):
+        self.hub("127.0.3.31")
+        folder = self.folder / "shared" / "Lumisk"
+        folder.mkdir(parents=True)
+        (folder / "VexCfg.plist").write_bytes(b"\x00\xffnot a property list")
+        caster = self.cast("127.0.3.31", *PATTERN).connected()
+        self.assertEqual(caster.end(), 0)
+
+    def test_a_folder_that_cannot_be_made_is_logged_and_leaves_the_defaults(self):
+        self.hub("127.0.3.32")
+        (self.folder / "shared").write_text("a file where a folder should be")
+        log = self.folder / "log"
+        caster = self.cast("127.0.3.32", *PATTERN, "--log", log).connected()
+        self.assertEqual(caster.end(), 0)
+        self.assertIn(f"Failed to create '{self.folder}/shared/Lumisk'", log.read_text())
+
+    def test_a_log_that_cannot_be_written_is_said(self):
+        caster = self.cast("127.0.3.33", "--log", self.folder / "missing" / "log")
+        self.assertEqual(caster.exit_code(), 1)
+        self.assertIn("cannot be written", caster.complaints)
+
+
+class CommandLines(unittest.TestCase):
+    """Wrong usage: one plain sentence, exit code 2."""
+
+    def run_tessel(self, *arguments):
+        return subprocess.run([BINARIES / "tessel", *arguments], capture_output=True, text=True,
+                              timeout=30, check=False)
+
+    def test_wrong_usage(self):
+        for arguments in ([], ["cast"], ["cast", "a", "b"], ["cast", "--duration", "x", "a"],
+                          ["cast", "--duration", "-1", "a"], ["cast", "--screen", "tv", "a"],
+                          ["cast", "--screen", "pattern:1x1", "a"], ["cast", "--first", "a"],
+                          ["cast", "--unknown", "a"], ["fly"], ["discover", "x"],
+                          ["cast", "--display-mode", "x", "a"]):
+            with self.subTest(arguments=arguments):
+                result = self.run_tessel(*arguments)
+                self.assertEqual(result.returncode, 2)
+                self.assertEqual(result.stdout, "")
+                self.assertRegex(result.stderr, r"^[^\n]+\n$")
+
+    def test_help_and_version(self):
+        self.assertIn("cast", self.run_tessel("--help").stdout)
+        self.assertIn("--screen", self.run_tessel("cast", "--help").stdout)
+        self.assertEqual(self.run_tessel("--version").stdout, "tessel 1.0\n")
+
+
+if __name__ == "__main__":
+    unittest.main()
