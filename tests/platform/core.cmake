@@ -2,10 +2,14 @@ find_package(OpenSSL REQUIRED)
 
 tessel_tests(core_tests
   SOURCES
+    LogTest.cpp
     LoopbackPeer.cpp
+    MainQueueTest.cpp
     SerialQueueTest.cpp
     SocketConnectionTest.cpp
     SocketTransferTest.cpp
+    SystemClockTest.cpp
     TestCertificates.cpp
+    TimerTest.cpp
     TlsConnectionTest.cpp
-  LINK tessel_platform tessel_platform_linux OpenSSL::SSL OpenSSL::Crypto)
+  LINK tessel_logic tessel_platform_linux OpenSSL::SSL OpenSSL::Crypto)

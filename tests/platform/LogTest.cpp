@@ -1,0 +1,185 @@
+#include <atomic>
+#include <fstream>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <memory>
+#include <string>
+#include <sys/mman.h>
+#include <thread>
+#include <vector>
+
+#include "platform/Log.h"
+#include "platform/Services.h"
+#include "platform/linux/CoreServices.h"
+#include "tessel/Log.h"
+#include "tests/platform/TestCertificates.h"
+
+namespace tessel::test {
+namespace {
+
+using platform::log;
+using platform::logPrivate;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class RecordingLog final : public platform::SystemLog {
+ public:
+  bool available() override { return listening; }
+  void write(std::string_view line) override { lines.emplace_back(line); }
+
+  bool listening = true;
+  std::vector<std::string> lines;
+};
+
+class LogTest : public testing::Test {
+ protected:
+  ~LogTest() override { setLogSink(nullptr); }
+
+  void listen() {
+    setLogSink([this](std::string_view line) { lines_.emplace_back(line); });
+  }
+
+  const std::shared_ptr<RecordingLog> system_ = std::make_shared<RecordingLog>();
+  const platform::ScopedServices services_{[this] {
+    platform::Services services;
+    services.systemLog = system_;
+    return services;
+  }()};
+  std::vector<std::string> lines_;  // what the host's sink got
+};
+
+// Memory that nobody may look at: whoever formats it dies.
+class Untouchable {
+ public:
+  Untouchable() : page_{mmap(nullptr, kSize, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0)} {
+    EXPECT_NE(page_, MAP_FAILED);
+  }
+  ~Untouchable() { munmap(page_, kSize); }
+  Untouchable(const Untouchable&) = delete;
+  Untouchable& operator=(const Untouchable&) = delete;
+  const char* text() const { return static_cast<const char*>(page_); }
+
+ private:
+  static constexpr std::size_t kSize = 4096;
+  void* const page_;
+};
+
+TEST_F(LogTest, WithoutASinkLinesGoToTheSystemLog) {
+  log("%s: ENTER", "-[TSLSession connect]");
+  EXPECT_THAT(system_->lines, ElementsAre("-[TSLSession connect]: ENTER"));
+}
+
+TEST_F(LogTest, WithASinkLinesGoThereOnly) {
+  listen();
+  log("%s/%d: %s", "-[TSLSession connect]", 12, "text");
+  EXPECT_THAT(lines_, ElementsAre("-[TSLSession connect]/12: text"));
+  EXPECT_THAT(system_->lines, IsEmpty());
+}
+
+TEST_F(LogTest, WithTheSinkGoneLinesGoToTheSystemLogAgain) {
+  listen();
+  setLogSink(nullptr);
+  log("back");
+  EXPECT_THAT(lines_, IsEmpty());
+  EXPECT_THAT(system_->lines, ElementsAre("back"));
+}
+
+TEST_F(LogTest, ALineThatNobodyReceivesIsNotFormatted) {
+  const Untouchable untouchable;
+  system_->listening = false;
+  log("%s", untouchable.text());
+  logPrivate("%s", untouchable.text());
+  EXPECT_THAT(system_->lines, IsEmpty());
+}
+
+TEST_F(LogTest, WithoutASystemLogALineIsNotFormatted) {
+  const Untouchable untouchable;
+  const platform::ScopedServices none{platform::Services{}};
+  log("%s", untouchable.text());
+}
+
+TEST_F(LogTest, APrivateLineNeverReachesTheSystemLog) {
+  const Untouchable untouchable;
+  logPrivate("%s", untouchable.text());
+  EXPECT_THAT(system_->lines, IsEmpty());
+  listen();
+  logPrivate("key %d", 0x24);
+  EXPECT_THAT(lines_, ElementsAre("key 36"));
+  EXPECT_THAT(system_->lines, IsEmpty());
+}
+
+TEST_F(LogTest, LinesOfAnyLengthArriveWhole) {
+  listen();
+  for (const std::size_t length : {0, 1, 159, 160, 161, 5000}) {
+    const std::string text(length, 'x');
+    log("%s", text.c_str());
+    EXPECT_EQ(lines_.back(), text);
+  }
+}
+
+TEST_F(LogTest, LinesOfManyThreadsComeOneAtATime) {
+  listen();  // writes lines_ without a lock of its own
+  {
+    std::vector<std::jthread> threads;
+    for (int thread = 0; thread < 4; ++thread) {
+      threads.emplace_back([] {
+        for (int i = 0; i < 500; ++i) log("line %d", i);
+      });
+    }
+  }
+  EXPECT_EQ(lines_.size(), 2000U);
+}
+
+TEST_F(LogTest, WhatASinkLogsGoesNowhere) {
+  setLogSink([this](std::string_view line) {
+    log("echo of %s", lines_.empty() ? "first" : "next");
+    lines_.emplace_back(line);
+  });
+  log("line");
+  EXPECT_THAT(lines_, ElementsAre("line"));
+  EXPECT_THAT(system_->lines, IsEmpty());
+}
+
+TEST_F(LogTest, ASinkMayReplaceItself) {
+  setLogSink([this](std::string_view line) {
+    lines_.emplace_back(line);
+    setLogSink(nullptr);
+    lines_.emplace_back("still whole");
+  });
+  log("once");
+  log("twice");
+  EXPECT_THAT(lines_, ElementsAre("once", "still whole"));
+  EXPECT_THAT(system_->lines, ElementsAre("twice"));
+}
+
+// A host may take its sink back and destroy what the sink wrote to.
+TEST_F(LogTest, AReplacedSinkIsNotCalledAnyMore) {
+  std::atomic<bool> stop = false;
+  std::jthread writer{[&] {
+    while (!stop) log("line");
+  }};
+  for (int i = 0; i < 200; ++i) {
+    auto target = std::make_unique<std::string>();
+    setLogSink([&text = *target](std::string_view line) { text = line; });
+    setLogSink(nullptr);
+    target.reset();
+  }
+  stop = true;
+}
+
+TEST(JournalLogTest, IsNotAvailableWhereNothingListens) {
+  const TemporaryFolder folder;
+  const auto log = platform::makeSystemLog(folder.path() / "socket");
+  EXPECT_FALSE(log->available());
+  log->write("into the void");
+}
+
+TEST(JournalLogTest, IsAvailableWhereItsSocketStands) {
+  const TemporaryFolder folder;
+  const auto path = folder.path() / "socket";
+  std::ofstream{path};
+  EXPECT_TRUE(platform::makeSystemLog(path)->available());
+}
+
+}  // namespace
+}  // namespace tessel::test
