@@ -54,12 +54,12 @@ class LoopbackPeer {
   /// Closes such that the other side sees a reset.
   void reset();
 
-  int descriptor() const { return socket_.get(); }
-
- protected:
-  // Like the calls of the system.
+  /// Like the calls of the system: what goes wrong is only told.
   virtual ssize_t sendSome(const std::uint8_t* bytes, std::size_t length);
   virtual ssize_t receiveSome(std::uint8_t* bytes, std::size_t length);
+
+ protected:
+  int descriptor() const { return socket_.get(); }
 
  private:
   Descriptor socket_;
@@ -78,8 +78,6 @@ class TlsPeer final : public LoopbackPeer {
 
   bool seesEnd() override;
   void shutdownSending() override;
-
- protected:
   ssize_t sendSome(const std::uint8_t* bytes, std::size_t length) override;
   ssize_t receiveSome(std::uint8_t* bytes, std::size_t length) override;
 

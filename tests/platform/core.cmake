@@ -7,6 +7,7 @@ tessel_tests(core_tests
     MainQueueTest.cpp
     SerialQueueTest.cpp
     SocketConnectionTest.cpp
+    SocketStressTest.cpp
     SocketTransferTest.cpp
     SystemClockTest.cpp
     TestCertificates.cpp
