@@ -10,6 +10,7 @@
 #include <utility>
 #include <variant>
 
+#include "Advertiser.h"
 #include "HeadlessScreen.h"
 #include "Hub.h"
 #include "HubLog.h"
@@ -70,6 +71,11 @@ int run(const HubOptions& options, std::optional<Script> script) {
         [&hub] { hub.quit(); });
   }
   hub.start(std::move(script));
+  std::optional<Advertiser> advertiser;
+  if (options.advertise) {
+    advertiser.emplace(advertisedAddress(options.bind),
+                       [&reporter](const std::string& sentence) { reporter->notice(sentence); });
+  }
   screen.run();
   hub.writeSnapshot();
   return 0;

@@ -1,0 +1,77 @@
+#pragma once
+
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "platform/linux/BlueZClient.h"
+
+namespace tessel::hub {
+
+/// The IPv4 address under which senders reach a hub that serves at `bind`: that address, or, where
+/// the hub serves at all of them, this machine's first one. Empty when there is none.
+std::string advertisedAddress(const std::string& bind);
+
+/// Advertises the hub over Bluetooth for as long as it lives: as the beacon whose major and minor
+/// carry the hub's IPv4 address. Goes on by itself when an adapter is switched on or plugged in,
+/// and when bluetoothd restarts.
+///
+/// The first powered adapter is used, or the one that the environment variable TESSEL_ADAPTER
+/// names, such as "hci1". Everything runs on a thread of its own.
+class Advertiser : private platform::BlueZClient::Listener {
+ public:
+  /// Told on the advertiser's thread, in a sentence, whether the hub is advertised; each time that
+  /// changes.
+  using Notice = std::function<void(const std::string& sentence)>;
+
+  Advertiser(const std::string& address, Notice onNotice);
+  /// Ends the advertisement.
+  ~Advertiser() override;
+  Advertiser(const Advertiser&) = delete;
+  Advertiser& operator=(const Advertiser&) = delete;
+
+ private:
+  struct Adapter {
+    bool powered = false;
+    bool canAdvertise = false;
+  };
+  // hci2 comes before hci10.
+  struct ByNumber {
+    bool operator()(const std::string& a, const std::string& b) const {
+      return a.size() != b.size() ? a.size() < b.size() : a < b;
+    }
+  };
+
+  void serviceChanged(platform::BlueZClient::Service service) override;
+  void interfaceAdded(const std::string& path, const std::string& interface,
+                      const platform::BusProperties& properties) override;
+  void interfaceRemoved(const std::string& path, const std::string& interface) override;
+  void propertiesChanged(const std::string& path, const std::string& interface,
+                         const platform::BusProperties& changed,
+                         const std::vector<std::string>& invalidated) override;
+
+  void update();
+  std::string chooseAdapter() const;
+  void registerAt(const std::string& adapter);
+  void unregister();
+  void registered(unsigned attempt, const char* errorName);
+  void released();
+  void say(const std::string& sentence);
+  static int onCall(sd_bus_message* message, void* self, sd_bus_error* error);
+  int answerProperties(sd_bus_message* call) const;
+
+  const Notice onNotice_;
+  const std::vector<std::uint8_t> payload_;  // manufacturer data without the company identifier
+  // The rest belongs to the client's thread.
+  bool listed_ = false;
+  std::map<std::string, Adapter, ByNumber> adapters_;
+  std::string adapter_;   // where the advertisement is registered, or is being; empty: nowhere
+  unsigned attempt_ = 0;  // tells late answers apart
+  std::string said_;
+  platform::SdSlot object_;
+  platform::BlueZClient client_;
+  platform::OneShotTimer retry_;
+};
+
+}  // namespace tessel::hub
