@@ -77,7 +77,8 @@ class EventPoster {
   /// Releases every key and button that this poster has pressed and not released.
   virtual void releaseAll() = 0;
 
-  /// The same for good: an event that another thread is about to post is not posted any more.
+  /// The same for good: an event that another thread is about to post is not posted any more, and
+  /// what was posted stays posted when the process ends right after.
   virtual void close() { releaseAll(); }
 };
 

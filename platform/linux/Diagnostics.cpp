@@ -26,8 +26,8 @@ Finding findConfiguration() {
 }  // namespace platform
 
 std::vector<Finding> diagnose() {
-  return {platform::findScreen(), platform::findEncoder(), platform::findBluetooth(),
-          platform::findConfiguration()};
+  return {platform::findScreen(), platform::findEncoder(), platform::findInput(),
+          platform::findBluetooth(), platform::findConfiguration()};
 }
 
 }  // namespace tessel

@@ -7,6 +7,7 @@ namespace tessel::platform {
 
 Finding findScreen();
 Finding findEncoder();
+Finding findInput();
 /// Gives Bluetooth two seconds to answer.
 Finding findBluetooth();
 Finding findConfiguration();

@@ -1,34 +1,25 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <string>
-#include <xcb/xcb.h>
+
+#include "platform/linux/XConnection.h"
 
 namespace tessel::platform {
 
-/// A connection to an X server that takes faked input. One thread at a time. A server that goes
-/// away makes every call do nothing.
+/// A connection to an X server that takes faked input. One thread at a time, within a
+/// PipeSignalGuard. A server that goes away makes every call do nothing.
 class XTestDisplay {
  public:
-  /// A part of the root window, in pixels.
-  struct Area {
-    int x = 0;
-    int y = 0;
-    int width = 0;
-    int height = 0;
-  };
-
-  /// The display that DISPLAY names; null, with the reason as a sentence, when it cannot be used.
+  /// The display that DISPLAY names. When it cannot be used: null, and the reason as a clause.
   static std::unique_ptr<XTestDisplay> open(std::string& reason);
-  ~XTestDisplay();
-  XTestDisplay(const XTestDisplay&) = delete;
-  XTestDisplay& operator=(const XTestDisplay&) = delete;
 
-  bool alive() const { return xcb_connection_has_error(connection_.get()) == 0; }
+  bool alive() const { return connection_->alive(); }
 
   /// Where the first screen is: the primary monitor, or else the first one.
-  Area firstScreen();
+  PixelArea firstScreen();
 
   /// @name Faked input; on its way after the next flush
   /// @{
@@ -38,26 +29,20 @@ class XTestDisplay {
   void key(std::uint8_t evdev, bool down);
   /// @}
   void flush();
+  /// Waits until the server has done all that, for a second at most. What a client has sent and the
+  /// server has not read when the client goes, it never reads.
+  void finish();
 
  private:
-  struct Disconnect {
-    void operator()(xcb_connection_t* connection) const { xcb_disconnect(connection); }
-  };
-  using Connection = std::unique_ptr<xcb_connection_t, Disconnect>;
-
-  XTestDisplay(Connection connection, const xcb_screen_t& screen);
+  explicit XTestDisplay(std::unique_ptr<XConnection> connection);
 
   void fake(std::uint8_t type, std::uint8_t detail, std::int16_t x, std::int16_t y);
   void readEvents();
-  void watchMonitors();
-  Area readFirstScreen();
 
-  const Connection connection_;
-  const xcb_window_t root_;
-  Area firstScreen_;
-  bool monitorsKnown_ = false;      ///< whether the server can tell its monitors
-  std::uint8_t monitorEvents_ = 0;  ///< number of the first event about them
-  bool monitorsChanged_ = false;
+  const std::unique_ptr<XConnection> connection_;
+  PixelArea firstScreen_;
+  bool layoutChanged_ = true;
+  std::chrono::steady_clock::time_point nextLayout_;
 };
 
 }  // namespace tessel::platform

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "platform/linux/InputServices.h"
+#include "platform/linux/PipeSignalGuard.h"
 #include "platform/linux/VirtualKeyCodes.h"
 
 namespace tessel::platform {
@@ -64,6 +65,7 @@ bool changesUnderNumLock(std::uint8_t evdev) {
 class XTestPosting final : public EventPosting {
  public:
   std::unique_ptr<EventPoster> makeEventPoster() override {
+    const PipeSignalGuard guard;
     std::string reason;
     return std::make_unique<XTestPoster>(XTestDisplay::open(reason));
   }
@@ -93,6 +95,7 @@ void XTestPoster::setIntegerValueField(MouseEvent& event, std::uint32_t field, s
 
 void XTestPoster::post(const MouseEvent& event) {
   const std::lock_guard lock{mutex_};
+  const PipeSignalGuard guard;
   if (!canPost()) return;
   moveTo(event.position);
   switch (event.type) {
@@ -141,6 +144,7 @@ std::optional<ScrollWheelEvent> XTestPoster::createScrollWheelEvent(std::int32_t
 // A line is a notch, and a notch is a click of button 4 or 5.
 void XTestPoster::post(const ScrollWheelEvent& event) {
   const std::lock_guard lock{mutex_};
+  const PipeSignalGuard guard;
   if (!canPost()) return;
   const std::uint8_t button = event.lines > 0 ? kWheelUp : kWheelDown;
   const auto notches = std::abs(std::clamp(event.lines, -kMostLines, kMostLines));
@@ -163,6 +167,7 @@ void XTestPoster::post(const KeyboardEvent& event) {
   const auto evdev = evdevCode(event.virtualKey);
   if (!evdev) return;
   const std::lock_guard lock{mutex_};
+  const PipeSignalGuard guard;
   if (!canPost()) return;
   if (*evdev == KEY_NUMLOCK) releaseKeysUnderNumLock();
   postKey(*evdev, event.keyDown);
@@ -190,12 +195,16 @@ void XTestPoster::releaseKeysUnderNumLock() {
 
 void XTestPoster::releaseAll() {
   const std::lock_guard lock{mutex_};
+  const PipeSignalGuard guard;
   releaseHeld();
 }
 
 void XTestPoster::close() {
   const std::lock_guard lock{mutex_};
+  const PipeSignalGuard guard;
+  if (!canPost()) return;
   releaseHeld();
+  display_->finish();
   closed_ = true;
 }
 

@@ -1,6 +1,6 @@
 # services: input
-pkg_check_modules(XTEST REQUIRED IMPORTED_TARGET xcb xcb-xtest xcb-randr)
+pkg_check_modules(XTEST REQUIRED IMPORTED_TARGET xcb xcb-xtest)
 
 tessel_linux_service(input
-  SOURCES VirtualKeyCodes.cpp XTestDisplay.cpp XTestPoster.cpp
+  SOURCES InputFindings.cpp VirtualKeyCodes.cpp XTestDisplay.cpp XTestPoster.cpp
   LINK PkgConfig::XTEST)
