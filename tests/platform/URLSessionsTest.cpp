@@ -4,8 +4,10 @@
 #include <curl/curl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <netinet/in.h>
 #include <pthread.h>
 #include <string>
+#include <sys/socket.h>
 #include <thread>
 #include <vector>
 
@@ -183,14 +185,27 @@ TEST_F(URLSessionsTest, TheTimeOutBeginsWithTheTransferNotWithItsWait) {
   EXPECT_EQ(server.connections(), 6);
 }
 
+// URL of a port that takes connections and never reads from them, without a thread.
+std::string urlOfADeafServer() {
+  const int socket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  socklen_t size = sizeof address;
+  auto* generic = reinterpret_cast<sockaddr*>(&address);
+  EXPECT_EQ(::bind(socket, generic, size), 0);
+  EXPECT_EQ(::listen(socket, SOMAXCONN), 0);
+  EXPECT_EQ(::getsockname(socket, generic, &size), 0);
+  return "http://127.0.0.1:" + std::to_string(ntohs(address.sin_port)) + "/";
+}
+
 TEST_F(URLSessionsTest, AProcessMayEndWhileTransfersRun) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   EXPECT_EXIT(
       {
-        const ScriptedHTTPServer server{answering(okAnswer("x"))};
-        fetch(server.url());
-        static const auto& dead = *new ScriptedHTTPServer{neverAnswer};
-        for (int i = 0; i < 4; ++i) start(*sessions->makeSession({}), {dead.url()});
+        fetch("http://127.0.0.1:1/");
+        const std::string url = urlOfADeafServer();
+        for (int i = 0; i < 4; ++i) start(*sessions->makeSession({}), {.url = url});
         std::exit(0);
       },
       ::testing::ExitedWithCode(0), "");
