@@ -111,8 +111,8 @@ void LinuxScreens::refresh() {
   while (const XEvent event{xcb_poll_for_event(connection_->get())}) {
     stale = stale || connection_->tellsOfLayout(*event);
   }
-  if (!stale) return;
-  layout_ = connection_->layout();
+  if (connection_->alive() && !stale) return;
+  layout_ = connection_->layout();  // without monitors when the server has gone
   nextLayout_ = now + kLayoutAge;
 }
 

@@ -12,6 +12,7 @@ using NalUnit = std::span<const std::uint8_t>;
 
 /// Types of H.264 NAL units, the low five bits of their first byte.
 enum class NalType : std::uint8_t {
+  slice = 1,
   idrSlice = 5,
   supplementalInformation = 6,
   sequenceParameterSet = 7,

@@ -1,4 +1,5 @@
-#include <array>
+#include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <condition_variable>
 #include <cstdint>
@@ -6,6 +7,7 @@
 #include <gtest/gtest.h>
 #include <mutex>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "platform/PixelBufferPool.h"
@@ -187,6 +189,145 @@ TEST(VideoEncoderTest, TextIsSharp) {
     ASSERT_NE(shown, nullptr);
     EXPECT_GT(lumaPSNR(*page.buffer, *shown), 30) << "frame " << frame;
   }
+}
+
+TEST(VideoEncoderTest, ParameterSetsStandApartFromTheFrames) {
+  Output output;
+  const auto session = makeSession(640, 360, output);
+  ASSERT_NE(session, nullptr);
+  for (std::uint32_t counter = 1; counter <= 3; ++counter) {
+    ASSERT_EQ(session->encodeFrame(patternPicture(640, 360, counter).buffer, {counter, 30}), 0);
+    const Encoded encoded = output.next();
+    ASSERT_EQ(encoded.parameterSets.size(), 2U);
+    EXPECT_EQ(nalType(encoded.parameterSets[0]), NalType::sequenceParameterSet);
+    EXPECT_EQ(nalType(encoded.parameterSets[1]), NalType::pictureParameterSet);
+    ASSERT_FALSE(encoded.units.empty());
+    for (const Bytes& unit : encoded.units) {
+      EXPECT_EQ(nalType(unit), counter == 1 ? NalType::idrSlice : NalType::slice);
+    }
+  }
+}
+
+TEST(VideoEncoderTest, ColoursAreTold) {
+  Output output;
+  const auto session = makeSession(640, 360, output);
+  ASSERT_NE(session, nullptr);
+  ASSERT_EQ(session->encodeFrame(patternPicture(640, 360, 1).buffer, {1, 30}), 0);
+  Decoder decoder;
+  const AVFrame* shown = decoder.decode(output.next().annexB());
+  ASSERT_NE(shown, nullptr);
+  EXPECT_EQ(shown->colorspace, AVCOL_SPC_SMPTE170M);
+  EXPECT_EQ(shown->color_range, AVCOL_RANGE_MPEG);
+}
+
+TEST(VideoEncoderTest, OddSizesAreCutToEvenOnes) {
+  Output output;
+  const auto session = makeSession(641, 361, output);
+  ASSERT_NE(session, nullptr);
+  Decoder decoder;
+  ASSERT_EQ(session->encodeFrame(patternPicture(641, 361, 5).buffer, {5, 30}), 0);
+  const AVFrame* shown = decoder.decode(output.next().annexB());
+  ASSERT_NE(shown, nullptr);
+  EXPECT_EQ(shown->width, 640);
+  EXPECT_EQ(shown->height, 360);
+  EXPECT_EQ(readFrameCounter(shown->data[0], shown->linesize[0], 640, 360), 5U);
+}
+
+TEST(VideoEncoderTest, KeyFrameComesEveryTenSeconds) {
+  Output output;
+  const auto session = makeSession(64, 48, output);
+  ASSERT_NE(session, nullptr);
+  const PooledPicture picture = patternPicture(64, 48, 1);
+  for (int frame = 1; frame <= 301; ++frame) {
+    ASSERT_EQ(session->encodeFrame(picture.buffer, {frame, 30}), 0);
+    ASSERT_EQ(output.next().keyFrame, frame == 1 || frame == 301) << "frame " << frame;
+  }
+}
+
+TEST(VideoEncoderTest, TimeThatStandsStillIsNoObstacle) {
+  Output output;
+  const auto session = makeSession(64, 48, output);
+  ASSERT_NE(session, nullptr);
+  for (const int value : {9, 9, 3, 10}) {
+    ASSERT_EQ(session->encodeFrame(patternPicture(64, 48, 1).buffer, {value, 30}), 0);
+    EXPECT_EQ(output.next().status, 0);
+  }
+}
+
+TEST(VideoEncoderTest, NothingComesAfterInvalidateFromAnotherThread) {
+  for (int round = 0; round < 5; ++round) {
+    Output output;
+    const auto session = makeSession(1280, 720, output);
+    ASSERT_NE(session, nullptr);
+    const PooledPicture picture = patternPicture(1280, 720, 1);
+    std::thread ending{[&] {
+      output.next();
+      session->invalidate();
+    }};
+    Status status = 0;
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds{20};
+    for (int frame = 0; status == 0 || status == AVERROR(EAGAIN); ++frame) {
+      status = session->encodeFrame(picture.buffer, {frame, 30});
+      if (std::chrono::steady_clock::now() > end) break;
+      std::this_thread::yield();
+    }
+    ending.join();
+    EXPECT_EQ(status, AVERROR_EOF);
+    const std::size_t waiting = output.waiting();
+    EXPECT_EQ(session->encodeFrame(picture.buffer, {1, 30}), AVERROR_EOF);
+    session->invalidate();
+    EXPECT_EQ(output.waiting(), waiting);
+  }
+}
+
+TEST(VideoEncoderTest, PictureOfAnotherSizeIsRefused) {
+  Output output;
+  const auto session = makeSession(640, 360, output);
+  ASSERT_NE(session, nullptr);
+  const Status status = session->encodeFrame(patternPicture(320, 240, 1).buffer, {1, 30});
+  EXPECT_NE(status, 0);
+  EXPECT_FALSE(LibavVideoEncoding{}.describe(status).empty());
+  EXPECT_NE(session->encodeFrame(nullptr, {1, 30}), 0);
+}
+
+TEST(VideoEncoderTest, ImpossibleSizesAreRefused) {
+  Output output;
+  for (const auto& [width, height] : {std::pair{0, 0}, {1, 720}, {1280, -1}, {100000, 720}}) {
+    EXPECT_TRUE(std::holds_alternative<Status>(
+        LibavVideoEncoding{}.makeCompressionSession(width, height, output.callback())));
+  }
+}
+
+TEST(VideoEncoderTest, TellsWhetherItIsHardwareBeforeItIsPrepared) {
+  Output output;
+  auto made = LibavVideoEncoding{}.makeCompressionSession(640, 360, output.callback());
+  const auto session = std::get<std::shared_ptr<CompressionSession>>(made);
+  EXPECT_TRUE(std::holds_alternative<bool>(session->usingHardwareAcceleratedVideoEncoder()));
+  session->invalidate();
+  EXPECT_NE(session->prepareToEncodeFrames(), 0);
+}
+
+TEST(NalUnitsTest, StartCodesOfBothLengthsSplit) {
+  const Bytes stream{0, 0, 0, 1, 0x67, 1, 0, 0, 1, 0x68, 2, 0, 0, 0, 1, 0x65, 0, 0, 3, 1};
+  const std::vector<NalUnit> units = splitAnnexB(stream);
+  ASSERT_EQ(units.size(), 3U);
+  EXPECT_EQ(Bytes(units[0].begin(), units[0].end()), (Bytes{0x67, 1}));
+  EXPECT_EQ(Bytes(units[1].begin(), units[1].end()), (Bytes{0x68, 2}));
+  EXPECT_EQ(Bytes(units[2].begin(), units[2].end()), (Bytes{0x65, 0, 0, 3, 1}));
+  EXPECT_EQ(nalType(units[2]), NalType::idrSlice);
+}
+
+TEST(NalUnitsTest, StreamWithoutStartCodeHasNoUnits) {
+  EXPECT_TRUE(splitAnnexB({}).empty());
+  EXPECT_TRUE(splitAnnexB(Bytes{0, 0, 1}).empty());
+  EXPECT_TRUE(splitAnnexB(Bytes{0, 0, 2, 0, 0}).empty());
+}
+
+TEST(NalUnitsTest, LengthGoesInFrontBigEndian) {
+  Bytes data{9};
+  appendLengthPrefixed(Bytes(258, 7), data);
+  ASSERT_EQ(data.size(), 263U);
+  EXPECT_EQ(Bytes(data.begin(), data.begin() + 6), (Bytes{9, 0, 0, 1, 2, 7}));
 }
 
 }  // namespace

@@ -1,6 +1,12 @@
 pkg_check_modules(LIBAV_TEST REQUIRED IMPORTED_TARGET libavcodec libavutil)
 
 tessel_tests(video_tests
-  SOURCES Decoder.cpp TestPatternTest.cpp VideoEncoderTest.cpp XCaptureTest.cpp
+  SOURCES
+    Decoder.cpp
+    ScreensTest.cpp
+    TestPatternTest.cpp
+    UnreportedChangeTest.cpp
+    VideoEncoderTest.cpp
+    XCaptureTest.cpp
   LINK tessel_logic tessel_platform_linux tessel_test_xserver PkgConfig::LIBAV_TEST
   LABELS platform)

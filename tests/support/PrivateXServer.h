@@ -19,7 +19,7 @@ class PrivateXServer {
     int width = 1280;
     int height = 720;
     int depth = 24;
-    std::vector<std::string> arguments;  ///< further ones, as for Xvfb
+    std::vector<std::string> arguments = {};  ///< further ones, as for Xvfb
   };
 
   /// Waits for the server to answer; `display` stays empty when it does not.
