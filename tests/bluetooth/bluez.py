@@ -14,7 +14,7 @@ BUILD = Path(os.environ['TESSEL_BUILD'])
 ADAPTER, DEVICE = 'org.bluez.Adapter1', 'org.bluez.Device1'
 HUB = '7D1E4B9A2C634F08A5B791E0C4D2F86B'
 # Generous: it bounds a wait for an event, and the machine may be busy.
-PATIENCE = 30
+PATIENCE = int(os.environ.get('TESSEL_PATIENCE', '30'))
 
 BUS = '''<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
  "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
