@@ -3,7 +3,7 @@ import unittest
 
 import dbus
 
-from bluez import BlueZ, Bus, Program, beacon, manufacturer_data, wait_until
+from bluez import BlueZ, Bus, Program, beacon, manufacturer_data
 
 HERE = 'dev_C0_1E_AC_5B_00_01'[4:]
 ON, OFF = 'state BVGBluetoothStatePoweredOn', 'state  BVGBluetoothStatePoweredOff'

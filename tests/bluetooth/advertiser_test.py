@@ -1,0 +1,127 @@
+"""The receiver's advertisement on a BlueZ that the test plays."""
+import unittest
+
+import dbus
+
+from bluez import HUB, BlueZ, Bus, Program
+
+ADVERTISED, NOT = 'Advertised over Bluetooth', 'Not advertised over Bluetooth'
+
+
+class AdvertiserTest(unittest.TestCase):
+    address = '10.77.1.5'
+    environment = {}
+
+    def setUp(self):
+        self.bus = Bus()
+        self.addCleanup(self.bus.close)
+        self.bluez = BlueZ()
+        self.addCleanup(self.bluez.stop)
+        self.bus.start()
+        self.bluez.start()
+        self.prepare()
+        self.probe = Program('bin/advertiser_probe', self.address, env=self.environment)
+        self.addCleanup(self.end)
+
+    def prepare(self):
+        self.bluez.plug()
+
+    def end(self):
+        self.assertEqual(self.probe.finish(), 0)
+
+    def advertised(self):
+        """The properties of the advertisement, as BlueZ reads them."""
+        for name in self.bluez.bus.list_names():
+            if not name.startswith(':'):
+                continue
+            try:
+                thing = self.bluez.bus.get_object(name, '/org/tessel/advertisement',
+                                                  introspect=False)
+                return thing.GetAll('org.bluez.LEAdvertisement1',
+                                    dbus_interface=dbus.PROPERTIES_IFACE, timeout=5)
+            except dbus.DBusException:
+                pass
+        return None
+
+
+class OnAnAdapter(AdvertiserTest):
+    def test_the_beacon_carries_the_address(self):
+        self.probe.expect(ADVERTISED)
+        properties = self.advertised()
+        self.assertEqual(properties['Type'], 'broadcast')
+        data = properties['ManufacturerData']
+        self.assertEqual(list(data), [0x004C])
+        self.assertEqual(bytes(data[0x004C]).hex().upper(), '0215' + HUB + '0A4D' + '0105' + 'C5')
+
+    def test_power_off_and_on(self):
+        self.probe.expect(ADVERTISED)
+        self.bluez.power(False)
+        self.assertIn('powered off', self.probe.expect(NOT))
+        self.bluez.power(True)
+        self.probe.expect(ADVERTISED)
+        self.bluez.wait_for_call('RegisterAdvertisement', 2)
+
+    def test_a_restart_of_bluetoothd(self):
+        self.probe.expect(ADVERTISED)
+        self.bluez.stop()
+        self.probe.expect(NOT)
+        self.bluez.start()
+        self.bluez.plug()
+        self.probe.expect(ADVERTISED)
+
+    def test_a_released_advertisement_is_registered_again(self):
+        self.probe.expect(ADVERTISED)
+        for name in self.bluez.bus.list_names():
+            if name.startswith(':'):
+                thing = self.bluez.bus.get_object(name, '/org/tessel/advertisement',
+                                                  introspect=False)
+                thing.Release(dbus_interface='org.bluez.LEAdvertisement1', ignore_reply=True)
+        self.bluez.wait_for_call('RegisterAdvertisement', 2)
+
+    def test_unplugged(self):
+        self.probe.expect(ADVERTISED)
+        self.bluez.unplug()
+        self.assertIn('no Bluetooth adapter', self.probe.expect(NOT))
+
+
+class OnAnAdapterThatIsFull(AdvertiserTest):
+    def prepare(self):
+        self.bluez.plug()
+        self.bluez.fail('RegisterAdvertisement', 'org.bluez.Error.NotPermitted')
+
+    def test_it_says_so_and_tries_again(self):
+        self.assertIn('org.bluez.Error.NotPermitted', self.probe.expect(NOT))
+        self.probe.expect(ADVERTISED)
+
+
+class WithoutAnAdapter(AdvertiserTest):
+    def prepare(self):
+        pass
+
+    def test_it_says_so_in_one_line(self):
+        self.assertIn('no Bluetooth adapter', self.probe.expect(NOT))
+        self.assertEqual(len(self.probe.lines), 1)
+
+
+class OnAChosenAdapter(AdvertiserTest):
+    environment = {'TESSEL_ADAPTER': 'hci1'}
+
+    def prepare(self):
+        self.bluez.plug()
+        self.bluez.plug('hci1')
+
+    def test_no_other_is_used(self):
+        self.probe.expect(ADVERTISED)
+        self.bluez.wait_for_call('RegisterAdvertisement', name='hci1')
+        self.assertEqual(self.bluez.calls('hci0'), [])
+
+
+class AtAnAddressWithAZero(AdvertiserTest):
+    address = '127.0.0.2'
+
+    def test_a_beacon_cannot_carry_it(self):
+        self.assertIn('cannot carry the address 127.0.0.2', self.probe.expect(NOT))
+
+
+if __name__ == '__main__':
+    unittest.main()

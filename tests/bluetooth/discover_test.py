@@ -1,0 +1,67 @@
+"""`tessel discover` against a BlueZ that the test plays."""
+import json
+import unittest
+
+import dbus
+
+from bluez import BlueZ, Bus, Program, beacon
+
+DEVICE = 'C0_1E_AC_5B_00_01'
+
+
+class DiscoverTest(unittest.TestCase):
+    def setUp(self):
+        self.bus = Bus()
+        self.addCleanup(self.bus.close)
+        self.bluez = BlueZ()
+        self.addCleanup(self.bluez.stop)
+        self.bus.start()
+        self.bluez.start()
+        self.bluez.plug()
+
+    def start(self, *arguments):
+        program = Program('bin/tessel', 'discover', *arguments)
+        self.addCleanup(program.interrupt)
+        return program
+
+    def appear(self, rssi=-52):
+        self.bluez.wait_for_call('StartDiscovery')
+        self.bluez.appear(DEVICE, {'RSSI': dbus.Int16(rssi), 'ManufacturerData': beacon()})
+
+    def test_json_tells_of_a_hub_and_of_its_end(self):
+        program = self.start('--json')
+        self.appear()
+        self.assertEqual(json.loads(program.expect('"hub"')),
+                         {'event': 'hub', 'address': '192.168.1.100', 'name': None, 'rssi': -52})
+        self.assertEqual(json.loads(program.expect('"gone"')),
+                         {'event': 'gone', 'address': '192.168.1.100', 'name': None})
+        self.assertEqual(program.interrupt(), 0)
+
+    def test_a_person_reads_lines(self):
+        program = self.start()
+        self.appear()
+        line = program.expect('found')
+        self.assertIn('192.168.1.100', line)
+        self.assertIn('-52 dBm', line)
+
+    def test_an_unknown_strength_is_null(self):
+        program = self.start('--json')
+        self.appear(127)
+        self.assertIsNone(json.loads(program.expect('"hub"'))['rssi'])
+
+    def test_the_time_is_up(self):
+        self.assertEqual(self.wait(self.start('--json', '--timeout', '2')), 0)
+
+    def test_bluetooth_that_is_off_is_told_and_fails_in_the_end(self):
+        self.bluez.power(False)
+        program = self.start('--timeout', '2')
+        self.assertIn('tessel doctor', program.expect('.'))
+        self.assertEqual(self.wait(program), 1)
+
+    def wait(self, program):
+        program.process.wait()
+        return program.finish()
+
+
+if __name__ == '__main__':
+    unittest.main()
