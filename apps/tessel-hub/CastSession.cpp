@@ -41,7 +41,7 @@ double seconds(std::chrono::steady_clock::duration duration) {
 }  // namespace
 
 CastSession::CastSession(Surroundings surroundings, std::shared_ptr<ChannelStream> display,
-                         std::function<void()> ended)
+                         EndHandler ended)
     : surroundings_{std::move(surroundings)},
       display_{std::make_shared<DisplayReceiver>(
           std::move(display), static_cast<FrameAssembler::Sink&>(*this),
@@ -222,8 +222,7 @@ void CastSession::end(const std::string& problem) {
 
 void CastSession::finished() {
   surroundings_.screen.end();
-  surroundings_.reporter.ended(statsSince(startedAt_, 0), problem_);
-  ended_();
+  ended_(statsSince(startedAt_, 0), problem_);
 }
 
 }  // namespace tessel::hub

@@ -44,8 +44,11 @@ class CastSession final : public std::enable_shared_from_this<CastSession>, Fram
     std::function<void()> quit;                   ///< the script asks the hub to end
   };
 
-  CastSession(Surroundings surroundings, std::shared_ptr<ChannelStream> display,
-              std::function<void()> ended);
+  /// The session is over; `problem` is empty when the sender just ended.
+  using EndHandler =
+      std::function<void(const HubReporter::Stats& stats, const std::string& problem)>;
+
+  CastSession(Surroundings surroundings, std::shared_ptr<ChannelStream> display, EndHandler ended);
   ~CastSession();
 
   void start();
@@ -77,7 +80,7 @@ class CastSession final : public std::enable_shared_from_this<CastSession>, Fram
 
   const Surroundings surroundings_;
   const std::shared_ptr<DisplayReceiver> display_;
-  const std::function<void()> ended_;
+  const EndHandler ended_;
   asio::steady_timer timer_;
 
   std::optional<ContextRequest> request_;

@@ -151,28 +151,32 @@ void Hub::openedDisplay(const std::shared_ptr<ChannelStream>& stream) {
     log_.line("a cast from " + stream->address() + " was refused: the hub is busy");
     return stream->close();
   }
-  session_ = std::make_shared<CastSession>(CastSession::Surroundings{
-                                               .context = context_,
-                                               .screen = screen_,
-                                               .recorder = recorder_,
-                                               .reporter = reporter_,
-                                               .log = log_,
-                                               .script = script_,
-                                               .frameEvents = options_.frameEvents,
-                                               .decoded =
-                                                   [this](const Picture& picture) {
-                                                     const std::lock_guard lock{pictureMutex_};
-                                                     lastPicture_ = picture;
-                                                   },
-                                               .quit = [this] { quit(); },
-                                           },
-                                           stream, [this] { sessionEnded(); });
+  session_ = std::make_shared<CastSession>(
+      CastSession::Surroundings{
+          .context = context_,
+          .screen = screen_,
+          .recorder = recorder_,
+          .reporter = reporter_,
+          .log = log_,
+          .script = script_,
+          .frameEvents = options_.frameEvents,
+          .decoded =
+              [this](const Picture& picture) {
+                const std::lock_guard lock{pictureMutex_};
+                lastPicture_ = picture;
+              },
+          .quit = [this] { quit(); },
+      },
+      stream, [this](const HubReporter::Stats& stats, const std::string& problem) {
+        sessionEnded(stats, problem);
+      });
   session_->start();
 }
 
-void Hub::sessionEnded() {
+void Hub::sessionEnded(const HubReporter::Stats& stats, const std::string& problem) {
   session_.reset();
   application_.end();
+  reporter_.ended(stats, problem);  // who hears of it finds the hub free
   if (quitting_) screen_.quit();
 }
 

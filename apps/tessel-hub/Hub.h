@@ -58,7 +58,7 @@ class Hub {
   void awaitSignal();
   void opened(ChannelKind kind, const std::shared_ptr<ChannelStream>& stream);
   void openedDisplay(const std::shared_ptr<ChannelStream>& stream);
-  void sessionEnded();
+  void sessionEnded(const HubReporter::Stats& stats, const std::string& problem);
   void quitOnThread();
   void reportListening();
 

@@ -5,6 +5,7 @@ import socket
 import ssl
 import struct
 import subprocess
+import urllib.error
 import urllib.request
 
 PIECE = 50000
@@ -82,6 +83,7 @@ class Sender:
         self._source = source
         self._tls = ssl.create_default_context(cafile=certificate) if certificate else None
         self.display = self.mouse = self.keyboard = None
+        self._channels = []
 
     def __enter__(self):
         return self
@@ -90,9 +92,8 @@ class Sender:
         self.close()
 
     def close(self):
-        for channel in (self.display, self.mouse, self.keyboard):
-            if channel is not None:
-                channel.close()
+        for channel in self._channels:
+            channel.close()
 
     def details(self):
         """The hub's application URL and its device details."""
@@ -122,6 +123,7 @@ class Sender:
         stream = socket.create_connection((self.address, port), timeout=10, source_address=source)
         if self._tls:
             stream = self._tls.wrap_socket(stream, server_hostname=self.address)
+        self._channels.append(stream)
         stream.sendall(opening)
         return stream
 
