@@ -12,6 +12,7 @@
 #include <thread>
 #include <vector>
 
+#include "Advertiser.h"
 #include "CastSession.h"
 #include "Certificate.h"
 #include "ChannelAcceptor.h"
@@ -85,6 +86,7 @@ class Hub {
 
   std::thread thread_;
   std::unique_ptr<HttpService> http_;
+  std::optional<Advertiser> advertiser_;
 };
 
 }  // namespace tessel::hub
