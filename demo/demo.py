@@ -154,7 +154,7 @@ def report(frames, seconds, cpu):
         say(f"  delay            {statistics.median(found):.0f} ms median, "
             f"{found[int(len(found) * 0.95)]:.0f} ms 95th percentile, screen change to picture shown")
     for name, used in cpu.items():
-        say(f"  CPU of {name:<10}{100 * used / seconds:.0f}% of one core")
+        say(f"  CPU of {name:<11}{100 * used / seconds:.0f}% of one core")
     return bool(found)
 
 

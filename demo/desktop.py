@@ -54,8 +54,8 @@ def start_virtual(processes, size="1920x1080"):
                     "-nolisten", "tcp", "-noreset", pass_fds=[write_end], stderr=subprocess.DEVNULL)
     os.close(write_end)
     ready, _, _ = select.select([read_end], [], [], 20)
-    number = os.read(read_end, 16).decode().strip() if ready else ""
-    os.close(read_end)
+    with os.fdopen(read_end) as answer:  # the server ends when it cannot write the whole line
+        number = answer.readline().strip() if ready else ""
     if not number:
         raise SystemExit("The virtual screen (Xvfb) did not start.")
     os.environ["DISPLAY"] = ":" + number

@@ -16,8 +16,8 @@ class Screen:
             stderr=subprocess.DEVNULL)
         os.close(write_end)
         ready, _, _ = select.select([read_end], [], [], 30)
-        number = os.read(read_end, 16).decode().strip() if ready else ""
-        os.close(read_end)
+        with os.fdopen(read_end) as answer:  # the server ends when it cannot write the whole line
+            number = answer.readline().strip() if ready else ""
         if not number:
             self._server.kill()
             self._server.wait()
