@@ -66,6 +66,8 @@ class XCaptureSession::Loop {
       if (now >= nextVerify_) {
         nextVerify_ = now + (source_->verify() ? kVerifyAgain : kVerifyInterval);
       }
+      // What the server said while it was asked has been read already: poll would not wake for it.
+      source_->processEvents();
     } while (source_->alive() && sleep());
     source_.reset();
   }

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <xcb/xcb.h>
+
+namespace tessel::bench {
+
+/// A page of small marks, as dense as text, that scrolls over the whole screen of the X server that
+/// DISPLAY names: with every step all of the screen changes. One thread.
+class ScrollingPage {
+ public:
+  ScrollingPage();
+
+  /// Scrolls by one step.
+  void step();
+
+ private:
+  struct Disconnect {
+    void operator()(xcb_connection_t* connection) const { xcb_disconnect(connection); }
+  };
+
+  void drawLine(int top);
+  void fill(std::uint32_t colour, const xcb_rectangle_t& area);
+
+  std::unique_ptr<xcb_connection_t, Disconnect> connection_;
+  const xcb_screen_t* screen_ = nullptr;
+  xcb_gcontext_t context_ = 0;
+  std::uint32_t random_ = 1;
+  int offset_ = 0;  // rows of the newest line that have come into view
+};
+
+}  // namespace tessel::bench

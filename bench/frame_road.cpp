@@ -1,0 +1,226 @@
+// What a frame costs on its way from the screen to the network, step by step: processor time of the
+// threads that do the work, from a private X server of 1920 by 1080 that changes all the time, and
+// then from one that stands still.
+//
+//   frame_road [SECONDS]
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <mutex>
+#include <thread>
+
+#include "bench/CpuTime.h"
+#include "bench/Drain.h"
+#include "bench/ScrollingPage.h"
+#include "display/AnnexB.h"
+#include "display/ByteSink.h"
+#include "display/FrameSender.h"
+#include "platform/Services.h"
+#include "tests/support/PrivateXServer.h"
+
+namespace tessel::bench {
+namespace {
+
+using platform::services;
+using std::chrono::duration;
+
+constexpr Size kSize{1920, 1080};
+constexpr int kFramesPerSecond = 30;
+
+// The display channel: a connection to the drain.
+class Channel final : public ByteSink {
+ public:
+  explicit Channel(const std::string& port)
+      : connection_{services().network->makeConnection(
+            {"127.0.0.1", port}, false, services().queues->makeSerialQueue("bench-socket"))} {
+    connection_->setStateChangedHandler([](platform::ConnectionState, const auto&) {});
+    connection_->start();
+  }
+  ~Channel() { connection_->cancel(); }
+  Channel(const Channel&) = delete;
+  Channel& operator=(const Channel&) = delete;
+
+  bool sendBuffer(const void* bytes, std::size_t length) override {
+    connection_->send(bytes, length);
+    return true;
+  }
+
+ private:
+  const std::shared_ptr<platform::NetworkConnection> connection_;
+};
+
+// What the encoder's callback does, and how long it takes.
+class Sending {
+ public:
+  explicit Sending(const std::string& port) : channel_{port} {}
+
+  void frame(const platform::EncodedSampleBuffer* buffer) {
+    if (buffer == nullptr) return;
+    const Milliseconds begin = threadTime();
+    if (!convertToAnnexB(*buffer, stream_)) return;
+    const Milliseconds converted = threadTime();
+    sendFrame(channel_, stream_.data(), stream_.size());
+    const std::lock_guard lock{mutex_};
+    ++frames;
+    bytes += stream_.size();
+    converting += converted - begin;
+    framing += threadTime() - converted;
+  }
+
+  std::mutex mutex_;  // guards what follows
+  int frames = 0;
+  std::size_t bytes = 0;
+  Milliseconds converting{};
+  Milliseconds framing{};
+
+ private:
+  Channel channel_;
+  Bytes stream_;  // the encoder thread's
+};
+
+// Hands captured frames to the encoder.
+class Encoding final : public platform::CaptureOutputDelegate {
+ public:
+  explicit Encoding(std::shared_ptr<platform::CompressionSession> encoder)
+      : encoder_{std::move(encoder)} {}
+
+  void didOutputSampleBuffer(const platform::SampleBuffer& sample) override {
+    encoder_->encodeFrame(sample.imageBuffer, {++captured, kFramesPerSecond});
+  }
+  void didDropSampleBuffer(const platform::SampleBuffer&) override { ++dropped; }
+
+  std::atomic<int> captured = 0;
+  std::atomic<int> dropped = 0;
+
+ private:
+  const std::shared_ptr<platform::CompressionSession> encoder_;
+};
+
+void print(const char* step, Milliseconds time, int frames) {
+  std::printf("  %-42s %7.3f ms a frame\n", step, time.count() / std::max(1, frames));
+}
+
+std::shared_ptr<platform::CompressionSession> makeEncoder(Sending& sending) {
+  auto made = services().videoEncoding->makeCompressionSession(
+      static_cast<int>(kSize.width), static_cast<int>(kSize.height),
+      [&sending](platform::Status, std::uint32_t, const platform::EncodedSampleBuffer* buffer) {
+        sending.frame(buffer);
+      });
+  if (std::holds_alternative<platform::Status>(made)) return nullptr;
+  auto encoder = std::get<std::shared_ptr<platform::CompressionSession>>(made);
+  encoder->setAllowFrameReordering(false);
+  encoder->setExpectedFrameRate(kFramesPerSecond);
+  return encoder->prepareToEncodeFrames() == 0 ? encoder : nullptr;
+}
+
+std::shared_ptr<platform::CaptureSession> makeCapture(const std::shared_ptr<Encoding>& encoding) {
+  const auto screens = services().screens->screens();
+  if (screens.empty()) return nullptr;
+  auto capture = services().screenCapture->makeCaptureSession();
+  platform::CaptureInput input;
+  input.displayID = screens.front().tsl_screenNumber();
+  input.minFrameDuration = std::chrono::nanoseconds{std::chrono::seconds{1}} / kFramesPerSecond;
+  platform::CaptureOutput output;
+  output.size = kSize;
+  capture->addInput(input);
+  capture->addOutput(output, encoding, services().queues->makeSerialQueue("bench-sample"));
+  return capture;
+}
+
+void reportMoving(Sending& sending, Encoding& encoding, double seconds) {
+  auto before = timeByThread();
+  Milliseconds converting{};
+  Milliseconds framing{};
+  int frames = 0;
+  std::size_t bytes = 0;
+  {
+    const std::lock_guard lock{sending.mutex_};
+    frames = sending.frames;
+    bytes = sending.bytes;
+    converting = sending.converting;
+    framing = sending.framing;
+  }
+  const int dropped = encoding.dropped;
+  const auto begin = std::chrono::steady_clock::now();
+  std::this_thread::sleep_for(duration<double>{seconds});
+  auto after = timeByThread();
+  const duration<double> passed = std::chrono::steady_clock::now() - begin;
+  const auto spent = [&](const char* thread) { return after[thread] - before[thread]; };
+
+  const std::lock_guard lock{sending.mutex_};
+  frames = sending.frames - frames;
+  bytes = sending.bytes - bytes;
+  converting = sending.converting - converting;
+  framing = sending.framing - framing;
+  const Milliseconds capture = spent("tessel-capture");
+  const Milliseconds encode =
+      spent("tessel-encoder") + spent("bench-sample") - converting - framing;
+  const Milliseconds send = converting + framing + spent("bench-socket");
+  std::printf("always changing: %.1f frames a second, %d late, %.2f Mbit/s\n",
+              frames / passed.count(), encoding.dropped - dropped,
+              static_cast<double>(bytes) * 8 / passed.count() / 1e6);
+  print("capture, scaling, conversion", capture, frames);
+  print("encoding", encode, frames);
+  print("Annex B, framing, sending", send, frames);
+  print("together", capture + encode + send, frames);
+}
+
+int run(double seconds) {
+  test::PrivateXServer::Options options;
+  options.width = static_cast<int>(kSize.width);
+  options.height = static_cast<int>(kSize.height);
+  const test::PrivateXServer server{options};
+  if (services().screens->select(ScreenSource::automatic, kSize)) {
+    std::fputs("frame_road: no X server; is Xvfb installed?\n", stderr);
+    return 1;
+  }
+  const Drain drain;
+  Sending sending{drain.port()};
+  const auto encoder = makeEncoder(sending);
+  if (!encoder) {
+    std::fputs("frame_road: no encoder works here\n", stderr);
+    return 1;
+  }
+  const auto encoding = std::make_shared<Encoding>(encoder);
+  const auto capture = makeCapture(encoding);
+  if (!capture) return 1;
+
+  std::atomic<bool> moving = true;
+  std::thread painting{[&] {
+    pthread_setname_np(pthread_self(), "bench-page");
+    ScrollingPage page;
+    auto next = std::chrono::steady_clock::now();
+    while (moving) {
+      page.step();
+      next += std::chrono::milliseconds{16};
+      std::this_thread::sleep_until(next);
+    }
+  }};
+  capture->startRunning();
+  std::this_thread::sleep_for(std::chrono::seconds{1});
+  reportMoving(sending, *encoding, seconds);
+
+  moving = false;
+  painting.join();
+  std::this_thread::sleep_for(std::chrono::seconds{1});
+  const int still = encoding->captured;
+  const Milliseconds idle = processTime();
+  std::this_thread::sleep_for(duration<double>{seconds});
+  std::printf("standing still: %d frames, %.2f %% of a core\n", encoding->captured - still,
+              (processTime() - idle).count() / (seconds * 1e3) * 100);
+  capture->stopRunning();
+  encoder->invalidate();
+  return 0;
+}
+
+}  // namespace
+}  // namespace tessel::bench
+
+int main(int argc, char** argv) {
+  const double seconds = argc > 1 ? std::atof(argv[1]) : 10;
+  return tessel::bench::run(seconds > 0 ? seconds : 10);
+}
