@@ -50,9 +50,6 @@ void Hub::start(std::optional<Script> script) {
   work_.emplace(context_.get_executor());
   thread_ = std::thread{[this] { context_.run(); }};
   reportListening();
-  if (!options_.advertise) return;
-  advertiser_.emplace(advertisedAddress(options_.bind),
-                      [this](const std::string& sentence) { reporter_.notice(sentence); });
 }
 
 void Hub::prepareTls() {

@@ -12,7 +12,6 @@
 #include <thread>
 #include <vector>
 
-#include "Advertiser.h"
 #include "CastSession.h"
 #include "Certificate.h"
 #include "ChannelAcceptor.h"
@@ -86,7 +85,6 @@ class Hub {
 
   std::thread thread_;
   std::unique_ptr<HttpService> http_;
-  std::optional<Advertiser> advertiser_;
 };
 
 }  // namespace tessel::hub
