@@ -15,11 +15,12 @@ extern "C" {
 namespace tessel::platform {
 namespace {
 
-// A desktop's text is sharp at this quality; the cap is what an ordinary Wi-Fi link carries beside
-// its other traffic, and half a second of it is room enough for a key frame.
+// A desktop's text is sharp at the quality aimed at; the cap is what an ordinary Wi-Fi link carries
+// beside its other traffic. The buffer lets the key frame of a page full of text have what it
+// needs: with half a second's worth it came out below 30 dB, with this at 39 dB.
 constexpr std::int64_t kMeanBitRate = 6'000'000;
 constexpr std::int64_t kMaximumBitRate = 12'000'000;
-constexpr int kRateBuffer = 6'000'000;
+constexpr int kRateBuffer = 9'000'000;
 
 // A receiver that has lost its place, or a recording that is wound forward, finds it again within
 // this time. No more often: on a reliable channel nothing is lost, and a key frame is the most

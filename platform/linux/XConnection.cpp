@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <xcb/randr.h>
 
+#include "platform/linux/XConnect.h"
+
 namespace tessel::platform {
 
 PixelArea intersection(const PixelArea& a, const PixelArea& b) {
@@ -15,7 +17,7 @@ PixelArea intersection(const PixelArea& a, const PixelArea& b) {
 std::unique_ptr<XConnection> XConnection::open() {
   int screenNumber = 0;
   std::unique_ptr<XConnection> opened{
-      new XConnection{xcb_connect(nullptr, &screenNumber), screenNumber}};
+      new XConnection{connectToXServer(screenNumber), screenNumber}};
   if (!opened->alive() || opened->screen_ == nullptr) return nullptr;
   return opened;
 }

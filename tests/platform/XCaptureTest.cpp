@@ -65,8 +65,8 @@ TEST(XCaptureTest, ScreenThatAlwaysChangesGivesNoMoreThanThirtyFramesASecond) {
   const PrivateXServer server{{.width = 320, .height = 240}};
   chooseScreen();
   std::atomic<bool> done = false;
+  XPainter painter;
   std::thread painting{[&] {
-    XPainter painter;
     for (std::uint32_t colour = 0; !done; colour += 0x010203) painter.clear(colour & 0xFFFFFFU);
   }};
   {
