@@ -21,9 +21,11 @@ namespace tessel::test {
 class SessionFixture : public testing::Test {
  protected:
   SessionFixture() { session->setDelegate(delegate, nullptr); }
-  // What a test hooked in looks at the test's own locals: not while the session goes.
   ~SessionFixture() override {
+    // What a test hooked in looks at the test's own locals: not while the session goes.
     if (session) session->setDelegate(nullptr, nullptr);
+    session.reset();
+    world.advance(kCursorTick);  // a mouse channel that was dropped ends with its next tick
   }
 
   /// From state 0 to state 2.
@@ -32,6 +34,8 @@ class SessionFixture : public testing::Test {
     hub.takeChannels();
     ASSERT_EQ(session->state(), TSLSessionStateConnected);
   }
+
+  static constexpr std::chrono::milliseconds kCursorTick{25};
 
   SimWorld world;
   SimHub hub{world};
