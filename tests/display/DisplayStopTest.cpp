@@ -184,6 +184,7 @@ TEST_F(DisplayStopTest, ALastReferenceMayGoInTheEncodersCallback) {
     if (line == kStop) invalidatedInCallback = encoder()->invalidations > 0;
   });
   world.run();
+  setLogSink(nullptr);
   EXPECT_EQ(display, nullptr);
   EXPECT_FALSE(invalidatedInCallback);
   EXPECT_EQ(encoder()->invalidations, 1);

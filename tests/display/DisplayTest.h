@@ -38,11 +38,12 @@ class DisplayTest : public testing::Test {
   std::shared_ptr<FakeCaptureSession> capture() const { return world.capture.last(); }
   std::shared_ptr<FakeCompressionSession> encoder() const { return world.encoding.last(); }
 
+  // A start that still waits at the end of a test completes when the world goes.
+  std::vector<std::optional<Error>> outcomes;
+  bool outcomeOnSocketQueue = false;
   SimWorld world;
   std::shared_ptr<TSLSession> session;
   std::shared_ptr<TSLDisplayConnection> display;
-  std::vector<std::optional<Error>> outcomes;
-  bool outcomeOnSocketQueue = false;
 };
 
 inline const Bytes kContextResponse = {4, 0, 0x81, 0};
