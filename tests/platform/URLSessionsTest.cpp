@@ -141,8 +141,8 @@ TEST_F(URLSessionsTest, ACompletionMayStartTheNextTransferAndDropItsSession) {
 TEST_F(URLSessionsTest, AServerThatNeverAnswersLeavesRoomForTheOthers) {
   const ScriptedHTTPServer dead{neverAnswer};
   const ScriptedHTTPServer alive{answering(okAnswer("alive"))};
-  std::vector<Pending> waiting;
-  for (int i = 0; i < 18; ++i) waiting.push_back(start(*sessions->makeSession({}), {dead.url()}));
+  std::vector<Pending> waiting(18);
+  for (Pending& one : waiting) one = start(*sessions->makeSession({}), {dead.url()});
   EXPECT_EQ(fetch(alive.url()).body, "alive");
   EXPECT_LE(dead.connections(), 2);
   for (const Pending& pending : waiting) EXPECT_FALSE(pending->get());
@@ -166,8 +166,8 @@ TEST_F(URLSessionsTest, WhoHasATimeOutOfItsOwnDoesNotWaitBehindThoseThatHaveNone
     if (connection.receiveHead().starts_with("GET /poll")) connection.send(okAnswer("running"));
     connection.waitForEnd();
   }};
-  std::vector<Pending> waiting;
-  for (int i = 0; i < 6; ++i) waiting.push_back(start(*sessions->makeSession({}), {server.url()}));
+  std::vector<Pending> waiting(6);
+  for (Pending& one : waiting) one = start(*sessions->makeSession({}), {server.url()});
   const auto hurried = sessions->makeSession(seconds{9});
   EXPECT_EQ(wait(start(*hurried, {server.url("/poll")})).body, "running");
 }
@@ -175,8 +175,8 @@ TEST_F(URLSessionsTest, WhoHasATimeOutOfItsOwnDoesNotWaitBehindThoseThatHaveNone
 TEST_F(URLSessionsTest, TheTimeOutBeginsWithTheTransferNotWithItsWait) {
   const ScriptedHTTPServer server{neverAnswer};
   const auto session = sessions->makeSession(milliseconds{50});
-  std::vector<Pending> pending;
-  for (int i = 0; i < 6; ++i) pending.push_back(start(*session, {server.url()}));
+  std::vector<Pending> pending(6);
+  for (Pending& one : pending) one = start(*session, {server.url()});
   for (const Pending& one : pending) {
     const Answer answer = wait(one);
     ASSERT_TRUE(answer.error);
