@@ -97,9 +97,8 @@ void TSLMouseConnection::activate() {
       60);
 }
 
-TSLMouseConnection::~TSLMouseConnection() {
-  stopWithCompletionHandler([](const std::optional<Error>&) {});
-}
+// A queue's thread may get here while the program ends: no error is made, as its domain may be gone.
+TSLMouseConnection::~TSLMouseConnection() { tearDown(); }
 
 void TSLMouseConnection::startWithCompletionHandler(Completion completion) {
   static constexpr const char* kName = "-[TSLMouseConnection startWithCompletionHandler:]";
@@ -137,12 +136,16 @@ void TSLMouseConnection::startWithCompletionHandler(Completion completion) {
 }
 
 void TSLMouseConnection::stopWithCompletionHandler(Completion completion) {
+  tearDown();
+  call(completion, makeError(2));
+}
+
+void TSLMouseConnection::tearDown() {
   sendOutTimer_->suspend();
   sendOutTimer_->cancel();
   connected_ = false;
   if (const auto connection = HubConnection()) connection->cancel();
   if (const auto simulator = mouseSimulator()) simulator->stopPosting();
-  call(completion, makeError(2));
 }
 
 void TSLMouseConnection::newInitialization(Completion completion) {

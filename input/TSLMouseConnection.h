@@ -73,6 +73,7 @@ class TSLMouseConnection : public std::enable_shared_from_this<TSLMouseConnectio
   void activate();
 
  private:
+  void tearDown();
   void tick();
   bool sendOpening();
   void receivedCursorReply(const platform::Received& received, const Completion& completion);

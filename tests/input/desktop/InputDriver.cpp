@@ -1,6 +1,7 @@
 #include <csignal>
 #include <cstdio>
 #include <string>
+#include <sys/prctl.h>
 #include <thread>
 
 #include "input/TSLKeyBoardConnection.h"
@@ -21,6 +22,7 @@ int main(int argc, char** argv) {
   sigemptyset(&terminate);
   sigaddset(&terminate, SIGTERM);
   pthread_sigmask(SIG_BLOCK, &terminate, nullptr);
+  prctl(PR_SET_PDEATHSIG, SIGTERM);  // a test that is killed leaves nothing behind
 
   tessel::setLogSink([](std::string_view line) {
     std::printf("%.*s\n", static_cast<int>(line.size()), line.data());

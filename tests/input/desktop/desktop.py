@@ -17,13 +17,13 @@ WIDTH, HEIGHT = 800, 600
 
 
 class XServer:
-    """An Xvfb of its own, and what it holds down."""
+    """An Xvfb of its own, and what it holds down. It ends by itself when its last client has gone."""
 
     def __init__(self, *options):
         read, write = os.pipe()
         self.process = subprocess.Popen(
             ["Xvfb", "-displayfd", str(write), "-screen", "0", f"{WIDTH}x{HEIGHT}x24", "-nolisten", "tcp",
-             *options], pass_fds=[write], stderr=subprocess.DEVNULL)
+             "-terminate", *options], pass_fds=[write], stderr=subprocess.DEVNULL)
         os.close(write)
         if not select.select([read], [], [], PATIENCE)[0]:
             self.process.kill()

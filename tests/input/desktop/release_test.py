@@ -98,6 +98,7 @@ class NoDisplayTest(unittest.TestCase):
 
     def test_a_server_that_goes_away_takes_nothing_with_it(self):
         server = XServer()
+        self.addCleanup(server.stop)
         hub = Hub(server.display)
         self.addCleanup(hub.stop)
         hub.send(Hub.LEFT_DOWN, 10, 10)
