@@ -20,7 +20,7 @@ std::optional<std::uint16_t> portNumber(const std::string& text) {
   return number;
 }
 
-Error errorOf(const asio::error_code& error) {
+Error resolverError(const asio::error_code& error) {
   const bool fromResolver = error.category() == asio::error::get_netdb_category() ||
                             error.category() == asio::error::get_addrinfo_category();
   if (!fromResolver) return networkError(error.value());
@@ -70,7 +70,7 @@ void Connector::resolve() {
       [weak = weak_from_this()](const asio::error_code& error, const auto& found) {
         const auto self = weak.lock();
         if (!self) return;
-        if (error) self->error_ = errorOf(error);
+        if (error) self->error_ = resolverError(error);
         for (const auto& entry : found) self->addresses_.push_back(entry.endpoint());
         self->tryNext();
       });
@@ -101,7 +101,7 @@ void Connector::tryNext() {
 
 void Connector::finishAttempt(std::size_t attempt, const asio::error_code& error) {
   if (error) {
-    giveUpOn(attempt, errorOf(error));
+    giveUpOn(attempt, networkError(error.value()));
   } else if (handler_ && attempt == attempt_ && socket_.is_open()) {
     asio::error_code ignored;
     socket_.set_option(tcp::no_delay{true}, ignored);

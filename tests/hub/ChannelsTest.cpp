@@ -24,6 +24,8 @@ struct MouseChannelTest : ::testing::Test {
     channel = std::make_shared<MouseChannel>(stream, std::move(handlers));
     channel->start();
   }
+  // A stream and who reads it hold each other until its end.
+  ~MouseChannelTest() override { stream->end(); }
 
   std::shared_ptr<FakeStream> stream = std::make_shared<FakeStream>();
   std::shared_ptr<MouseChannel> channel;
@@ -78,6 +80,7 @@ struct DisplayReceiverTest : ::testing::Test, FrameAssembler::Sink {
         [this](const std::string& problem) { ends.push_back(problem); });
     receiver->start();
   }
+  ~DisplayReceiverTest() override { stream->end(); }
 
   void onContextRequest(std::span<const std::uint8_t>) override {}
   void onDestroyContext() override {}
