@@ -11,12 +11,13 @@
 namespace tessel {
 namespace {
 
-const std::string kUnknown = "BVGBluetoothStateUnknown";
-const std::string kResetting = "BVGBluetoothStateResetting";
-const std::string kUnsupported = "BVGBluetoothStateUnsupported";
-const std::string kUnauthorized = "BVGBluetoothStateUnauthorized";
-const std::string kPoweredOff = " BVGBluetoothStatePoweredOff";
-const std::string kPoweredOn = "BVGBluetoothStatePoweredOn";
+// Never destroyed: observers may still be told while the process ends.
+const std::string& kUnknown = *new std::string{"BVGBluetoothStateUnknown"};
+const std::string& kResetting = *new std::string{"BVGBluetoothStateResetting"};
+const std::string& kUnsupported = *new std::string{"BVGBluetoothStateUnsupported"};
+const std::string& kUnauthorized = *new std::string{"BVGBluetoothStateUnauthorized"};
+const std::string& kPoweredOff = *new std::string{" BVGBluetoothStatePoweredOff"};
+const std::string& kPoweredOn = *new std::string{"BVGBluetoothStatePoweredOn"};
 
 constexpr const char* kManagerQueueLabel = "org.tessel.centralManagerQueue";
 

@@ -47,7 +47,7 @@ TSLDisplayConnection::~TSLDisplayConnection() {
     compressionSession_.set(nullptr);
     socketDispatchQueue_->async([encoder = std::move(encoder)] { encoder->invalidate(); });
   }
-  stopWithCompletionHandler([](const std::optional<Error>&) {});
+  stopWithCompletionHandler(nullptr);
 }
 
 void TSLDisplayConnection::startWithCompletionHandler(CompletionHandler handler) {

@@ -97,7 +97,8 @@ void TSLMouseConnection::activate() {
       60);
 }
 
-// A queue's thread may get here while the program ends: no error is made, as its domain may be gone.
+// A queue's thread may get here while the program ends: no error is made, as its domain may be
+// gone.
 TSLMouseConnection::~TSLMouseConnection() { tearDown(); }
 
 void TSLMouseConnection::startWithCompletionHandler(Completion completion) {

@@ -63,7 +63,10 @@ AsioQueue::AsioQueue(std::shared_ptr<Loop> loop) : loop_{std::move(loop)} {}
 
 AsioQueue::~AsioQueue() { loop_->keepRunning.reset(); }
 
-void AsioQueue::async(std::function<void()> task) { asio::post(loop_->context, std::move(task)); }
+void AsioQueue::async(std::function<void()> task) {
+  const auto loop = loop_;  // the task may drop the queue before the post has returned
+  asio::post(loop->context, std::move(task));
+}
 
 const std::string& AsioQueue::label() const { return loop_->label; }
 
