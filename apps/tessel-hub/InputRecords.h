@@ -55,7 +55,10 @@ struct HubKey {
   bool special = false;
   std::int16_t code = 0;
 
-  auto operator<=>(const HubKey&) const = default;
+  bool operator==(const HubKey&) const = default;
+  bool operator<(const HubKey& other) const {
+    return special != other.special ? other.special : code < other.code;
+  }
 };
 
 constexpr KeyRecord keyRecord(HubKey key, bool down) {

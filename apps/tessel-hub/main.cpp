@@ -81,11 +81,12 @@ int run(const HubOptions& options, std::optional<Script> script) {
   return 0;
 }
 
-}  // namespace
+int complain(const std::exception& error, int exitCode) {
+  std::fprintf(stderr, "tessel-hub: %s\n", error.what());
+  return exitCode;
+}
 
-int main(int argc, char** argv) {
-  // A reader of standard output that goes away must not end a cast.
-  std::signal(SIGPIPE, SIG_IGN);
+int runWithArguments(int argc, char** argv) {
   const std::variant<HubOptions, HubOptions::Answer> parsed = HubOptions::parse(argc, argv);
   if (const auto* answer = std::get_if<HubOptions::Answer>(&parsed)) {
     std::fputs(answer->text.c_str(), answer->exitCode == 0 ? stdout : stderr);
@@ -96,13 +97,19 @@ int main(int argc, char** argv) {
   try {
     script = loadScript(options.script);
   } catch (const std::exception& error) {
-    std::fprintf(stderr, "tessel-hub: %s\n", error.what());
-    return kWrongUsage;
+    return complain(error, kWrongUsage);
   }
+  return run(options, std::move(script));
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  // A reader of standard output that goes away must not end a cast.
+  std::signal(SIGPIPE, SIG_IGN);
   try {
-    return run(options, std::move(script));
+    return runWithArguments(argc, argv);
   } catch (const std::exception& error) {
-    std::fprintf(stderr, "tessel-hub: %s\n", error.what());
-    return kFailed;
+    return complain(error, kFailed);
   }
 }
