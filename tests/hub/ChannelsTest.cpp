@@ -27,12 +27,6 @@ struct MouseChannelTest : ::testing::Test {
   // A stream and who reads it hold each other until its end.
   ~MouseChannelTest() override { stream->end(); }
 
-  // A read under way keeps stream and channel alive.
-  ~MouseChannelTest() override {
-    channel->close();
-    stream->end();
-  }
-
   std::shared_ptr<FakeStream> stream = std::make_shared<FakeStream>();
   std::shared_ptr<MouseChannel> channel;
   int ready = 0;
@@ -87,11 +81,6 @@ struct DisplayReceiverTest : ::testing::Test, FrameAssembler::Sink {
     receiver->start();
   }
   ~DisplayReceiverTest() override { stream->end(); }
-
-  ~DisplayReceiverTest() override {
-    receiver->close();
-    stream->end();
-  }
 
   void onContextRequest(std::span<const std::uint8_t>) override {}
   void onDestroyContext() override {}
