@@ -109,7 +109,7 @@ class TlsStream final : public ByteStream {
   Result handshake() override {
     if (!usable_) return failure(SSL_ERROR_SSL);
     ERR_clear_error();
-    const Result result = outcomeOf(SSL_connect(ssl_.get()), 0);
+    Result result = outcomeOf(SSL_connect(ssl_.get()), 0);
     // A peer that closes instead of answering has not finished what it never began.
     if (result.status == Status::kClosed) return failure(SSL_ERROR_SSL);
     established_ = result.status == Status::kDone;
