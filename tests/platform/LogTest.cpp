@@ -1,3 +1,4 @@
+#include <array>
 #include <atomic>
 #include <fstream>
 #include <gmock/gmock.h>
@@ -120,11 +121,11 @@ TEST_F(LogTest, LinesOfAnyLengthArriveWhole) {
 TEST_F(LogTest, LinesOfManyThreadsComeOneAtATime) {
   listen();  // writes lines_ without a lock of its own
   {
-    std::vector<std::jthread> threads;
-    for (int thread = 0; thread < 4; ++thread) {
-      threads.emplace_back([] {
+    std::array<std::jthread, 4> threads;
+    for (std::jthread& thread : threads) {
+      thread = std::jthread{[] {
         for (int i = 0; i < 500; ++i) log("line %d", i);
-      });
+      }};
     }
   }
   EXPECT_EQ(lines_.size(), 2000U);
@@ -177,7 +178,7 @@ TEST(JournalLogTest, IsNotAvailableWhereNothingListens) {
 TEST(JournalLogTest, IsAvailableWhereItsSocketStands) {
   const TemporaryFolder folder;
   const auto path = folder.path() / "socket";
-  std::ofstream{path};
+  const std::ofstream made{path};
   EXPECT_TRUE(platform::makeSystemLog(path)->available());
 }
 

@@ -90,7 +90,7 @@ void LoopbackPeer::waitUntilEndArrived() {
 }
 
 std::size_t LoopbackPeer::fill() {
-  const Bytes zeros(64 * 1024);
+  const Bytes zeros(65536);
   std::size_t sent = 0;
   for (;;) {
     const ssize_t count =

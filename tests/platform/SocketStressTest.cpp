@@ -2,7 +2,6 @@
 // round that fails can be run again by its number.
 
 #include <algorithm>
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <memory>
 #include <random>

@@ -1,10 +1,8 @@
 // What a ready connection carries, plain and over TLS.
 
 #include <cerrno>
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <memory>
-#include <numeric>
 #include <string>
 #include <vector>
 
@@ -15,7 +13,6 @@ namespace {
 
 using platform::ConnectionState;
 using platform::Received;
-using testing::ElementsAre;
 
 enum class Kind { kPlain, kTls };
 
