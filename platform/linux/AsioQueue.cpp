@@ -6,6 +6,8 @@
 #include <thread>
 #include <utility>
 
+#include "platform/linux/RunningLoops.h"
+
 namespace tessel::platform {
 namespace {
 
@@ -41,12 +43,6 @@ thread_local const void* runningLoop = nullptr;
 struct AsioQueue::Loop {
   explicit Loop(std::string name) : label{std::move(name)} {}
 
-  void run() {
-    nameThisThread(label);
-    runningLoop = this;
-    context.run();
-  }
-
   const std::string label;
   asio::io_context context;
   asio::executor_work_guard<asio::io_context::executor_type> keepRunning{context.get_executor()};
@@ -55,7 +51,11 @@ struct AsioQueue::Loop {
 std::shared_ptr<AsioQueue> AsioQueue::make(const std::string& label) {
   auto loop = std::make_shared<Loop>(label);
   const SignalsBlocked inherited;
-  std::thread{[loop] { loop->run(); }}.detach();
+  std::thread{[loop, &loops = RunningLoops::shared()] {
+    nameThisThread(loop->label);
+    runningLoop = loop.get();
+    loops.run({loop, &loop->context});
+  }}.detach();
   return std::shared_ptr<AsioQueue>{new AsioQueue{std::move(loop)}};
 }
 

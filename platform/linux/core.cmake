@@ -28,6 +28,7 @@ tessel_linux_service(core
     LinuxServices.cpp
     NetworkError.cpp
     PlainStream.cpp
+    RunningLoops.cpp
     SendQueue.cpp
     SocketChannel.cpp
     SocketConnection.cpp

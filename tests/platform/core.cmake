@@ -5,6 +5,7 @@ tessel_tests(core_tests
     LogTest.cpp
     LoopbackPeer.cpp
     MainQueueTest.cpp
+    ProcessExitTest.cpp
     SerialQueueTest.cpp
     SocketConnectionTest.cpp
     SocketStressTest.cpp
