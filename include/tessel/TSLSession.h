@@ -164,7 +164,6 @@ class TESSEL_EXPORT TSLSession : public XMLParserDelegate,
   TSLSession(const std::optional<std::string>& hostName, std::int64_t displayMode);
 
   bool moveState(std::int64_t from, std::int64_t to);
-  void tellState(std::int64_t state);
   void stopChannels();
 
   struct Fields;
