@@ -1,5 +1,6 @@
 #include "tessel/TSLSessionConfigration.h"
 
+#include <algorithm>
 #include <optional>
 #include <string_view>
 #include <variant>

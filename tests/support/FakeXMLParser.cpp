@@ -1,5 +1,6 @@
 #include "tests/support/FakeXMLParser.h"
 
+#include <algorithm>
 #include <array>
 #include <cctype>
 #include <string>
