@@ -27,6 +27,14 @@ class ConnectSequenceTest : public SessionFixture {
     EXPECT_EQ(delegate->calls[1], "state 0");
     EXPECT_THAT(delegate->errors, ElementsAre(error));
   }
+
+  void expectNothingIsTriedAgain() {
+    const auto requests = world.http.requests.size();
+    const auto connections = world.network.connections.size();
+    world.advance(60s);
+    EXPECT_EQ(world.http.requests.size(), requests);
+    EXPECT_EQ(world.network.connections.size(), connections);
+  }
 };
 
 TEST_F(ConnectSequenceTest, AllStepsInOrderEndInState2) {
@@ -51,12 +59,17 @@ TEST_F(ConnectSequenceTest, AllStepsInOrderEndInState2) {
   EXPECT_EQ(session->state(), TSLSessionStateConnected);
   EXPECT_THAT(delegate->calls, ElementsAre("state 1", "state 2"));
   EXPECT_THAT(
-      sequence(),
+      world.log.startingWith("-[TSLSession "),
       ElementsAre(
+          "-[TSLSession setState:]: ENTER, State: 1", "-[TSLSession setState:]: EXIT",
+          "-[TSLSession fetchDeviceDetailsWithCompletionHandler:]: ENTER/EXIT",
+          "-[TSLSession deviceDetailsURL]: ENTER/EXIT",
           "-[TSLSession connect]_block_invoke: Starting display connection",
           "-[TSLSession connect]_block_invoke_2: Display connected, starting mouse connection",
           "-[TSLSession connect]_block_invoke_3: Mouse connected, starting keyboard connection",
-          "-[TSLSession connect]_block_invoke_4: Keyboard connected, starting heartbeat timer"));
+          "-[TSLSession connect]_block_invoke_4: Keyboard connected, starting heartbeat timer",
+          "-[TSLSession setState:]: ENTER, State: 2", "-[TSLSession setState:]: EXIT",
+          "-[TSLSession HeartBeatfunc]: ENTER/EXIT"));
 }
 
 TEST_F(ConnectSequenceTest, ChannelsHoldTheSessionWeakly) {
@@ -138,6 +151,58 @@ TEST_F(ConnectSequenceTest, AFailedStepDropsTheChannelsMadeSoFar) {
   EXPECT_TRUE(display.expired());
   EXPECT_TRUE(mouse.expired());
   EXPECT_TRUE(hub.display->cancelled);
+}
+
+TEST_F(ConnectSequenceTest, AFailedStepLetsItsChannelsGoBeforeTheDelegateHearsOfIt) {
+  session->connect();
+  hub.takeDisplay();
+  ASSERT_NE(session->displayConnection(), nullptr);
+  ASSERT_NE(session->mouseConnection(), nullptr);
+  delegate->onState = [this](std::int64_t) {
+    EXPECT_EQ(session->displayConnection(), nullptr);
+    EXPECT_EQ(session->mouseConnection(), nullptr);
+  };
+  world.log.clear();
+  world.network.last()->refuse();
+  world.run();
+  EXPECT_THAT(delegate->calls, ElementsAre("state 1", "state 0", "failed 3"));
+  EXPECT_THAT(
+      world.log.startingWith("-[TSLSession "),
+      ElementsAre(
+          "-[TSLSession connect]_block_invoke_3: Mouse connection failed, aborting connection",
+          "-[TSLSession setState:]: ENTER, State: 0", "-[TSLSession setState:]: EXIT",
+          "-[TSLSession notifyConnectionDidFailWithError:]: ENTER"));
+}
+
+TEST_F(ConnectSequenceTest, AFailedStepIsNeverTriedAgain) {
+  const Error reset{platform::kURLErrorDomain, 56, "The connection was reset."};
+  hub.answersDetails = false;
+  session->connect();
+  world.http.last()->fail(reset);
+  world.run();
+  EXPECT_THAT(delegate->calls, ElementsAre("state 1", "state 0", "failed 56"));
+  expectNothingIsTriedAgain();
+
+  hub.answersDetails = true;
+  hub.answersLaunch = false;
+  delegate->calls.clear();
+  session->connect();
+  world.run();
+  EXPECT_EQ(world.http.last()->request.method, "POST");
+  world.http.last()->fail(reset);
+  world.run();
+  EXPECT_THAT(delegate->calls, ElementsAre("state 1", "state 0", "failed 56"));
+  expectNothingIsTriedAgain();
+
+  hub.answersLaunch = true;
+  delegate->calls.clear();
+  session->connect();
+  world.run();
+  world.advance(2s);
+  world.network.last()->refuse();
+  world.run();
+  EXPECT_THAT(delegate->calls, ElementsAre("state 1", "state 0", "failed 3"));
+  expectNothingIsTriedAgain();
 }
 
 TEST_F(ConnectSequenceTest, AFailedDropIsNoDisconnect) {
@@ -234,13 +299,21 @@ TEST_F(ConnectSequenceTest, CancelConnectInState1YieldsOneFailureWithCode5AndLea
   EXPECT_TRUE(world.log.has("-[TSLSession cancelConnect]: Enter"));
 }
 
-TEST_F(ConnectSequenceTest, CancelConnectInState0Or2OnlyLogs) {
+TEST_F(ConnectSequenceTest, CancelConnectInState0OnlyLogs) {
   session->cancelConnect();
-  EXPECT_EQ(world.log.count("-[TSLSession cancelConnect]: Enter"), 1);
+  world.advance(60s);
+  EXPECT_THAT(world.log.lines(), ElementsAre("-[TSLSession cancelConnect]: Enter"));
+  EXPECT_THAT(delegate->calls, IsEmpty());
+  EXPECT_THAT(world.http.requests, IsEmpty());
+  EXPECT_EQ(session->state(), TSLSessionStateDisconnected);
+}
+
+TEST_F(ConnectSequenceTest, CancelConnectInState2OnlyLogs) {
   bringUp();
   delegate->calls.clear();
+  world.log.clear();
   session->cancelConnect();
-  EXPECT_EQ(world.log.count("-[TSLSession cancelConnect]: Enter"), 2);
+  EXPECT_THAT(world.log.lines(), ElementsAre("-[TSLSession cancelConnect]: Enter"));
   EXPECT_THAT(delegate->calls, IsEmpty());
   EXPECT_EQ(session->state(), TSLSessionStateConnected);
 }
@@ -266,6 +339,44 @@ TEST_F(ConnectSequenceTest, AStepThatCompletesAfterDisconnectContinuesTheSequenc
   EXPECT_THAT(hub.polls(), IsEmpty());
 }
 
+TEST_F(ConnectSequenceTest, ADisplayStartThatCompletesAfterDisconnectStillStartsTheNextChannels) {
+  session->connect();
+  world.run();
+  ASSERT_NE(session->displayConnection(), nullptr);
+  session->disconnect();
+  hub.takeChannels();
+  EXPECT_THAT(delegate->calls, ElementsAre("state 1", "state 0", "state 2"));
+  EXPECT_EQ(session->displayConnection(), nullptr);
+  EXPECT_NE(session->mouseConnection(), nullptr);
+  EXPECT_NE(session->keyBoardConnection(), nullptr);
+  EXPECT_TRUE(hub.display->cancelled);
+}
+
+TEST_F(ConnectSequenceTest, ADisconnectWhileTheMouseChannelOpensEndsTheSequence) {
+  session->connect();
+  hub.takeDisplay();
+  ASSERT_NE(session->mouseConnection(), nullptr);
+  session->disconnect();
+  world.advance(60s);
+  EXPECT_THAT(delegate->calls, ElementsAre("state 1", "state 0"));
+  EXPECT_EQ(session->mouseConnection(), nullptr);
+  EXPECT_EQ(session->keyBoardConnection(), nullptr);
+}
+
+// Its channel is closed under the start, which reads as success.
+TEST_F(ConnectSequenceTest, ADisconnectWhileTheKeyboardChannelOpensIsFollowedByState2Again) {
+  session->connect();
+  hub.takeDisplay();
+  hub.takeMouse();
+  ASSERT_NE(session->keyBoardConnection(), nullptr);
+  session->disconnect();
+  world.run();
+  EXPECT_THAT(delegate->calls, ElementsAre("state 1", "state 0", "state 2"));
+  EXPECT_EQ(session->keyBoardConnection(), nullptr);
+  world.advance(60s);
+  EXPECT_THAT(hub.polls(), IsEmpty());
+}
+
 TEST_F(ConnectSequenceTest, ALateFailureAfterDisconnectIsStillReported) {
   hub.answersDetails = false;
   session->connect();
@@ -275,11 +386,18 @@ TEST_F(ConnectSequenceTest, ALateFailureAfterDisconnectIsStillReported) {
   EXPECT_THAT(delegate->calls, ElementsAre("state 1", "state 0", "failed 7"));
 }
 
-TEST_F(ConnectSequenceTest, AMultiTokenSessionAppendsTheLastPieceOfTheStopURL) {
+TEST_F(ConnectSequenceTest, AMultiTokenSessionPollsItsInstanceOnceTheKeyboardChannelIsUp) {
   hub.details = "<d><specVersion>1.6</specVersion></d>";
   hub.launchHeaders = {{"Location", "http://10.0.0.7:8008/apps/CasterApp/abc"}};
-  bringUp();
+  session->connect();
+  hub.takeDisplay();
+  hub.takeMouse();
+  EXPECT_EQ(session->applicationName(), "CasterApp");
+  hub.takeKeyBoard();
   EXPECT_EQ(session->applicationName(), "CasterApp/abc");
+  world.advance(5s);
+  ASSERT_GE(hub.polls().size(), 2U);
+  EXPECT_EQ(hub.polls().back()->request.url, "http://10.0.0.7:8008/apps/CasterApp/abc");
 }
 
 TEST_F(ConnectSequenceTest, AMultiTokenSessionWithoutAStopURLKeepsItsApplicationName) {
