@@ -63,6 +63,8 @@ TEST_F(HeartbeatTest, AHubThatStopsAnsweringEndsTheSessionWithState0ThenCode3) {
                             "be terminated."),
             1);
   EXPECT_TRUE(hub.display->cancelled);
+  world.advance(60s);
+  EXPECT_TRUE(endedAccidentally()) << "nothing more is told";
 }
 
 TEST_F(HeartbeatTest, TheTickThatEndsTheSessionDoesNotPoll) {
@@ -164,9 +166,15 @@ TEST_F(HeartbeatTest, TicksRunOnTheMainQueue) {
 }
 
 TEST_F(HeartbeatTest, WithoutAnApplicationURLThePollFails) {
+  hub.answersPolls = false;
   session->setApplicationURL(std::nullopt);
+  const auto before = session->lastactive();
   world.advance(5s);
   EXPECT_EQ(world.http.last()->request.url, "");
+  world.http.last()->fail({platform::kURLErrorDomain, 3, "The URL is not valid."});
+  world.run();
+  EXPECT_TRUE(world.log.has("Get error :The URL is not valid."));
+  EXPECT_EQ(session->lastactive(), before);
 }
 
 class HeartbeatStartTest : public SessionFixture {};
