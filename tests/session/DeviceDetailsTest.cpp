@@ -1,5 +1,6 @@
 // The device details of a hub, which is a stranger on the network.
 #include "session/deviceDetail.h"
+#include "tessel/Log.h"
 #include "tests/session/SessionFixture.h"
 
 namespace tessel::test {
@@ -135,8 +136,11 @@ TEST_F(DeviceDetailsTest, SSL443OnHost10007YieldsTheSSLURLWhateverTheHeaderSaid)
   EXPECT_TRUE(session->sslEnabled());
   EXPECT_EQ(session->lauchport(), 443);
   EXPECT_EQ(session->applicationURL(), "https://10.0.0.7:443/apps/");
-  EXPECT_TRUE(world.log.has("Hub has enabled SSL connection."));
-  EXPECT_TRUE(world.log.has("New lauch url is https://10.0.0.7:443/apps/"));
+  EXPECT_THAT(
+      world.log.lines(),
+      ElementsAre("-[TSLSession fetchDeviceDetailsWithCompletionHandler:]: ENTER/EXIT",
+                  "-[TSLSession deviceDetailsURL]: ENTER/EXIT", "Hub has enabled SSL connection.",
+                  "New lauch url is https://10.0.0.7:443/apps/"));
 }
 
 TEST_F(DeviceDetailsTest, SSL0LeavesTheHeadersURLAndLauchport55555) {
@@ -147,6 +151,7 @@ TEST_F(DeviceDetailsTest, SSL0LeavesTheHeadersURLAndLauchport55555) {
     EXPECT_EQ(session->applicationURL(), "http://10.0.0.7:8008/apps/") << text;
   }
   EXPECT_FALSE(world.log.has("Hub has enabled SSL connection."));
+  EXPECT_THAT(world.log.startingWith("New lauch url is"), IsEmpty());
 }
 
 TEST_F(DeviceDetailsTest, AnSSLPortOutOfRangeIsStoredAsItStands) {
@@ -223,6 +228,30 @@ TEST_F(DeviceDetailsTest, ElementNamesAreComparedExactly) {
 TEST_F(DeviceDetailsTest, ElementsMayStandAtAnyDepth) {
   fetchElements("<a><b c='d'><specVersion>1.6</specVersion></b></a>");
   EXPECT_TRUE(session->multiTokenProtocol());
+}
+
+TEST_F(DeviceDetailsTest, TextOfNestedElementsIsNotTheElementsOwn) {
+  EXPECT_EQ(fetchElements("<specVersion><number>1.6</number></specVersion>"
+                          "<SSL><port>443</port></SSL><busy><now>1</now></busy>"),
+            std::nullopt);
+  EXPECT_FALSE(session->newProtocol());
+  EXPECT_FALSE(session->sslEnabled());
+  EXPECT_FALSE(session->busyStatus());
+  EXPECT_THAT(world.log.startingWith("Application Name:"), IsEmpty());
+}
+
+TEST_F(DeviceDetailsTest, TheyAreReadAndReportedOnTheURLSessionsCallbackQueue) {
+  bool readThere = false;
+  bool reportedThere = false;
+  setLogSink([&](std::string_view line) {
+    if (line == "Application Name:CasterApp") readThere = world.http.last()->onCallbackQueue();
+  });
+  session->fetchDeviceDetailsWithCompletionHandler(
+      [&](const std::optional<Error>&) { reportedThere = world.http.last()->onCallbackQueue(); });
+  world.run();
+  setLogSink(nullptr);
+  EXPECT_TRUE(readThere);
+  EXPECT_TRUE(reportedThere);
 }
 
 TEST_F(DeviceDetailsTest, MalformedXMLEndsTheEvaluationWithoutAnError) {
@@ -307,6 +336,16 @@ TEST_F(deviceDetailTest, EveryChunkIsEvaluatedOnItsOwn) {
   detail->didStartElement("specVersion");
   detail->foundCharacters("1.");
   detail->foundCharacters("6");
+  EXPECT_FALSE(session->newProtocol());
+}
+
+TEST_F(deviceDetailTest, AVersionOfOneCharacterIsNotEvaluated) {
+  detail->didStartElement("specVersion");
+  detail->foundCharacters(".");
+  detail->foundCharacters("..");  // three parts
+  EXPECT_THAT(world.log.lines(), IsEmpty());
+  detail->foundCharacters("1.");
+  EXPECT_THAT(world.log.lines(), ElementsAre("Application Name:ReceiverAppV1"));
   EXPECT_FALSE(session->newProtocol());
 }
 

@@ -63,6 +63,7 @@ std::shared_ptr<SimExchange> SimHTTP::last() const {
 std::shared_ptr<URLSession> SimHTTP::makeSession(
     std::optional<platform::Clock::Duration> requestTimeout) {
   ++sessionsMade;
+  lastRequestTimeout = requestTimeout;
   return std::make_shared<SimURLSession>(*this, requestTimeout.value_or(std::chrono::seconds{60}));
 }
 

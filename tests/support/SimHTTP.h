@@ -20,6 +20,9 @@ class SimExchange : public std::enable_shared_from_this<SimExchange> {
   platform::Clock::Duration timeout{};
   bool answered = false;
 
+  /// Whether the caller runs on the callback queue of the session that made the request.
+  bool onCallbackQueue() const { return queue_->isCurrent(); }
+
   /// Header names in any case.
   void respond(const std::string& body, const std::map<std::string, std::string>& headers = {},
                long status = 200);
@@ -43,6 +46,8 @@ class SimHTTP final : public platform::URLSessions {
   /// Called for every request as it is made: a place to answer it at once.
   std::function<void(SimExchange&)> onRequest;
   int sessionsMade = 0;
+  /// What the session made last was asked for; none: the default.
+  std::optional<platform::Clock::Duration> lastRequestTimeout;
 
   /// The request made last; null when there is none.
   std::shared_ptr<SimExchange> last() const;
