@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include "tessel/TSLSession.h"
 #include "tessel/TSLSessionConfigration.h"
 #include "tessel/VexCfg.h"
 #include "tests/support/SimWorld.h"
@@ -32,11 +33,17 @@ TEST_F(TSLSessionConfigrationTest, Defaults) {
   EXPECT_EQ(config->sessionSize(), (Size{0, 0}));
 }
 
-TEST_F(TSLSessionConfigrationTest, AKeyThatIsNOGivesFlag0AndADeletedKeyGives1Again) {
-  EXPECT_EQ(flagWith({false}), 0);
+TEST_F(TSLSessionConfigrationTest,
+       AFileThatSaysNOGivesSessionsFlag0AndADeletedKeyGivesLaterOnes1Again) {
+  world.files.files[kFile] = PropertyListDictionary{{kKey, {false}}};
+  const auto session = TSLSession::initWithHostName("10.0.0.7", 0);
+  const auto next = TSLSession::initWithHostName("10.0.0.8", 0);
+  EXPECT_EQ(session->sessionConfig()->autoDisconnectCastingWhenCloseLaptop(), 0);
+  EXPECT_EQ(next->sessionConfig()->autoDisconnectCastingWhenCloseLaptop(), 0);
   world.files.files[kFile] = PropertyListDictionary{};
-  EXPECT_EQ(TSLSessionConfigration::initWithDefaultvalue()->autoDisconnectCastingWhenCloseLaptop(),
-            1);
+  const auto later = TSLSession::initWithHostName("10.0.0.7", 0);
+  EXPECT_EQ(later->sessionConfig()->autoDisconnectCastingWhenCloseLaptop(), 1);
+  EXPECT_EQ(session->sessionConfig()->autoDisconnectCastingWhenCloseLaptop(), 0);
 }
 
 TEST_F(TSLSessionConfigrationTest, SettingsMadeBeforeAChangeOfTheFileStay) {

@@ -1,4 +1,6 @@
+#include <cstdlib>
 #include <gtest/gtest.h>
+#include <iostream>
 
 #include "tessel/VexCfg.h"
 #include "tests/support/SimWorld.h"
@@ -24,6 +26,34 @@ TEST_F(VexCfgTest, FirstUseCreatesTheFolderCopiesTheDefaultFileAndLoadsIt) {
   EXPECT_EQ(world.files.files[kFile], kDefaults);
   EXPECT_TRUE(file->fileExist());
   EXPECT_FALSE(file->fileModified());
+  EXPECT_EQ(file->pCfgDict(), kDefaults);
+  EXPECT_TRUE(world.log.lines().empty());
+}
+
+// In a process of its own, which has not used the shared file yet.
+TEST_F(VexCfgTest, TheFirstSharedCfgFileCreatesTheFolderCopiesTheDefaultFileAndLoadsIt) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(
+      {
+        const bool fresh = world.files.folders.empty() && !world.files.files.contains(kFile);
+        const auto file = VexCfg::sharedCfgFile();
+        const bool copied =
+            world.files.files.contains(kFile) && world.files.files[kFile] == kDefaults;
+        std::cerr << "fresh " << fresh << ", folder " << world.files.folders.contains(kFolder)
+                  << ", copied " << copied << ", fileExist " << file->fileExist() << ", loaded "
+                  << (file->pCfgDict() == kDefaults) << "\n";
+        std::exit(0);
+      },
+      testing::ExitedWithCode(0), "fresh 1, folder 1, copied 1, fileExist 1, loaded 1");
+}
+
+TEST_F(VexCfgTest, AMissingFileInAnExistingFolderIsCopied) {
+  world.files.folders.insert(kFolder);
+  world.files.createFailure = Error{"posix", 17, "File exists"};  // it is not made again
+  const auto file = VexCfg::init();
+  ASSERT_TRUE(world.files.files.contains(kFile));
+  EXPECT_EQ(world.files.files[kFile], kDefaults);
+  EXPECT_TRUE(file->fileExist());
   EXPECT_EQ(file->pCfgDict(), kDefaults);
   EXPECT_TRUE(world.log.lines().empty());
 }
