@@ -79,7 +79,7 @@ def start_editor(processes, folder):
     environment = dict(os.environ, HOME=str(folder / "home"), XDG_CONFIG_HOME=str(settings.parent),
                        GTK_OVERLAY_SCROLLING="0", NO_AT_BRIDGE="1")
     processes.start("l3afpad", str(document), env=environment, stderr=subprocess.DEVNULL)
-    deadline = time.monotonic() + 15
+    deadline = time.monotonic() + 60  # its first start on a busy machine takes long
     while time.monotonic() < deadline:
         found = subprocess.run(["xwininfo", "-name", document.name], capture_output=True, text=True,
                                timeout=10, check=False)
@@ -88,7 +88,7 @@ def start_editor(processes, folder):
                        ("Absolute upper-left X", "Absolute upper-left Y", "Width", "Height")]
             return document, numbers
         time.sleep(0.1)
-    raise SystemExit("The editor did not start.")
+    raise SystemExit("The editor showed no window within a minute. Try it by itself: l3afpad")
 
 
 def write_script(path, window, screen, seconds):

@@ -66,7 +66,7 @@ void TSLSessionDelegate::connectionFailedWithError(const std::shared_ptr<TSLSess
 
 std::shared_ptr<TSLSession> TSLSession::initWithHostName(const std::optional<std::string>& hostName,
                                                          std::int64_t displayMode) {
-  const std::shared_ptr<TSLSession> session{new TSLSession{hostName, displayMode}};
+  std::shared_ptr<TSLSession> session{new TSLSession{hostName, displayMode}};
   auto& queues = *platform::services().queues;
   session->setHeartbeattimer(queues.makeTimer(queues.mainQueue(), 0s, kHeartbeatPeriod,
                                               [weak = session->weak_from_this()] {

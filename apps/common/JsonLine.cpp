@@ -5,7 +5,7 @@
 namespace tessel::apps {
 
 struct JsonLine::Object {
-  nlohmann::ordered_json json;
+  nlohmann::ordered_json json = nlohmann::ordered_json::object();
 };
 
 JsonLine::JsonLine(const std::string& event) : object_{std::make_unique<Object>()} {
