@@ -39,6 +39,29 @@ bool endsStream(const Received& received) {
   return received.isComplete && (!received.context || received.context->isFinal);
 }
 
+bool isRefusal(const std::optional<Error>& error) {
+  return error && error->code == platform::kConnectionRefused;
+}
+
+// Needs no display connection: the last state of an ordinary stop comes when that is gone.
+void logState(ConnectionState state, const std::optional<Error>& error) {
+  switch (state) {
+    case ConnectionState::kWaiting:
+      platform::log("%s: nw_connection_state_waiting, errno: %d", kState, errno);
+      if (isRefusal(error)) platform::log("%s: closing due to refused connection", kState);
+      return;
+    case ConnectionState::kReady:
+      return platform::log("%s: nw_connection_state_ready", kState);
+    case ConnectionState::kFailed:
+      return platform::log("%s: nw_connection_state_failed", kState);
+    case ConnectionState::kCancelled:
+      return platform::log("%s: nw_connection_state_cancelled", kState);
+    case ConnectionState::kInvalid:
+    case ConnectionState::kPreparing:
+      return;
+  }
+}
+
 bool fail(std::optional<Error>& error, long code) {
   error = Error{TSLErrorDomain, code, {}};
   return false;
@@ -78,6 +101,7 @@ std::shared_ptr<platform::NetworkConnection> TSLDisplayConnection::openConnectio
   connected_ = false;
   connection->setStateChangedHandler(
       [weak = weak_from_this()](ConnectionState state, const std::optional<Error>& error) {
+        logState(state, error);
         if (const auto self = weak.lock()) self->didChangeState(state, error);
       });
   return connection;
@@ -91,20 +115,12 @@ void TSLDisplayConnection::didChangeState(ConnectionState state,
   };
   switch (state) {
     case ConnectionState::kWaiting:
-      platform::log("%s: nw_connection_state_waiting, errno: %d", kState, errno);
-      if (error && error->code == platform::kConnectionRefused) {
-        platform::log("%s: closing due to refused connection", kState);
-        settle(false);
-      }
+      if (isRefusal(error)) settle(false);
       return;
     case ConnectionState::kReady:
-      platform::log("%s: nw_connection_state_ready", kState);
       return settle(true);
     case ConnectionState::kFailed:
-      platform::log("%s: nw_connection_state_failed", kState);
-      return settle(false);
     case ConnectionState::kCancelled:
-      platform::log("%s: nw_connection_state_cancelled", kState);
       return settle(false);
     case ConnectionState::kInvalid:
     case ConnectionState::kPreparing:

@@ -89,6 +89,15 @@ TEST_F(DisplayStopTest, ItsDestructionStops) {
   EXPECT_EQ(encoder()->invalidations, 1);
 }
 
+TEST_F(DisplayStopTest, AStopsCancelIsLoggedEvenWhenTheConnectionIsGone) {
+  startUntilCasting();
+  stop();
+  display.reset();
+  world.log.clear();
+  world.run();
+  EXPECT_THAT(world.log.lines(), ElementsAre(kCancelled));
+}
+
 TEST_F(DisplayStopTest, AfterATimeOutItsDestructionEndsTheEncoderAndTheConnection) {
   startUntilNegotiating();
   world.advance(5s);

@@ -49,6 +49,11 @@ class DisplayTest : public testing::Test {
 inline const Bytes kContextResponse = {4, 0, 0x81, 0};
 inline const Bytes kAcknowledgement = {4, 0, 0x87, 0};
 
+/// The line of a connection whose cancellation is done.
+inline const std::string kCancelled =
+    "-[TSLDisplayConnection startDisplaySocketReturningError:]_block_invoke: "
+    "nw_connection_state_cancelled";
+
 /// An error of the session's own domain.
 inline Error sessionError(long code) { return {TSLErrorDomain, code, ""}; }
 
