@@ -25,6 +25,9 @@ constexpr const char* kCompressed =
 
 constexpr int kFramesPerSecond = 30;
 
+// Status of encoding without an encoder: an invalid session.
+constexpr Status kNoEncoder = -12903;
+
 // A hub could acknowledge without end and never read. No frame is encoded while more than this
 // waits for the network; the credits keep an honest hub far below.
 constexpr std::size_t kMostUnsentBytes = std::size_t{32} << 20U;
@@ -129,13 +132,14 @@ void TSLDisplayConnection::didOutputSampleBuffer(const platform::SampleBuffer& s
     return;
   }
   const std::int64_t frame = frameCounter++;
-  const auto encoder = compressionSession();
-  if (!sampleBuffer.imageBuffer || !encoder) {
+  if (!sampleBuffer.imageBuffer) {
     platform::log("%s: unable to get CVPixelBufferRef for frame %" PRId64, kOutput, frame);
     return;
   }
+  const auto encoder = compressionSession();
+  const platform::PresentationTime time{frame, kFramesPerSecond};
   statistics_.encodingStarted(platform::services().clock->uptime());
-  const Status status = encoder->encodeFrame(sampleBuffer.imageBuffer, {frame, kFramesPerSecond});
+  const Status status = encoder ? encoder->encodeFrame(sampleBuffer.imageBuffer, time) : kNoEncoder;
   if (status != 0) {
     statistics_.encodingRefused();
     platform::log("%s: error encoding frame %" PRId64 ". status: %d", kOutput, frame, status);

@@ -232,6 +232,19 @@ TEST_F(DisplayVideoTest, AFrameThatTheEncoderRefusesIsLoggedAndCountsAndCostsIts
                                              std::to_string(lost) + ". status: -12905"));
 }
 
+TEST_F(DisplayVideoTest, AFrameWithoutAnEncoderIsOneThatCannotBeEncoded) {
+  startUntilCasting();
+  castFrame();
+  const auto last = encoder()->frames.at(0).value;
+  display = TSLDisplayConnection::initWithHub(session);
+  startUntilConnecting();
+  world.log.clear();
+  display->didOutputSampleBuffer({std::make_shared<platform::PixelBuffer>(), {}});
+  EXPECT_EQ(display->ackedSamples(), 5);
+  EXPECT_THAT(world.log.lines(), ElementsAre(kOutput + ": error encoding frame " +
+                                             std::to_string(last + 1) + ". status: -12903"));
+}
+
 TEST_F(DisplayVideoTest, AfterSixLossesOnlyAnAcknowledgementBringsFramesBack) {
   startUntilCasting();
   encoder()->encodeStatus = -12905;
