@@ -38,8 +38,7 @@ TSLDisplayConnection::TSLDisplayConnection(const std::shared_ptr<TSLSession>& hu
       socketDispatchQueue_{
           platform::services().queues->makeSerialQueue("org.tessel.displaySocket")},
       sampleBufferDispatchQueue_{
-          platform::services().queues->makeSerialQueue("org.tessel.sampleBuffer")},
-      gate_{*platform::services().clock} {}
+          platform::services().queues->makeSerialQueue("org.tessel.sampleBuffer")} {}
 
 TSLDisplayConnection::~TSLDisplayConnection() {
   // The last reference may go inside the encoder's callback, where the encoder cannot be ended.
@@ -51,6 +50,7 @@ TSLDisplayConnection::~TSLDisplayConnection() {
 }
 
 void TSLDisplayConnection::startWithCompletionHandler(CompletionHandler handler) {
+  abandoned_ = false;
   const auto session = hub();
   const URLRequest request = session ? launchRequest(*session) : URLRequest{"", "POST"};
   URLSession::tsl_sessionWithDefaultConfiguration()->dataTask(
@@ -104,7 +104,8 @@ void TSLDisplayConnection::openDebugMovieOutputStream() {
 
 void TSLDisplayConnection::stopWithCompletionHandler(const CompletionHandler& handler) {
   platform::log("%s: ENTER", "-[TSLDisplayConnection stopWithCompletionHandler:]");
-  gate_.abandon();
+  abandoned_ = true;
+  if (const auto gate = gate_.get()) gate->abandon();
   const auto connection = HubConnection();
   if (connection && connected_.exchange(false)) {
     stopped_ = true;

@@ -42,7 +42,7 @@ class TSLSession;
 ///
 /// Ownership. The session holds its display connection, which holds the session weakly. A start
 /// under way holds the connection; every other callback handed to the platform holds it weakly.
-/// The last reference may go on any of the threads above. One object serves one start.
+/// The last reference may go on any of the threads above. One object serves one start at a time.
 class TSLDisplayConnection : public XMLParserDelegate,
                              public platform::CaptureOutputDelegate,
                              public ByteSink,
@@ -169,12 +169,12 @@ class TSLDisplayConnection : public XMLParserDelegate,
  private:
   void didLaunch(const Bytes& body, const URLResponse& response, const CompletionHandler& handler);
   void openDebugMovieOutputStream();
-  std::shared_ptr<platform::NetworkConnection> openConnection(const std::string& hostName,
-                                                              bool tls);
+  std::shared_ptr<StartGate> makeGate();
+  std::shared_ptr<platform::NetworkConnection> openConnection(
+      const std::string& hostName, bool tls, const std::shared_ptr<StartGate>& gate);
   bool negotiate(std::optional<Error>& error);
   bool sendStartCommand(bool newProtocol);
   bool requestContext(Size size);
-  void didChangeState(platform::ConnectionState state, const std::optional<Error>& error);
   void didReceiveHeader(const std::shared_ptr<platform::NetworkConnection>& connection,
                         const platform::Received& received);
   // `name` is what the log calls the body, `header` how the read of its header ended.
@@ -185,16 +185,18 @@ class TSLDisplayConnection : public XMLParserDelegate,
   const std::weak_ptr<TSLSession> hub_;
   const std::shared_ptr<platform::SerialQueue> socketDispatchQueue_;
   const std::shared_ptr<platform::SerialQueue> sampleBufferDispatchQueue_;
-  StartGate gate_;  // the start waits here, the state handler and the stop let it go
   const Bytes readBuffer_ = Bytes(20000);
 
   std::atomic<bool> terminateAccidentally_{false};
   std::atomic<bool> connected_{false};
-  std::atomic<bool> stopped_{false};  // a connected channel was stopped
+  std::atomic<bool> stopped_{false};    // the channel was stopped while connected
+  std::atomic<bool> abandoned_{false};  // a stop came after the start
   FrameCredits credits_;
   FrameStatistics statistics_;
 
   // Written by the start, read from anywhere.
+  // The start waits at the gate, the state handler and the stop let it go.
+  platform::Synchronized<std::shared_ptr<StartGate>> gate_;
   platform::Synchronized<std::optional<std::string>> stopURL_;
   platform::Synchronized<std::optional<std::string>> sessionToken_;
   platform::Synchronized<std::optional<std::string>> xmlelementname_;

@@ -62,6 +62,23 @@ void logState(ConnectionState state, const std::optional<Error>& error) {
   }
 }
 
+// Whether a state leaves the channel up or down; none when that is still open.
+std::optional<bool> isUp(ConnectionState state, const std::optional<Error>& error) {
+  switch (state) {
+    case ConnectionState::kReady:
+      return true;
+    case ConnectionState::kFailed:
+    case ConnectionState::kCancelled:
+      return false;
+    case ConnectionState::kWaiting:
+      return isRefusal(error) ? std::optional{false} : std::nullopt;
+    case ConnectionState::kInvalid:
+    case ConnectionState::kPreparing:
+      break;
+  }
+  return std::nullopt;
+}
+
 bool fail(std::optional<Error>& error, long code) {
   error = Error{TSLErrorDomain, code, {}};
   return false;
@@ -83,49 +100,42 @@ bool TSLDisplayConnection::startDisplaySocketReturningError(std::optional<Error>
     return false;
   }
   credits_.set(kFramesInFlight);
-  const auto connection = openConnection(*hostName, tls);
+  const auto gate = makeGate();
+  const auto connection = openConnection(*hostName, tls, gate);
   platform::services().clock->sleep(kPauseBeforeConnecting);
   connection->start();
   doReceive(connection);
-  if (!gate_.wait()) connection->cancel();
+  if (!gate->wait()) connection->cancel();
   platform::log("%s: Socket Connected, resuming main thread", kStart);
   if (!connected_) return fail(error, kNotConnected);
   return negotiate(error);
 }
 
+// A stop may have come before there was a gate, while the launch was on its way.
+std::shared_ptr<StartGate> TSLDisplayConnection::makeGate() {
+  auto gate = std::make_shared<StartGate>(*platform::services().clock);
+  gate_.set(gate);
+  if (abandoned_) gate->abandon();
+  return gate;
+}
+
 std::shared_ptr<platform::NetworkConnection> TSLDisplayConnection::openConnection(
-    const std::string& hostName, bool tls) {
+    const std::string& hostName, bool tls, const std::shared_ptr<StartGate>& gate) {
   auto connection = platform::services().network->makeConnection(
       {hostName, TSLDisplayConnectorDefaultPort}, tls, socketDispatchQueue_);
   HubConnection_.set(connection);
   connected_ = false;
+  stopped_ = false;
   connection->setStateChangedHandler(
-      [weak = weak_from_this()](ConnectionState state, const std::optional<Error>& error) {
+      [weak = weak_from_this(), gate](ConnectionState state, const std::optional<Error>& error) {
         logState(state, error);
-        if (const auto self = weak.lock()) self->didChangeState(state, error);
+        const auto up = isUp(state, error);
+        const auto self = weak.lock();
+        if (!up || !self) return;
+        self->connected_ = *up;
+        gate->signal();
       });
   return connection;
-}
-
-void TSLDisplayConnection::didChangeState(ConnectionState state,
-                                          const std::optional<Error>& error) {
-  const auto settle = [this](bool connected) {
-    connected_ = connected;
-    gate_.signal();
-  };
-  switch (state) {
-    case ConnectionState::kWaiting:
-      if (isRefusal(error)) settle(false);
-      return;
-    case ConnectionState::kReady:
-      return settle(true);
-    case ConnectionState::kFailed:
-    case ConnectionState::kCancelled:
-      return settle(false);
-    case ConnectionState::kInvalid:
-    case ConnectionState::kPreparing:
-      return;
-  }
 }
 
 bool TSLDisplayConnection::negotiate(std::optional<Error>& error) {

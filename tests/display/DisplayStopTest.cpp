@@ -164,6 +164,21 @@ TEST_F(DisplayStopTest, AStopThatMeetsTheContextResponseLeavesNothingRunning) {
   EXPECT_FALSE(capture()->running);
 }
 
+TEST_F(DisplayStopTest, AStartAfterAStopWaitsForItsOwnChannel) {
+  startUntilCasting();
+  stop();
+  world.run();
+  startUntilConnecting();
+  world.advance(3600s);
+  EXPECT_EQ(outcomes.size(), 1U);
+  connection()->becomeReady();
+  world.run();
+  hubSends(kContextResponse);
+  EXPECT_THAT(outcomes, ElementsAre(std::nullopt, std::nullopt));
+  EXPECT_EQ(display->ackedSamples(), 6);
+  EXPECT_TRUE(capture()->running);
+}
+
 TEST_F(DisplayStopTest, AStartThatIsDroppedRunsToItsEndAndIsGone) {
   start();
   const std::weak_ptr<TSLDisplayConnection> weak = display;
