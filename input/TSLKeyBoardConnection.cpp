@@ -7,6 +7,7 @@
 #include <string>
 #include <utility>
 
+#include "input/HubChannel.h"
 #include "input/TSLKeyBoardSimulator.h"
 #include "platform/ByteOrder.h"
 #include "platform/ErrorText.h"
@@ -14,7 +15,6 @@
 #include "platform/Log.h"
 #include "platform/Services.h"
 #include "tessel/Constants.h"
-#include "tessel/TSLSession.h"
 
 namespace tessel {
 
@@ -75,7 +75,11 @@ void TSLKeyBoardConnection::stopWithCompletionHandler(Completion completion) {
 }
 
 bool TSLKeyBoardConnection::startKeyBoardSocketReturningError(std::optional<Error>& error) {
-  const auto connection = makeConnection();
+  // The session is let go again before the start blocks.
+  const auto connection = makeHubConnection(
+      hub(),
+      {.newProtocol = TSLKeyBoardConnectorDefaultPort, .oldProtocol = TSLKeyBoardConnectorOldPort},
+      keyboardQueue_);
   if (!connection) {
     error = Error{TSLErrorDomain, 2, {}};
     log("%s: hostName is NULL!", "-[TSLKeyBoardConnection startKeyBoardSocketReturningError:]");
@@ -96,18 +100,6 @@ bool TSLKeyBoardConnection::startKeyBoardSocketReturningError(std::optional<Erro
     }
   }
   return connected_;
-}
-
-// A connection to the session's hub; null when there is no host name. The session is let go
-// again before the start blocks.
-std::shared_ptr<NetworkConnection> TSLKeyBoardConnection::makeConnection() const {
-  const auto session = hub();
-  const auto hostName = session ? session->hostName() : std::nullopt;
-  if (!hostName) return nullptr;
-  const char* const port =
-      session->newProtocol() ? TSLKeyBoardConnectorDefaultPort : TSLKeyBoardConnectorOldPort;
-  return services().network->makeConnection({*hostName, port}, session->sslEnabled(),
-                                            keyboardQueue_);
 }
 
 // Blocks until the connection is ready, has failed or was cancelled; the network reports one of
@@ -166,7 +158,7 @@ bool TSLKeyBoardConnection::receiveEnded(const Received& received) {
     return true;
   }
   log("%s: ENTER", kBlock);
-  if (received.isComplete && (!received.context || received.context->isFinal)) {
+  if (isFinal(received)) {
     log("%s: ERROR IN Recieve", kBlock);
     connected_ = false;
     return true;

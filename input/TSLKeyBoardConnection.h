@@ -66,7 +66,6 @@ class TSLKeyBoardConnection : public std::enable_shared_from_this<TSLKeyBoardCon
   explicit TSLKeyBoardConnection(const std::shared_ptr<TSLSession>& hub);
 
  private:
-  std::shared_ptr<platform::NetworkConnection> makeConnection() const;
   void connectAndWait(const std::shared_ptr<platform::NetworkConnection>& connection);
   void received(const platform::Received& received,
                 const std::shared_ptr<platform::NetworkConnection>& connection);

@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "input/HubChannel.h"
 #include "input/MousePacket.h"
 #include "input/TSLMouseSimulator.h"
 #include "platform/ErrorText.h"
@@ -50,11 +51,6 @@ Error makeError(long code) { return Error{TSLErrorDomain, code, {}}; }
 
 void call(const TSLMouseConnection::Completion& completion, std::optional<Error> error) {
   if (completion) completion(std::move(error));
-}
-
-// Whether the peer has closed its side.
-bool isFinal(const Received& received) {
-  return received.isComplete && (!received.context || received.context->isFinal);
 }
 
 // Pixels lie below and to the right of their coordinates: of a rectangle's edges the left and the
@@ -103,17 +99,14 @@ TSLMouseConnection::~TSLMouseConnection() { tearDown(); }
 
 void TSLMouseConnection::startWithCompletionHandler(Completion completion) {
   static constexpr const char* kName = "-[TSLMouseConnection startWithCompletionHandler:]";
-  const auto session = hub();
-  const auto hostName = session ? session->hostName() : std::nullopt;
-  if (!hostName) {
+  const auto connection = makeHubConnection(
+      hub(), {.newProtocol = TSLMouseConnectorDefaultPort, .oldProtocol = TSLMouseConnectorOldPort},
+      mouseQueue_);
+  if (!connection) {
     call(completion, makeError(2));
     log("%s: hostName is NULL!", kName);
     return;
   }
-  const char* const port =
-      session->newProtocol() ? TSLMouseConnectorDefaultPort : TSLMouseConnectorOldPort;
-  const auto connection =
-      services().network->makeConnection({*hostName, port}, session->sslEnabled(), mouseQueue_);
   hubConnection_.set(connection);
   started_ = true;
   connection->setStateChangedHandler([weak = weak_from_this(), completion = std::move(completion)](

@@ -1,0 +1,22 @@
+#include "input/HubChannel.h"
+#include "tests/input/InputFixture.h"
+
+namespace tessel::test {
+namespace {
+
+using platform::ContentContext;
+using platform::Received;
+
+TEST(HubChannelTest, AReceiveIsFinalWhenItIsCompleteAndNoContextGoesOn) {
+  const auto judged = [](bool complete, std::optional<ContentContext> context) {
+    return isFinal(Received{Bytes{1}, context, complete, std::nullopt});
+  };
+  EXPECT_TRUE(judged(true, std::nullopt));
+  EXPECT_TRUE(judged(true, ContentContext{true}));
+  EXPECT_FALSE(judged(true, ContentContext{false}));
+  EXPECT_FALSE(judged(false, std::nullopt));
+  EXPECT_FALSE(judged(false, ContentContext{true}));
+}
+
+}  // namespace
+}  // namespace tessel::test
