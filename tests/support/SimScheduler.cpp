@@ -161,6 +161,11 @@ std::vector<std::string> SimScheduler::queueLabels() const {
   return labels;
 }
 
+std::string SimScheduler::currentQueueLabel() {
+  const Worker* worker = currentWorker();
+  return worker ? worker->label : std::string{};
+}
+
 int SimScheduler::runningTimers() const {
   return static_cast<int>(std::ranges::count_if(timers_, &SimTimer::live));
 }

@@ -64,6 +64,8 @@ class SimScheduler final : public platform::Clock, public platform::Queues {
 
   /// Labels of the queues made so far, the main queue's "main" first.
   std::vector<std::string> queueLabels() const;
+  /// Label of the queue that runs now; empty on the test's own thread.
+  static std::string currentQueueLabel();
   /// Timers that are resumed and not cancelled.
   int runningTimers() const;
 

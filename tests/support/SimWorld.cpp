@@ -1,7 +1,6 @@
 #include "tests/support/SimWorld.h"
 
 #include <algorithm>
-#include <iterator>
 
 #include "tessel/Log.h"
 #include "tests/support/FakeXMLParser.h"
@@ -46,30 +45,37 @@ Fake& as(const std::shared_ptr<Service>& service) {
 LogRecorder::LogRecorder() {
   setLogSink([this](std::string_view line) {
     const std::lock_guard lock{mutex_};
-    lines_.emplace_back(line);
+    lines_.push_back({std::string{line}, SimScheduler::currentQueueLabel()});
   });
 }
 
 LogRecorder::~LogRecorder() { setLogSink(nullptr); }
 
-std::vector<std::string> LogRecorder::lines() const {
-  const std::lock_guard lock{mutex_};
-  return lines_;
-}
+std::vector<std::string> LogRecorder::lines() const { return startingWith(""); }
 
 bool LogRecorder::has(std::string_view line) const { return count(line) > 0; }
 
 int LogRecorder::count(std::string_view line) const {
   const std::lock_guard lock{mutex_};
-  return static_cast<int>(std::ranges::count(lines_, line));
+  return static_cast<int>(std::ranges::count(lines_, line, &Line::text));
 }
 
 std::vector<std::string> LogRecorder::startingWith(std::string_view prefix) const {
   const std::lock_guard lock{mutex_};
   std::vector<std::string> found;
-  std::ranges::copy_if(lines_, std::back_inserter(found),
-                       [prefix](const std::string& line) { return line.starts_with(prefix); });
+  for (const Line& line : lines_) {
+    if (line.text.starts_with(prefix)) found.push_back(line.text);
+  }
   return found;
+}
+
+std::set<std::string> LogRecorder::queuesOf(std::string_view prefix) const {
+  const std::lock_guard lock{mutex_};
+  std::set<std::string> queues;
+  for (const Line& line : lines_) {
+    if (line.text.starts_with(prefix)) queues.insert(line.queue);
+  }
+  return queues;
 }
 
 void LogRecorder::clear() {

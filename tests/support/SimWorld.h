@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <mutex>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -33,11 +34,19 @@ class LogRecorder {
   int count(std::string_view line) const;
   /// Lines that begin with `prefix`.
   std::vector<std::string> startingWith(std::string_view prefix) const;
+  /// Labels of the simulated queues on which lines that begin with `prefix` were written; empty for
+  /// any other thread.
+  std::set<std::string> queuesOf(std::string_view prefix) const;
   void clear();
 
  private:
+  struct Line {
+    std::string text;
+    std::string queue;
+  };
+
   mutable std::mutex mutex_;  // guards lines_
-  std::vector<std::string> lines_;
+  std::vector<Line> lines_;
 };
 
 /// A whole computer, simulated, for as long as it lives. Make it first in a test, so that it goes
