@@ -33,6 +33,20 @@ TEST_F(DisplayStopTest, AStopEndsCaptureEncoderAndConnection) {
   EXPECT_THAT(world.log.lines(), ElementsAre(kStop));
 }
 
+TEST_F(DisplayStopTest, AStopEndsTheCaptureThenTheEncoderThenTheConnection) {
+  startUntilCasting();
+  // Shared: the encoder is ended once more when everything goes.
+  const auto ended = std::make_shared<std::vector<std::string>>();
+  capture()->onStop = [ended] { ended->emplace_back("capture"); };
+  encoder()->onInvalidate = [ended] { ended->emplace_back("encoder"); };
+  connection()->onCancel = [this, ended] {
+    EXPECT_FALSE(display->connected());
+    ended->emplace_back("connection");
+  };
+  stop();
+  EXPECT_THAT(*ended, ElementsAre("capture", "encoder", "connection"));
+}
+
 TEST_F(DisplayStopTest, AStopSendsNothing) {
   startUntilCasting();
   const std::size_t sends = connection()->sends.size();
@@ -57,9 +71,11 @@ TEST_F(DisplayStopTest, AStopOfAConnectionThatNeverConnectedOnlyLogsAndCallsItsH
   EXPECT_THAT(stops, ElementsAre(Optional(sessionError(5))));
 
   startUntilConnecting();
+  world.log.clear();
   stop();
   EXPECT_FALSE(connection()->cancelled);
-  EXPECT_EQ(stops.size(), 2U);
+  EXPECT_THAT(world.log.lines(), ElementsAre(kStop));
+  EXPECT_THAT(stops, ElementsAre(Optional(sessionError(5)), Optional(sessionError(5))));
 }
 
 TEST_F(DisplayStopTest, AStopMayDoWithoutAHandler) {

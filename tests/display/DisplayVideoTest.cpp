@@ -1,3 +1,6 @@
+#include <cstdlib>
+#include <iostream>
+
 #include "tests/display/DisplayTest.h"
 
 namespace tessel::test {
@@ -21,6 +24,14 @@ constexpr std::int64_t kFrameOnTheWire = 56 + 5;
 
 class DisplayVideoTest : public DisplayTest {
  protected:
+  // A frame without a block of data.
+  static std::shared_ptr<FakeEncodedSampleBuffer> brokenFrame() {
+    auto frame = std::make_shared<FakeEncodedSampleBuffer>();
+    frame->notSyncValue = true;
+    frame->data = platform::Status{-1};
+    return frame;
+  }
+
   std::optional<Error> setUpError;
 };
 
@@ -59,6 +70,9 @@ TEST_F(DisplayVideoTest, WithoutAScreenThereIsNoInput) {
   world.screens.list.clear();
   EXPECT_EQ(display->screenCaptureSessionWithSize({1280, 720}, setUpError), nullptr);
   EXPECT_EQ(setUpError, (Error{"AVFoundationErrorDomain", -11800, ""}));
+  EXPECT_THAT(world.log.lines(),
+              ElementsAre("-[TSLDisplayConnection screenCaptureSessionWithSize:error:]: "
+                          "Cannot add AVCaptureScreenInput to capture session!"));
 }
 
 TEST_F(DisplayVideoTest, AnOutputThatCannotBeAddedIsAnError) {
@@ -78,7 +92,7 @@ TEST_F(DisplayVideoTest, TheEncoderGetsItsThreePropertiesInOrder) {
   EXPECT_EQ(encoder()->width, 1280);
   EXPECT_EQ(encoder()->height, 720);
   EXPECT_THAT(encoder()->calls, ElementsAre("AllowFrameReordering 0", "RealTime 1",
-                                            "ExpectedFrameRate 30", "Prepare"));
+                                            "ExpectedFrameRate 30", "UsingHardware", "Prepare"));
   EXPECT_THAT(
       world.log.lines(),
       ElementsAre(kEncoderSetup + ": Compression session using hardware acceleration: YES"));
@@ -137,6 +151,22 @@ TEST_F(DisplayVideoTest, AFrameIsEncodedAndSent) {
   EXPECT_EQ(connection()->sends[before + 1], (Bytes{0, 0, 0, 1, 0x41}));
   EXPECT_EQ(display->ackedSamples(), 5);
   EXPECT_THAT(world.log.lines(), IsEmpty());
+}
+
+// A process of its own: the numbers are the process's.
+TEST_F(DisplayVideoTest, TheFirstFrameOfAProcessIsNumber1) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(
+      {
+        startUntilCasting();
+        castFrame();
+        castFrame();
+        std::cerr << "frames";
+        for (const auto& frame : encoder()->frames) std::cerr << " " << frame.value;
+        std::cerr << "\n";
+        std::_Exit(0);
+      },
+      testing::ExitedWithCode(0), "frames 1 2\n");
 }
 
 TEST_F(DisplayVideoTest, FramesAreNumberedAt30ASecond) {
@@ -275,8 +305,10 @@ TEST_F(DisplayVideoTest, AFailedCompressionIsLoggedWithWhetherTheFrameWasDropped
   startUntilCasting();
   const std::size_t before = connection()->sends.size();
   world.log.clear();
-  encoder()->output(-12909, 0x2, nullptr);
-  encoder()->output(-12909, 0x1, nullptr);
+  auto frame = std::make_shared<FakeEncodedSampleBuffer>();
+  frame->data = Bytes{0, 0, 0, 1, 0x41};
+  encoder()->output(-12909, 0x2, frame);
+  encoder()->output(-12909, 0x1, frame);
   world.run();
   EXPECT_THAT(world.log.lines(),
               ElementsAre(kCompressed + ": Compression failed. status: -12909, frame dropped: YES",
@@ -294,14 +326,23 @@ TEST_F(DisplayVideoTest, ASuccessWithoutAFrameIsLogged) {
   EXPECT_EQ(display->statistics().framesEncoded, 0);
 }
 
+TEST_F(DisplayVideoTest, AFrameThatTheEncoderDropsCostsItsCredit) {
+  startUntilCasting();
+  encoder()->automaticOutput = false;
+  castFrame();
+  const std::size_t before = connection()->sends.size();
+  encoder()->output(0, platform::kInfoFrameDropped, nullptr);
+  world.run();
+  EXPECT_EQ(connection()->sends.size(), before);
+  EXPECT_EQ(display->ackedSamples(), 5);
+}
+
 TEST_F(DisplayVideoTest, AFrameThatCannotBeConvertedIsNotSentAndKeepsItsCredit) {
   startUntilCasting();
   encoder()->automaticOutput = false;
   castFrame();
   const std::size_t before = connection()->sends.size();
-  auto broken = std::make_shared<FakeEncodedSampleBuffer>();
-  broken->data = platform::Status{-1};
-  encoder()->output(0, 0, broken);
+  encoder()->output(0, 0, brokenFrame());
   world.run();
   EXPECT_EQ(connection()->sends.size(), before);
   EXPECT_EQ(display->ackedSamples(), 5);
@@ -316,6 +357,37 @@ TEST_F(DisplayVideoTest, FramesAreConvertedButNotSentOnceTheChannelIsLost) {
   EXPECT_EQ(display->statistics().framesEncoded, 1);
   EXPECT_EQ(connection()->sends.size(), before);
   EXPECT_EQ(display->ackedSamples(), 5);
+
+  world.log.clear();
+  encoder()->output(0, 0, brokenFrame());
+  world.run();
+  EXPECT_THAT(world.log.lines(),
+              ElementsAre("-[TSLDisplayConnection elementaryStreamFromSampleBuffer:]: "
+                          "Failed to get block buffer data pointer. status: -1"));
+}
+
+TEST_F(DisplayVideoTest, StatesAndReceivesRunOnTheSocketQueueAndFramesOnTheSampleQueue) {
+  startUntilCasting();
+  hubSends({4, 0, 0x90, 0});
+  capture()->drop();
+  capture()->deliver({});
+  encoder()->output(0, 0, nullptr);
+  connection()->deliver({20, 0, 0x90, 0});
+  connection()->close();
+  world.run();
+  const std::string socket = display->socketDispatchQueue()->label();
+  const std::string sample = display->sampleBufferDispatchQueue()->label();
+  const std::string opening = "-[TSLDisplayConnection startDisplaySocketReturningError:]";
+  const std::string receive = "-[TSLDisplayConnection doReceive:]_block_invoke";
+  EXPECT_THAT(world.log.queuesOf(opening + ": "), ElementsAre("URL session"));
+  EXPECT_THAT(world.log.queuesOf(opening + "_block_invoke: "), ElementsAre(socket));
+  EXPECT_THAT(world.log.queuesOf(receive + ": "), ElementsAre(socket));
+  EXPECT_THAT(world.log.queuesOf(receive + "_2: "), ElementsAre(socket));
+  EXPECT_THAT(world.log.queuesOf(kOutput + ": "), ElementsAre(sample));
+  EXPECT_THAT(world.log.queuesOf("-[TSLDisplayConnection "
+                                 "captureOutput:didDropSampleBuffer:fromConnection:]"),
+              ElementsAre(sample));
+  EXPECT_THAT(world.log.queuesOf(kCompressed + ": "), ElementsAre("encoder callback"));
 }
 
 TEST_F(DisplayVideoTest, TheTimeInTheEncoderIsAddedUp) {

@@ -50,6 +50,7 @@ void FakeCaptureSession::startRunning() {
 void FakeCaptureSession::stopRunning() {
   running = false;
   ++stops;
+  if (onStop) onStop();
 }
 
 std::shared_ptr<FakeCaptureSession> FakeScreenCapture::last() const {
@@ -105,6 +106,7 @@ void FakeCompressionSession::setExpectedFrameRate(int framesPerSecond) {
 }
 
 StatusOr<bool> FakeCompressionSession::usingHardwareAcceleratedVideoEncoder() const {
+  calls.emplace_back("UsingHardware");
   return hardware;
 }
 
@@ -125,7 +127,10 @@ Status FakeCompressionSession::encodeFrame(const std::shared_ptr<const platform:
   return encodeStatus;
 }
 
-void FakeCompressionSession::invalidate() { ++invalidations; }
+void FakeCompressionSession::invalidate() {
+  ++invalidations;
+  if (onInvalidate) onInvalidate();
+}
 
 std::shared_ptr<FakeCompressionSession> FakeVideoEncoding::last() const {
   return sessions.empty() ? nullptr : sessions.back();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -21,6 +22,7 @@ class FakeCaptureSession final : public platform::CaptureSession {
   bool running = false;
   int starts = 0;
   int stops = 0;
+  std::function<void()> onStop;  ///< called in stopRunning()
 
   /// Hands a frame to the delegate on its queue; nothing happens while stopped.
   void deliver(const platform::SampleBuffer& sampleBuffer);
@@ -87,13 +89,14 @@ class FakeCompressionSession final : public platform::CompressionSession {
 
   const std::int32_t width;
   const std::int32_t height;
-  std::vector<std::string> calls;  ///< "AllowFrameReordering 0", ... in order
+  mutable std::vector<std::string> calls;  ///< "AllowFrameReordering 0", ... in order
   platform::StatusOr<bool> hardware = true;
   platform::Status prepareStatus = 0;
   platform::Status encodeStatus = 0;
   bool automaticOutput = true;
   std::vector<platform::PresentationTime> frames;
   int invalidations = 0;
+  std::function<void()> onInvalidate;  ///< called in invalidate()
 
   /// Calls the output callback on the encoder's queue.
   void output(platform::Status status, std::uint32_t infoFlags,

@@ -91,6 +91,7 @@ void SimConnection::send(const void* bytes, std::size_t length) {
 
 void SimConnection::cancel() {
   if (std::exchange(cancelled, true)) return;
+  if (onCancel) onCancel();
   breakWith({platform::kNetworkErrorDomain, 89, "Operation canceled"});
   enterState(ConnectionState::kCancelled);
 }

@@ -25,9 +25,10 @@ class SimConnection final : public platform::NetworkConnection,
   const bool tls;
   bool started = false;
   bool cancelled = false;
-  std::vector<Bytes> sends;  ///< every send by itself
-  std::size_t unsent = 0;    ///< what unsentBytes() answers
-  int receives = 0;          ///< receives asked for so far
+  std::vector<Bytes> sends;        ///< every send by itself
+  std::size_t unsent = 0;          ///< what unsentBytes() answers
+  int receives = 0;                ///< receives asked for so far
+  std::function<void()> onCancel;  ///< called in the first cancel()
 
   /// All bytes sent so far, as one run.
   Bytes sent() const;
