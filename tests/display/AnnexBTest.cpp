@@ -114,6 +114,12 @@ TEST_F(AnnexBTest, FourBytesOrFewerYieldNoUnit) {
   }
 }
 
+TEST_F(AnnexBTest, FourBytesBehindTheLastUnitYieldNoFurtherOne) {
+  frame.notSyncValue = true;
+  frame.data = Bytes{0, 0, 0, 2, 0x41, 7, 0, 0, 0, 9};
+  EXPECT_EQ(converted(), (Bytes{0, 0, 0, 1, 0x41, 7}));
+}
+
 TEST_F(AnnexBTest, ALengthPastTheEndIsCutToWhatIsThere) {
   frame.notSyncValue = true;
   frame.data = Bytes{0xFF, 0xFF, 0xFF, 0xFF, 0x41, 7};

@@ -13,14 +13,14 @@ const std::string kHeader = "-[TSLDisplayConnection doReceive:]_block_invoke";
 const std::string kBody = kHeader + "_2";
 const std::string kDisconnect =
     "-[TSLDisplayConnection disconnectSessionDueToConnectionError]: ENTER";
+const std::string kSessionDisconnect = "-[TSLSession disconnect]: ENTER";
+const std::string kMainQueue = "main";
 const Error kBroken{platform::kNetworkErrorDomain, 54, "Connection reset by peer"};
 
 class DisplayReceiveTest : public DisplayTest {
  protected:
   // How often the session was asked to disconnect.
-  int disconnects() {
-    return static_cast<int>(world.log.startingWith("-[TSLSession disconnect]: ENTER").size());
-  }
+  int disconnects() { return static_cast<int>(world.log.startingWith(kSessionDisconnect).size()); }
   // The lines of the receive loop.
   std::vector<std::string> lines() { return world.log.startingWith(kHeader); }
   // Completes the open receive and lets the world go on.
@@ -56,10 +56,11 @@ TEST_F(DisplayReceiveTest, AMessageOfLength4HasAnEmptyBody) {
 TEST_F(DisplayReceiveTest, AnUnknownCommandIsLoggedAndSkipped) {
   startUntilCasting();
   Bytes message = {20, 0, 0x90, 0};
-  message.resize(20, 0x87);
+  message.resize(20, 0x01);
   hubSends(message);
   EXPECT_THAT(lines(), ElementsAre(kHeader + ": VSCH_CMD_CREATE_CONTEXT_RESPONSE received",
                                    kHeader + ": received unknown command: 0x90"));
+  EXPECT_EQ(display->ackedSamples(), 6);
   hubSends(kAcknowledgement);
   EXPECT_EQ(display->ackedSamples(), 7);
 }
@@ -253,6 +254,22 @@ TEST_F(DisplayReceiveTest, TheSessionIsAskedOnTheMainQueueAndOnce) {
   world.run();
   EXPECT_EQ(session->state(), TSLSessionStateDisconnected);
   EXPECT_EQ(disconnects(), 1);
+}
+
+TEST_F(DisplayReceiveTest, TheSessionIsAskedOnTheMainQueueFromWhereverTheLossIsSeen) {
+  startUntilCasting();
+  complete(header(20));
+  complete({std::nullopt, std::nullopt, false, kBroken});
+  EXPECT_THAT(world.log.queuesOf(kDisconnect),
+              ElementsAre(display->socketDispatchQueue()->label()));
+  EXPECT_THAT(world.log.queuesOf(kSessionDisconnect), ElementsAre(kMainQueue));
+
+  display = TSLDisplayConnection::initWithHub(session);
+  world.log.clear();
+  display->disconnectSessionDueToConnectionError();
+  EXPECT_FALSE(world.log.has(kSessionDisconnect));
+  world.run();
+  EXPECT_THAT(world.log.queuesOf(kSessionDisconnect), ElementsAre(kMainQueue));
 }
 
 TEST_F(DisplayReceiveTest, ASessionThatIsGoneIsNotAsked) {

@@ -1,3 +1,5 @@
+#include <cerrno>
+
 #include "tessel/Constants.h"
 #include "tessel/DisplayMessages.h"
 #include "tests/display/DisplayTest.h"
@@ -75,6 +77,7 @@ TEST_F(DisplaySocketTest, TheConnectionStartsAfterAPauseOf2Seconds) {
   world.advance(1999ms);
   EXPECT_FALSE(connection()->started);
   EXPECT_EQ(connection()->receives, 0);
+  EXPECT_EQ(display->ackedSamples(), 6);
   world.advance(1ms);
   EXPECT_TRUE(connection()->started);
   EXPECT_EQ(connection()->receives, 1);
@@ -157,6 +160,15 @@ TEST_F(DisplaySocketTest, AStateThatComesBeforeTheWaitIsNotLost) {
   EXPECT_EQ(connection()->sends.size(), 2U);
 }
 
+TEST_F(DisplaySocketTest, TheWaitingLineTellsTheThreadsErrnoNotTheConnectionsCode) {
+  startUntilConnecting();
+  display->socketDispatchQueue()->async([] { errno = 4711; });
+  connection()->enterState(ConnectionState::kWaiting,
+                           Error{platform::kNetworkErrorDomain, 51, "Network unreachable"});
+  world.run();
+  EXPECT_THAT(lines(), ElementsAre(kState + ": nw_connection_state_waiting, errno: 4711"));
+}
+
 TEST_F(DisplaySocketTest, OtherWaitingConditionsKeepTheStartWaiting) {
   startUntilConnecting();
   connection()->enterState(ConnectionState::kWaiting,
@@ -197,6 +209,7 @@ TEST_F(DisplaySocketTest, TheRequestCarriesTheTruncatedSessionSize) {
   EXPECT_EQ(connection()->sends.at(1), contextRequest(1279, 720));
   EXPECT_EQ(encoder()->width, 1279);
   EXPECT_EQ(encoder()->height, 720);
+  EXPECT_EQ(capture()->output->size, (Size{1279.9, 720.7}));
 }
 
 TEST_F(DisplaySocketTest, ASessionSizeOf0By0FailsAtTheCaptureStep) {
@@ -205,6 +218,9 @@ TEST_F(DisplaySocketTest, ASessionSizeOf0By0FailsAtTheCaptureStep) {
   EXPECT_THAT(outcomes, ElementsAre(Optional(Error{"AVFoundationErrorDomain", -11800, ""})));
   EXPECT_THAT(connection()->sends, ElementsAre(Bytes{0, 0, 0, 0, 1, 0, 0, 0, 0}));
   EXPECT_EQ(display->captureSession(), nullptr);
+  EXPECT_TRUE(
+      world.log.has("-[TSLDisplayConnection screenCaptureSessionWithSize:error:]: "
+                    "Cannot add AVCaptureVideoDataOutput to capture session!"));
 }
 
 TEST_F(DisplaySocketTest, ACaptureThatCannotBeMadeEndsTheStartWithItsError) {
@@ -247,6 +263,56 @@ TEST_F(DisplaySocketTest, AFailedContextRequestEndsTheStartWithCode3) {
   startUntilNegotiating();
   EXPECT_THAT(outcomes, ElementsAre(Optional(sessionError(3))));
   EXPECT_NE(encoder(), nullptr);
+}
+
+// The opening by itself, on a thread that it may block.
+class DisplayOpeningTest : public DisplayTest {
+ protected:
+  void open() {
+    caller->async([this] { result = display->startDisplaySocketReturningError(error); });
+    world.advance(2s);
+  }
+
+  const std::shared_ptr<platform::SerialQueue> caller =
+      platform::services().queues->makeSerialQueue("caller");
+  std::optional<bool> result;
+  std::optional<Error> error;
+};
+
+TEST_F(DisplayOpeningTest, TheOpeningReturnsYes) {
+  open();
+  connection()->becomeReady();
+  world.run();
+  EXPECT_EQ(result, std::nullopt);
+  hubSends(kContextResponse);
+  EXPECT_THAT(result, Optional(true));
+  EXPECT_EQ(error, std::nullopt);
+}
+
+TEST_F(DisplayOpeningTest, TheOpeningReturnsNoWithItsError) {
+  open();
+  connection()->refuse();
+  world.run();
+  EXPECT_THAT(result, Optional(false));
+  EXPECT_THAT(error, Optional(sessionError(3)));
+
+  open();
+  connection()->becomeReady();
+  world.advance(5s);
+  EXPECT_THAT(result, Optional(false));
+  EXPECT_THAT(error, Optional(sessionError(7)));
+
+  world.capture.outputAccepted = false;
+  open();
+  connection()->becomeReady();
+  world.run();
+  EXPECT_THAT(result, Optional(false));
+  EXPECT_THAT(error, Optional(Error{"AVFoundationErrorDomain", -11800, ""}));
+
+  display = TSLDisplayConnection::initWithHub(TSLSession::initWithHostName(std::nullopt, 0));
+  open();
+  EXPECT_THAT(result, Optional(false));
+  EXPECT_THAT(error, Optional(sessionError(2)));
 }
 
 TEST_F(DisplaySocketTest, SendingCopiesTheBytesAndAlwaysSucceeds) {
