@@ -63,6 +63,19 @@ TEST_F(CursorReportTest, TheCursorIsScaledToTheSession) {
   EXPECT_EQ(mouse->lastPoint(), (Point{1920.0 * 1001 / 3840, 1080.0 * 1159 / 2160}));
 }
 
+// A quotient first would give other last bits.
+TEST_F(CursorReportTest, TheCursorIsMultipliedFirstAndThenDivided) {
+  world.screens.list = {Screen{7, {{0, 0}, {1440, 900}}}};
+  const Point expected{1920.0 * 745 / 1440, 1080.0 * 51 / 900};
+  ASSERT_NE(expected.x, 745 / 1440.0 * 1920);
+  ASSERT_NE(expected.x, 745 * (1920.0 / 1440));
+  ASSERT_NE(expected.y, 51 / 900.0 * 1080);
+  ASSERT_NE(expected.y, 51 * (1080.0 / 900));
+  initialize();
+  moveTo({745, 51});
+  EXPECT_EQ(mouse->lastPoint(), expected);
+}
+
 TEST_F(CursorReportTest, TheFirstScreensOriginIsNotSubtracted) {
   world.screens.list = {Screen{7, {{100, 50}, {1920, 1080}}}};
   initialize();
@@ -83,6 +96,19 @@ TEST_F(CursorReportTest, ACursorOnASecondDisplayIsClampedAndNotScaled) {
               ElementsAre(report(1000, 480), report(1920, 380), report(0, 1080), report(970, 0)));
   EXPECT_THAT(world.log.lines(), Contains("-[TSLMouseConnection sendMouseEvent]/180: "
                                           "point.x/y=2500.000000/700.000000, not in rectangle"));
+}
+
+TEST_F(CursorReportTest, AStillCursorOutsideTheScreenIsSentOnceAndLoggedAtEachTick) {
+  world.screens.list = {Screen{7, {{0, 0}, {960, 540}}}};
+  initialize();
+  moveTo({1000, 600});
+  world.log.clear();
+  world.advance(1s);
+  EXPECT_THAT(hub->sends, ElementsAre(report(1000, 480)));
+  const std::string line =
+      "-[TSLMouseConnection sendMouseEvent]/180: "
+      "point.x/y=1000.000000/600.000000, not in rectangle";
+  EXPECT_THAT(world.log.lines(), testing::AllOf(testing::SizeIs(40), testing::Each(line)));
 }
 
 TEST_F(CursorReportTest, OfTheScreensEdgesTheLeftAndTheUpperOneBelongToIt) {
@@ -108,6 +134,16 @@ TEST_F(CursorReportTest, PositionsThatDifferBelowOneUnitAreSentAlike) {
   moveTo({10.25, 1000});
   moveTo({10.5, 1000});
   EXPECT_THAT(hub->sends, ElementsAre(report(10, 80), report(10, 80)));
+}
+
+TEST_F(CursorReportTest, ACoordinateKeepsItsLow16Bits) {
+  world.screens.list = {Screen{7, {{0, 50}, {1920, 1080}}}};
+  initialize();
+  moveTo({150, 1130});  // 50 above the picture
+  session->sessionConfig()->setSessionSize({192'000, 108'000});
+  moveTo({1000, 130});
+  EXPECT_THAT(hub->sends, ElementsAre(report(150, 0x10000 - 50),
+                                      report(100'000 - 0x10000, 108'000 - 13'000 - 0x10000)));
 }
 
 TEST_F(CursorReportTest, ALocationThatIsNoNumberStaysInBounds) {

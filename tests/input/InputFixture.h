@@ -50,7 +50,10 @@ class Completions {
  public:
   std::function<void(std::optional<Error>)> handler() {
     return [this](const std::optional<Error>& error) {
-      EXPECT_TRUE(!error || error->domain == TSLErrorDomain);
+      if (error) {
+        EXPECT_EQ(error->domain, TSLErrorDomain);
+        EXPECT_EQ(error->localizedDescription, "");
+      }
       codes.push_back(error ? error->code : 0);
     };
   }

@@ -1,3 +1,5 @@
+#include <cerrno>
+
 #include "input/TSLMouseConnection.h"
 #include "input/TSLMouseSimulator.h"
 #include "tests/input/InputFixture.h"
@@ -127,6 +129,30 @@ TEST_F(TSLMouseConnectionTest, ARefusedPortIsCode3) {
   EXPECT_FALSE(mouse->connected());
 }
 
+TEST_F(TSLMouseConnectionTest, AFailureAfterTheHandshakeCallsTheCompletionAgainAndLeavesConnected) {
+  initialize();
+  hub->enterState(platform::ConnectionState::kFailed);
+  world.run();
+  EXPECT_THAT(channelLog(),
+              ElementsAre(kStart + "_block_invoke: Failed, calling completion handler"));
+  EXPECT_THAT(started.codes, ElementsAre(0, 3));
+  EXPECT_TRUE(mouse->connected());
+}
+
+TEST_F(TSLMouseConnectionTest, AStatesErrorCodeIsLeftInErrno) {
+  start();
+  const auto errnoAfter = [this](const std::optional<Error>& error) {
+    int left = -1;
+    mouse->mouseQueue()->async([] { errno = 4711; });
+    hub->enterState(platform::ConnectionState::kWaiting, error);
+    mouse->mouseQueue()->async([&left] { left = errno; });
+    world.run();
+    return left;
+  };
+  EXPECT_EQ(errnoAfter(Error{platform::kNetworkErrorDomain, 51, "Network unreachable"}), 51);
+  EXPECT_EQ(errnoAfter(std::nullopt), 0);
+}
+
 TEST_F(TSLMouseConnectionTest, OtherStatesChangeNothing) {
   start();
   world.run();
@@ -175,6 +201,27 @@ TEST_F(TSLMouseConnectionTest, AWrongCaptureReplyIsDumpedAndLeavesTheCompletionU
                                   "expected [0x2,0x0,0x7f,0xffffff80,0xffffffff,0x0,0x0,0x0,0x4,"
                                   "0x1]"));
   EXPECT_THAT(started.codes, IsEmpty());
+}
+
+TEST_F(TSLMouseConnectionTest, ACaptureReplyThatIsWrongInAnyByteLeavesTheCompletionUncalled) {
+  for (std::size_t at = 0; at < kCaptureReply.size(); ++at) {
+    becomeReady();
+    hub->deliver(kCursorReply);
+    world.run();
+    world.log.clear();
+    Bytes reply = kCaptureReply;
+    reply[at] ^= 0x40;
+    hub->deliver(reply);
+    hub->deliver(kMove);
+    world.run();
+    EXPECT_THAT(channelLog(),
+                ElementsAre(testing::StartsWith(kInit + "_block_invoke_2: Mouse Connection: "
+                                                        "Capture Response was not as expected ["
+                                                        "0x")))
+        << at;
+  }
+  EXPECT_THAT(started.codes, IsEmpty());
+  EXPECT_THAT(world.poster.operations, IsEmpty());
 }
 
 // A peer that closes the stream during the handshake leads to "Network Error" and error code 3,
@@ -246,6 +293,37 @@ TEST_F(TSLMouseConnectionTest, ABreakDuringTheHandshakeIsCode3) {
   EXPECT_THAT(channelLog(), ElementsAre(kInit + "_block_invoke_2: Network Error"));
 }
 
+TEST_F(TSLMouseConnectionTest, AReplyThatComesWithAnErrorIsCode3AndNoReply) {
+  const Error reset{platform::kNetworkErrorDomain, 54, "Connection reset by peer"};
+  becomeReady();
+  world.log.clear();
+  hub->completeReceive({kCursorReply, ContentContext{false}, false, reset});
+  world.run();
+  EXPECT_THAT(started.codes, ElementsAre(3));
+  EXPECT_THAT(hub->sends, Not(Contains(kCaptureCommand)));
+  EXPECT_THAT(channelLog(), ElementsAre(kInit + "_block_invoke: ReplyReceived"));
+
+  started.codes.clear();
+  becomeReady();
+  hub->deliver(kCursorReply);
+  world.run();
+  world.log.clear();
+  hub->completeReceive({kCaptureReply, ContentContext{false}, false, reset});
+  world.run();
+  EXPECT_THAT(started.codes, ElementsAre(3));
+  EXPECT_THAT(channelLog(), ElementsAre(kInit + "_block_invoke_2: Network Error"));
+  EXPECT_EQ(hub->receives, 2);
+}
+
+TEST_F(TSLMouseConnectionTest, SendingCopiesTheBytesAndAlwaysSucceeds) {
+  Bytes bytes{1, 2, 3};
+  EXPECT_TRUE(mouse->sendBuffer(bytes.data(), bytes.size()));
+  initialize();
+  EXPECT_TRUE(mouse->sendBuffer(bytes.data(), bytes.size()));
+  bytes.assign(3, 0);
+  EXPECT_THAT(hub->sends, ElementsAre(Bytes{1, 2, 3}));
+}
+
 TEST_F(TSLMouseConnectionTest, PacketsGoToTheSimulatorOneByOne) {
   initialize();
   hub->deliver(kMove);
@@ -295,9 +373,43 @@ TEST_F(TSLMouseConnectionTest, AnErrorEndsTheLoopAfterItsPacketAndLeavesConnecte
   EXPECT_THAT(world.poster.posts(), ElementsAre("post mouse 1 (10,20) button 0 click 1"));
   EXPECT_EQ(world.poster.operations.back(), "release all");
   EXPECT_THAT(channelLog(),
-              ElementsAre(testing::StartsWith(kReceive + "_block_invoke_2: Error: ")));
-  EXPECT_THAT(channelLog().front(), testing::HasSubstr("Connection reset by peer"));
+              ElementsAre(kReceive + "_block_invoke_2: Error: Error Domain=tessel.network Code=54 "
+                                     "\"Connection reset by peer\""));
   EXPECT_TRUE(mouse->connected());
+}
+
+TEST_F(TSLMouseConnectionTest, ACompletedPacketOfAContextThatGoesOnDoesNotEndTheLoop) {
+  initialize();
+  hub->completeReceive({kMove, ContentContext{false}, true, std::nullopt});
+  world.run();
+  EXPECT_THAT(channelLog(), ElementsAre(kReceive + ": Enter"));
+  EXPECT_TRUE(mouse->connected());
+}
+
+TEST_F(TSLMouseConnectionTest, ACompletedPacketWithoutAContextEndsTheLoop) {
+  initialize();
+  hub->completeReceive({kMove, std::nullopt, true, std::nullopt});
+  world.run();
+  EXPECT_THAT(channelLog(), ElementsAre(kReceive + "_block_invoke_2: ERROR IN Recieve"));
+  EXPECT_FALSE(mouse->connected());
+}
+
+TEST_F(TSLMouseConnectionTest, EverythingOfTheChannelRunsOnTheMouseQueue) {
+  becomeReady();
+  hub->deliver(kCursorReply);
+  hub->deliver(kCaptureReply);
+  hub->deliver(kMove);
+  world.advance(std::chrono::milliseconds{25});
+  hub->deliverAndClose(kMove);
+  mouse->stopWithCompletionHandler(nullptr);
+  world.run();
+  const auto queue = ElementsAre(mouse->mouseQueue()->label());
+  for (const std::string& prefix :
+       {kStart + "_block_invoke: ", kInit + ": ", kInit + "_block_invoke: ",
+        kInit + "_block_invoke_2: ", kReceive + ": ", kReceive + "_block_invoke_2: ", kTick + ": ",
+        std::string{"lastPtX/Y:"}, std::string{"-[TSLMouseSimulator simulateMouseEvent:]"}}) {
+    EXPECT_THAT(world.log.queuesOf(prefix), queue) << prefix;
+  }
 }
 
 TEST_F(TSLMouseConnectionTest, StoppingCallsTheCompletionWithErrorCode2) {
@@ -362,6 +474,22 @@ TEST_F(TSLMouseConnectionTest, ASendThatFailsEndsTheHandshakeWhereItIs) {
   EXPECT_THAT(started.codes, ElementsAre(3));
 }
 
+TEST_F(TSLMouseConnectionTest, ACursorCommandThatCannotBeSentEndsTheHandshake) {
+  mouse->stopWithCompletionHandler(nullptr);
+  const auto failing = SendingFails::initWithHub(session);
+  failing->sendsLeft = 1;
+  mouse = failing;
+  start();
+  world.log.clear();
+  hub->becomeReady();
+  world.run();
+  EXPECT_THAT(hub->sends, ElementsAre(kStartCommand));
+  EXPECT_EQ(hub->receives, 0);
+  EXPECT_THAT(channelLog(), ElementsAre(kInit + ": ENTER", kInit + ": Sending startCommand",
+                                        kInit + ": Sending cursorCommand", kInit + ": EXIT"));
+  EXPECT_THAT(started.codes, IsEmpty());
+}
+
 TEST_F(TSLMouseConnectionTest, AConnectionThatItsSessionDropsIsTornDownAtTheNextTick) {
   initialize();
   hub->deliver(kLeftDown);
@@ -369,6 +497,7 @@ TEST_F(TSLMouseConnectionTest, AConnectionThatItsSessionDropsIsTornDownAtTheNext
   const std::weak_ptr<TSLMouseConnection> weak = mouse;
   session->setMouseConnection(nullptr);
   mouse = TSLMouseConnection::initWithHub(session);
+  EXPECT_FALSE(weak.expired());
   world.advance(std::chrono::milliseconds{25});
   EXPECT_TRUE(weak.expired());
   EXPECT_TRUE(hub->cancelled);
@@ -380,6 +509,7 @@ TEST_F(TSLMouseConnectionTest, AConnectionWhoseSessionIsGoneIsTornDownAtTheNextT
   const std::weak_ptr<TSLMouseConnection> weak = mouse;
   mouse = TSLMouseConnection::initWithHub(TSLSession::initWithHostName("192.168.1.101", 0));
   session.reset();
+  EXPECT_FALSE(weak.expired());
   world.advance(std::chrono::milliseconds{25});
   EXPECT_TRUE(weak.expired());
   EXPECT_EQ(world.scheduler.runningTimers(), 0);
