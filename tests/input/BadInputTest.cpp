@@ -165,6 +165,24 @@ TEST_F(BadKeyBoardInputTest, RecordsSplitAtEveryByteArriveWhole) {
   }
 }
 
+TEST_F(BadMouseInputTest, ARecordUnderWayAtTheStopPressesNothing) {
+  initialize();
+  hub->deliver({8, 0x0D, 10, 0, 20, 0, 2, 0});  // for the queue to handle
+  mouse->stopWithCompletionHandler(nullptr);
+  world.run();
+  EXPECT_EQ(world.log.count("-[TSLMouseSimulator leftClickDown] entry"), 1);
+  EXPECT_THAT(world.poster.posts(), IsEmpty());
+}
+
+TEST_F(BadKeyBoardInputTest, ARecordUnderWayAtTheStopPressesNothing) {
+  open();
+  hub->deliver({8, 0, 0, 0, 0, 0, 'a', 0});  // for the queue to handle
+  keyBoard->stopWithCompletionHandler(nullptr);
+  world.run();
+  EXPECT_EQ(world.log.count("-[TSLKeyBoardSimulator simulateKeyBoardEvent:]: ENTER"), 1);
+  EXPECT_THAT(world.poster.posts(), IsEmpty());
+}
+
 TEST_F(BadMouseInputTest, TheGreatestValuesStayInsideTheScreen) {
   initialize();
   hub->deliver({8, 0x0D, 0xFF, 0xFF, 0xFF, 0xFF, 1, 0xFF});

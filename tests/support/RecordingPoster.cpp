@@ -30,9 +30,12 @@ std::string hex(std::uint64_t value) {
   return text.str();
 }
 
+}  // namespace
+
 class RecordingPoster final : public platform::EventPoster {
  public:
   explicit RecordingPoster(RecordingPosting& owner) : owner_{owner} {}
+  ~RecordingPoster() override { owner_.heldBy_.erase(this); }
 
   std::optional<MouseEvent> createMouseEvent(platform::MouseEventType type, Point position,
                                              platform::MouseButton button) override {
@@ -49,6 +52,15 @@ class RecordingPoster final : public platform::EventPoster {
     note("field " + std::to_string(field) + " = " + std::to_string(value));
   }
   void post(const MouseEvent& event) override {
+    if (closed_) return;
+    const std::string button = "button " + std::to_string(static_cast<std::uint32_t>(event.button));
+    if (event.type == platform::MouseEventType::kLeftDown ||
+        event.type == platform::MouseEventType::kRightDown) {
+      held().insert(button);
+    } else if (event.type == platform::MouseEventType::kLeftUp ||
+               event.type == platform::MouseEventType::kRightUp) {
+      held().erase(button);
+    }
     note("post " + describe(event) + " click " + std::to_string(event.clickState));
   }
   std::optional<ScrollWheelEvent> createScrollWheelEvent(std::int32_t lines) override {
@@ -56,6 +68,7 @@ class RecordingPoster final : public platform::EventPoster {
     return ScrollWheelEvent{lines};
   }
   void post(const ScrollWheelEvent& event) override {
+    if (closed_) return;
     note("post wheel " + std::to_string(event.lines));
   }
   std::optional<KeyboardEvent> createKeyboardEvent(std::uint16_t virtualKey,
@@ -69,11 +82,26 @@ class RecordingPoster final : public platform::EventPoster {
     note("flags " + hex(flags));
   }
   void post(const KeyboardEvent& event) override {
+    if (closed_) return;
+    const std::string key = "key " + hex(event.virtualKey);
+    if (event.keyDown) {
+      held().insert(key);
+    } else {
+      held().erase(key);
+    }
     note("post " + describe(event) + " flags " + hex(event.flags));
   }
-  void releaseAll() override { note("release all"); }
+  void releaseAll() override {
+    held().clear();
+    note("release all");
+  }
+  void close() override {
+    releaseAll();
+    closed_ = true;
+  }
 
  private:
+  std::set<std::string>& held() { return owner_.heldBy_[this]; }
   void note(std::string line) { owner_.operations.push_back(std::move(line)); }
   bool create(const std::string& what) {
     if (owner_.creationFails) return false;
@@ -82,15 +110,21 @@ class RecordingPoster final : public platform::EventPoster {
   }
 
   RecordingPosting& owner_;
+  bool closed_ = false;
 };
-
-}  // namespace
 
 std::vector<std::string> RecordingPosting::posts() const {
   std::vector<std::string> lines;
   std::ranges::copy_if(operations, std::back_inserter(lines),
                        [](const std::string& line) { return line.starts_with("post"); });
   return lines;
+}
+
+std::vector<std::string> RecordingPosting::held() const {
+  std::vector<std::string> all;
+  for (const auto& [poster, held] : heldBy_) all.insert(all.end(), held.begin(), held.end());
+  std::ranges::sort(all);
+  return all;
 }
 
 std::unique_ptr<platform::EventPoster> RecordingPosting::makeEventPoster() {

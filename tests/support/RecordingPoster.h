@@ -1,6 +1,8 @@
 #pragma once
 
+#include <map>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -15,6 +17,8 @@ namespace tessel::test {
 ///     create wheel -3                     post wheel -3
 ///     create key 0x0 down                 flags 0x20000
 ///     post key 0x0 down flags 0x20000     release all
+///
+/// A poster that is closed releases all and takes no further posts.
 class RecordingPosting final : public platform::EventPosting {
  public:
   std::vector<std::string> operations;
@@ -22,8 +26,14 @@ class RecordingPosting final : public platform::EventPosting {
 
   /// The lines that begin with "post".
   std::vector<std::string> posts() const;
+  /// What is down now, of all posters: "button 0", "key 0x38".
+  std::vector<std::string> held() const;
 
   std::unique_ptr<platform::EventPoster> makeEventPoster() override;
+
+ private:
+  friend class RecordingPoster;
+  std::map<const platform::EventPoster*, std::set<std::string>> heldBy_;
 };
 
 }  // namespace tessel::test
