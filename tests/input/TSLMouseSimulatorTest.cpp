@@ -81,6 +81,8 @@ TEST_F(TSLMouseSimulatorTest, APacketOfAnotherTypeOrSizeChangesNothing) {
   send(0x02);
   takePosts();
   world.log.clear();
+  const Date pressed = world.now();
+  world.advance(1s);
   simulator->simulateMouseEvent({8, 0x0E, 100, 200, 0x04, 5});
   simulator->simulateMouseEvent({9, 0x0D, 100, 200, 0x04, 5});
   EXPECT_THAT(world.poster.operations, IsEmpty());
@@ -90,6 +92,13 @@ TEST_F(TSLMouseSimulatorTest, APacketOfAnotherTypeOrSizeChangesNothing) {
                           kSimulate + ": ENTER",
                           kSimulate + "/360 size=0x9, packetType=0xd, are not 0x8 & 0xd"));
   EXPECT_TRUE(simulator->leftButtonPressed());
+  EXPECT_TRUE(simulator->leftButtonDoubleClickStart());
+  EXPECT_EQ(simulator->leftButtonClickTimeStamp(), pressed);
+  EXPECT_FALSE(simulator->rightButtonPressed());
+  EXPECT_FALSE(simulator->rightButtonDoubleClickStart());
+  EXPECT_EQ(simulator->rightButtonClickTimeStamp(), pressed);
+  EXPECT_EQ(simulator->ptX(), 10.0);
+  EXPECT_EQ(simulator->ptY(), 20.0);
   EXPECT_EQ(simulator->mouseCursorPosition(), (Point{10, 20}));
   EXPECT_EQ(simulator->wheel(), 0);
   EXPECT_EQ(simulator->currentMouseEventType(), 1U);
@@ -108,6 +117,20 @@ TEST_F(TSLMouseSimulatorTest, AMoveLogsItsWholeWay) {
   EXPECT_THAT(world.poster.operations, ElementsAre("create mouse 5 (10,20) button 0",
                                                    "post mouse 5 (10,20) button 0 click 1"));
   EXPECT_EQ(simulator->currentMouseEventType(), 5U);
+}
+
+TEST_F(TSLMouseSimulatorTest, APressLogsItsWholeWay) {
+  world.log.clear();
+  world.advance(3s);
+  send(0x02);
+  EXPECT_THAT(
+      world.log.lines(),
+      ElementsAre(kSimulate + ": ENTER",
+                  "-[TSLMouseSimulator scaleCoord]/345 :sessionSize.W/H=1920.000000/1080.000000, "
+                  "screenSize.W/H=1920.000000/1080.000000",
+                  "-[TSLMouseSimulator scaleCoord]/347 :ptx/pty=10.000000/20.000000",
+                  kSimulate + "/397: time difference is 3.000000 s",
+                  "-[TSLMouseSimulator leftClickDown] entry", kSimulate + "/468: exit"));
 }
 
 TEST_F(TSLMouseSimulatorTest, EachCommandPostsItsEvent) {
@@ -137,6 +160,42 @@ TEST_F(TSLMouseSimulatorTest, CoordinatesAreClampedToTheSessionBeforeScaling) {
   EXPECT_EQ(simulator->mouseCursorPosition(), Point{});
   EXPECT_THAT(takePosts(), ElementsAre("post mouse 5 (960,540) button 0 click 1",
                                        "post mouse 5 (0,0) button 0 click 1"));
+}
+
+TEST_F(TSLMouseSimulatorTest, ScaleCoordLogsBothSizesAndTheScaledPosition) {
+  world.screens.list = {Screen{7, {{0, 0}, {3840, 2160}}}};
+  simulator->setPtX(101.0);
+  simulator->setPtY(3000.0);
+  world.log.clear();
+  simulator->scaleCoord();
+  EXPECT_THAT(
+      world.log.lines(),
+      ElementsAre("-[TSLMouseSimulator scaleCoord]/345 :sessionSize.W/H=1920.000000/1080.000000, "
+                  "screenSize.W/H=3840.000000/2160.000000",
+                  "-[TSLMouseSimulator scaleCoord]/347 :ptx/pty=50.500000/540.000000"));
+}
+
+// The other order rounds these two differently.
+TEST_F(TSLMouseSimulatorTest, ThePositionIsMultipliedBeforeItIsDivided) {
+  world.screens.list = {Screen{7, {{0, 0}, {800, 600}}}};
+  send(0x01, 3, 13);
+  EXPECT_EQ(simulator->ptX(), 7.2);
+  EXPECT_EQ(simulator->ptY(), 23.4);
+}
+
+TEST_F(TSLMouseSimulatorTest, OfSeveralScreensTheFirstOnesSizeCountsAndNoOriginIsAdded) {
+  world.screens.list = {Screen{7, {{300, 150}, {960, 540}}}, Screen{8, {{0, 0}, {300, 600}}}};
+  send(0x01, 10, 20);
+  send(0x01, 0, 0);
+  EXPECT_THAT(takePosts(), ElementsAre("post mouse 5 (20,40) button 0 click 1",
+                                       "post mouse 5 (0,0) button 0 click 1"));
+}
+
+TEST_F(TSLMouseSimulatorTest, WithoutASessionThePositionIsTheOrigin) {
+  session.reset();
+  send(0x02, 10, 20);
+  EXPECT_EQ(simulator->mouseCursorPosition(), Point{});
+  EXPECT_THAT(takePosts(), ElementsAre("post mouse 1 (0,0) button 0 click 1"));
 }
 
 TEST_F(TSLMouseSimulatorTest, ScaleCoordClampsNegativeValues) {
@@ -234,6 +293,60 @@ TEST_F(TSLMouseSimulatorTest, ADoubleClickOfTheRightButtonReleasesTheLeftOneBetw
   EXPECT_THAT(world.log.lines(), Contains(kSimulate + "/426: time difference is 0.100000 s"));
 }
 
+TEST_F(TSLMouseSimulatorTest, TheRightButtonDecidesAsTheLeftOne) {
+  for (const auto gap : {500ms, 3000ms}) {
+    simulator = TSLMouseSimulator::init(session);
+    takePosts();
+    send(0x08);
+    send(0x10);
+    world.advance(gap);
+    send(0x08);
+    EXPECT_THAT(takePosts(), ElementsAre(kRightDown, kRightUp, kRightDown));
+    EXPECT_EQ(simulator->rightButtonClickTimeStamp(), world.now());
+  }
+  simulator = TSLMouseSimulator::init(session);
+  send(0x08);
+  EXPECT_THAT(takePosts(), ElementsAre(kRightDown));
+  world.advance(499ms);
+  send(0x08);
+  EXPECT_EQ(takePosts().size(), 4U);
+  world.advance(200ms);
+  send(0x08);
+  EXPECT_THAT(takePosts(), ElementsAre(kRightDown));
+}
+
+TEST_F(TSLMouseSimulatorTest, TheFlagsOfAButtonFollowItsState) {
+  // Pressed, and whether the next press may be the second of two.
+  using Flags = std::pair<bool, bool>;
+  const auto left = [this] {
+    return Flags{simulator->leftButtonPressed(), simulator->leftButtonDoubleClickStart()};
+  };
+  const auto right = [this] {
+    return Flags{simulator->rightButtonPressed(), simulator->rightButtonDoubleClickStart()};
+  };
+  const auto check = [this](std::uint8_t down, std::uint8_t up, const std::function<Flags()>& flags,
+                            const std::function<Flags()>& others) {
+    simulator = TSLMouseSimulator::init(session);
+    EXPECT_EQ(flags(), Flags(false, false));
+    send(down);
+    EXPECT_EQ(flags(), Flags(true, true));
+    send(up);
+    EXPECT_EQ(flags(), Flags(false, true));
+    world.advance(1s);
+    send(down);  // too late for a double click: single again
+    EXPECT_EQ(flags(), Flags(true, true));
+    send(up);
+    world.advance(100ms);
+    send(down);  // the second of two
+    EXPECT_EQ(flags(), Flags(true, false));
+    send(up);
+    EXPECT_EQ(flags(), Flags(false, false));
+    EXPECT_EQ(others(), Flags(false, false));
+  };
+  check(0x02, 0x04, left, right);
+  check(0x08, 0x10, right, left);
+}
+
 TEST_F(TSLMouseSimulatorTest, TheButtonsCountTheirClicksApart) {
   send(0x02);
   send(0x04);
@@ -291,12 +404,17 @@ TEST_F(TSLMouseSimulatorTest, TheWheelPostsItsLines) {
   send(0x20, 10, 20, 0);
   send(0x20, 10, 20, 3);
   EXPECT_EQ(simulator->currentMouseEventType(), 22U);
+  send(0x01);
+  EXPECT_EQ(simulator->currentMouseEventType(), 5U);
   send(0x40, 10, 20, 3);
+  EXPECT_EQ(simulator->currentMouseEventType(), 22U);
   EXPECT_EQ(simulator->wheel(), 3);
   send(0x40, 10, 20, 255);
-  EXPECT_THAT(world.poster.operations,
-              ElementsAre("create wheel 0", "post wheel 0", "create wheel -3", "post wheel -3",
-                          "create wheel 3", "post wheel 3", "create wheel 255", "post wheel 255"));
+  EXPECT_THAT(
+      world.poster.operations,
+      ElementsAre("create wheel 0", "post wheel 0", "create wheel -3", "post wheel -3",
+                  "create mouse 5 (10,20) button 0", "post mouse 5 (10,20) button 0 click 1",
+                  "create wheel 3", "post wheel 3", "create wheel 255", "post wheel 255"));
   EXPECT_THAT(world.log.lines(), Contains("-[TSLMouseSimulator scrollDown] entry"));
   EXPECT_THAT(world.log.lines(), Contains("-[TSLMouseSimulator scrollUp] entry"));
 }
