@@ -1,3 +1,5 @@
+#include <map>
+
 #include "input/KeyMaps.h"
 #include "input/TSLKeyBoardSimulator.h"
 #include "tests/input/InputFixture.h"
@@ -83,14 +85,18 @@ TEST_F(TSLKeyBoardSimulatorTest, ARecordOfAnotherEventTypeOrCmdIsDropped) {
 
 // Byte 5 = 04 is logged as unknown command 0x4 and dropped.
 TEST_F(TSLKeyBoardSimulatorTest, AnUnknownKeyFlagIsDropped) {
+  simulator->setVirtualKey(0x35);
+  simulator->setEventFlag(0x60000);
   for (const int flag : {4, 0xFF}) {
     world.log.clear();
-    send(static_cast<std::uint8_t>(flag), 0x41);
+    send(static_cast<std::uint8_t>(flag), 0x42);
     EXPECT_THAT(log(), ElementsAre(kSimulate + ": ENTER", kSimulate + "/N: unknown command: " +
                                                               (flag == 4 ? "0x4" : "0xff")));
   }
   EXPECT_THAT(world.poster.operations, IsEmpty());
-  EXPECT_EQ(simulator->keyCodeFromHub(), 0x41);
+  EXPECT_EQ(simulator->keyCodeFromHub(), 0x42);
+  EXPECT_EQ(simulator->virtualKey(), 0x35);
+  EXPECT_EQ(simulator->eventFlag(), 0x60000U);
 }
 
 // Normal code 0x0080 or any negative code maps to invalid and posts nothing.
@@ -210,23 +216,65 @@ TEST_F(TSLKeyBoardSimulatorTest, TheLookupsStoreWhatTheyReturn) {
 }
 
 TEST_F(TSLKeyBoardSimulatorTest, EveryCodePostsTheKeyOfItsMap) {
+  const auto expectPost = [this](const std::string& where, std::uint16_t key, const char* way,
+                                 const char* flags) {
+    EXPECT_EQ(simulator->virtualKey(), key) << where;
+    if (key == 0xFFFF) {
+      EXPECT_THAT(takePosts(), IsEmpty()) << where;
+      return;
+    }
+    char post[64];
+    std::snprintf(post, sizeof post, "post key 0x%x %s flags %s", key, way, flags);
+    EXPECT_THAT(takePosts(), ElementsAre(post)) << where;
+  };
   for (const bool numLock : {false, true}) {
     const auto& map =
         numLock ? specialKeyCodeToVirtualKeyMap_NumLock : specialKeyCodeToVirtualKeyMap;
     for (int code = 0; code < 80; ++code) {
+      const auto where = "special " + std::to_string(code) + (numLock ? " under num lock" : "");
+      const auto key = map.at(static_cast<std::size_t>(code));
       simulator->setEventFlag(numLock ? 0x200000 : 0);
       send(kSpecialDown, code);
-      const auto key = map.at(static_cast<std::size_t>(code));
-      EXPECT_EQ(simulator->virtualKey(), key);
-      EXPECT_EQ(takePosts().size(), key == 0xFFFF ? 0U : 1U) << code;
+      expectPost(where, key, "down", "0x0");
+      simulator->setEventFlag(numLock ? 0x200000 : 0);
+      send(kSpecialUp, code);
+      expectPost(where, key, "up", "0x0");
     }
   }
-  simulator->setEventFlag(0);
+  for (int code = 0; code < 128; ++code) {
+    const auto where = "normal " + std::to_string(code);
+    const auto key = keyCodeToVirtualKeyMap.at(static_cast<std::size_t>(code));
+    simulator->setEventFlag(0x120000);
+    send(kDown, code);
+    expectPost(where, key, "down", "0x120000");
+    send(kUp, code);
+    expectPost(where, key, "up", "0x120000");
+  }
+}
+
+TEST_F(TSLKeyBoardSimulatorTest, OnlyTheModifiersAmongTheSpecialCodesChangeTheFlags) {
+  constexpr std::uint64_t kAll = 0x3F0000;
+  const std::map<int, std::uint64_t> kBits{
+      {4, 0x40000},  {51, 0x40000}, {5, 0x20000},   {6, 0x20000},   {8, 0x80000},
+      {53, 0x80000}, {10, 0x10000}, {37, 0x200000}, {64, 0x100000}, {65, 0x100000}};
+  for (int code = 0; code < 80; ++code) {
+    const auto modifier = kBits.find(code);
+    const std::uint64_t bit = modifier == kBits.end() ? 0 : modifier->second;
+    simulator->setEventFlag(0);
+    send(kSpecialDown, code);
+    EXPECT_EQ(simulator->eventFlag(), bit) << code;
+    simulator->setEventFlag(kAll);
+    send(kSpecialUp, code);
+    EXPECT_EQ(simulator->eventFlag(), kAll & ~bit) << code;
+  }
+}
+
+TEST_F(TSLKeyBoardSimulatorTest, NoNormalCodeChangesTheFlags) {
   for (int code = 0; code < 128; ++code) {
     send(kDown, code);
-    const auto key = keyCodeToVirtualKeyMap.at(static_cast<std::size_t>(code));
-    EXPECT_EQ(simulator->virtualKey(), key);
-    EXPECT_EQ(takePosts().size(), key == 0xFFFF ? 0U : 1U) << code;
+    EXPECT_EQ(simulator->eventFlag(), 0U) << code;
+    send(kUp, code);
+    EXPECT_EQ(simulator->eventFlag(), 0U) << code;
   }
 }
 
