@@ -1,5 +1,9 @@
+#include <cerrno>
+#include <map>
+
 #include "input/TSLKeyBoardConnection.h"
 #include "input/TSLKeyBoardSimulator.h"
+#include "tessel/Log.h"
 #include "tests/input/InputFixture.h"
 
 namespace tessel::test {
@@ -107,6 +111,7 @@ TEST_F(TSLKeyBoardConnectionTest, AClosedPortCompletesWithoutErrorAndNotConnecte
 
 TEST_F(TSLKeyBoardConnectionTest, TheStartBlocksUntilTheOutcomeIsKnown) {
   world.network.onStart = [](SimConnection& connection) {
+    connection.enterState(ConnectionState::kInvalid);
     connection.enterState(ConnectionState::kPreparing);
     connection.enterState(ConnectionState::kWaiting);
   };
@@ -117,6 +122,43 @@ TEST_F(TSLKeyBoardConnectionTest, TheStartBlocksUntilTheOutcomeIsKnown) {
   world.network.last()->becomeReady();
   world.run();
   EXPECT_THAT(started.codes, ElementsAre(0));
+  EXPECT_TRUE(keyBoard->connected());
+}
+
+TEST_F(TSLKeyBoardConnectionTest, AFailureAfterReadyLeavesConnected) {
+  open();
+  hub->enterState(ConnectionState::kFailed,
+                  Error{platform::kNetworkErrorDomain, 54, "Connection reset by peer"});
+  world.run();
+  EXPECT_TRUE(keyBoard->connected());
+}
+
+TEST_F(TSLKeyBoardConnectionTest, EveryStateSetsErrnoToTheCodeOfItsError) {
+  for (const auto state :
+       {ConnectionState::kInvalid, ConnectionState::kWaiting, ConnectionState::kPreparing,
+        ConnectionState::kReady, ConnectionState::kFailed, ConnectionState::kCancelled}) {
+    for (const int code : {54, 0}) {
+      open();
+      int seen = -1;
+      keyBoard->keyboardQueue()->async([] { errno = 7; });
+      hub->enterState(state, code == 0 ? std::nullopt
+                                       : std::optional{Error{platform::kNetworkErrorDomain, code,
+                                                             "Connection reset by peer"}});
+      keyBoard->keyboardQueue()->async([&seen] { seen = errno; });
+      world.run();
+      EXPECT_EQ(seen, code) << "state " << static_cast<int>(state);
+    }
+  }
+}
+
+TEST_F(TSLKeyBoardConnectionTest, ASecondStartReplacesTheConnectionAndDoesNotCancelTheOldOne) {
+  open();
+  const auto first = hub;
+  open();
+  EXPECT_NE(hub, first);
+  EXPECT_EQ(keyBoard->HubConnection(), hub);
+  EXPECT_FALSE(first->cancelled);
+  EXPECT_THAT(hub->sends, ElementsAre(kOpening));
   EXPECT_TRUE(keyBoard->connected());
 }
 
@@ -142,6 +184,19 @@ TEST_F(TSLKeyBoardConnectionTest, RecordsGoToTheSimulatorOneByOne) {
   EXPECT_THAT(channelLog(), ElementsAre(kReceive + ": ENTER", kReceive + ": ENTER"));
 }
 
+TEST_F(TSLKeyBoardConnectionTest, RecordsAreHandledOnTheKeyboardQueue) {
+  open();
+  std::map<std::string, bool> onQueue;
+  setLogSink([&](std::string_view line) {
+    onQueue[std::string{line}] = keyBoard->keyboardQueue()->isCurrent();
+  });
+  hub->deliver(kADown);
+  world.run();
+  setLogSink(nullptr);
+  EXPECT_TRUE(onQueue["-[TSLKeyBoardSimulator simulateKeyBoardEvent:]: ENTER"]);
+  EXPECT_TRUE(onQueue[kReceive + ": ENTER"]);
+}
+
 TEST_F(TSLKeyBoardConnectionTest, WithoutASimulatorRecordsAreReadAndDropped) {
   open();
   keyBoard->setKeyBoardSimulator(nullptr);
@@ -159,7 +214,15 @@ TEST_F(TSLKeyBoardConnectionTest, AClosedStreamEndsTheLoopAfterItsLastRecord) {
   world.run();
   EXPECT_THAT(world.poster.operations, ElementsAre("create key 0x0 down", "flags 0x0",
                                                    "post key 0x0 down flags 0x0", "release all"));
-  EXPECT_THAT(channelLog(), ElementsAre(kReceive + ": ENTER", kReceive + ": ERROR IN Recieve"));
+  const std::string simulator = "-[TSLKeyBoardSimulator ";
+  EXPECT_THAT(numbered(world.log.lines()),
+              ElementsAre(simulator + "simulateKeyBoardEvent:]: ENTER",
+                          simulator + "simulateKeyBoardEvent:]/N: KEY_DOWN_FLAG",
+                          simulator + "simulateNormalKey:]/N: self.keyCodeFromHub=0x61, "
+                                      "self.virtualKey=0x0, self.eventFlag=0x0,",
+                          simulator + "simulateNormalKey:]/N: rcv normal key "
+                                      "self.eventFlag=0x0, self.virtualKey=0x0",
+                          kReceive + ": ENTER", kReceive + ": ERROR IN Recieve"));
   EXPECT_FALSE(keyBoard->connected());
   EXPECT_EQ(hub->receives, 1);
 }
@@ -180,9 +243,9 @@ TEST_F(TSLKeyBoardConnectionTest, AnErrorEndsTheLoopAfterItsRecordAndLeavesConne
   world.run();
   EXPECT_EQ(world.poster.posts().size(), 1U);
   EXPECT_EQ(world.poster.operations.back(), "release all");
-  ASSERT_EQ(channelLog().size(), 2U);
-  EXPECT_THAT(channelLog().back(), testing::StartsWith(kReceive + ": Error: "));
-  EXPECT_THAT(channelLog().back(), testing::HasSubstr("Connection reset by peer"));
+  EXPECT_THAT(channelLog(), ElementsAre(kReceive + ": ENTER",
+                                        kReceive + ": Error: Error Domain=tessel.network Code=54 "
+                                                   "\"Connection reset by peer\""));
   EXPECT_TRUE(keyBoard->connected());
   EXPECT_EQ(hub->receives, 1);
 }
@@ -238,6 +301,35 @@ TEST_F(TSLKeyBoardConnectionTest, AnOpeningMessageThatCannotBeSentCancelsAndComp
   EXPECT_FALSE(keyBoard->connected());
   EXPECT_TRUE(hub->cancelled);
   EXPECT_EQ(hub->receives, 0);
+}
+
+TEST_F(TSLKeyBoardConnectionTest, TheStartReturnsWhetherItIsConnected) {
+  std::optional<Error> error;
+  world.network.onStart = [](SimConnection& connection) { connection.becomeReady(); };
+  EXPECT_TRUE(keyBoard->startKeyBoardSocketReturningError(error));
+  EXPECT_TRUE(keyBoard->connected());
+  EXPECT_EQ(error, std::nullopt);
+
+  world.network.onStart = [](SimConnection& connection) { connection.refuse(); };
+  EXPECT_FALSE(keyBoard->startKeyBoardSocketReturningError(error));
+  EXPECT_FALSE(keyBoard->connected());
+  EXPECT_EQ(error, std::nullopt);
+
+  world.network.onStart = [](SimConnection& connection) { connection.becomeReady(); };
+  keyBoard = std::make_shared<SendingFails>(session);
+  EXPECT_FALSE(keyBoard->startKeyBoardSocketReturningError(error));
+  EXPECT_EQ(error, std::nullopt);
+
+  session = TSLSession::initWithHostName(std::nullopt, 0);
+  keyBoard = TSLKeyBoardConnection::initWithHub(session);
+  EXPECT_FALSE(keyBoard->startKeyBoardSocketReturningError(error));
+  EXPECT_EQ(error, (Error{TSLErrorDomain, 2, {}}));
+}
+
+TEST_F(TSLKeyBoardConnectionTest, WithoutAConnectionSendingIsTrueAllTheSame) {
+  EXPECT_TRUE(keyBoard->sendBuffer(kADown.data(), kADown.size()));
+  EXPECT_TRUE(keyBoard->newInitialization());
+  EXPECT_THAT(world.network.connections, IsEmpty());
 }
 
 }  // namespace
