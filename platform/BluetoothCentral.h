@@ -3,7 +3,7 @@
 #include <memory>
 #include <string>
 
-#include "tessel/BVBeacon.h"
+#include "tessel/Advertisement.h"
 
 namespace tessel::platform {
 

@@ -6,6 +6,7 @@
 #include "platform/Clock.h"
 #include "platform/EventPoster.h"
 #include "platform/Files.h"
+#include "platform/Inspection.h"
 #include "platform/NetworkConnection.h"
 #include "platform/Queues.h"
 #include "platform/ScreenCapture.h"
@@ -34,6 +35,7 @@ struct Services {
   std::shared_ptr<EventPosting> eventPosting;
   std::shared_ptr<Bluetooth> bluetooth;
   std::shared_ptr<SystemLog> systemLog;
+  std::shared_ptr<Inspection> inspection;
 };
 
 /// The set in force. Any thread; the set itself does not change while the library is in use.

@@ -2,13 +2,13 @@
 
 #include <array>
 #include <cstdint>
-#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
 #include <span>
 #include <string>
 
+#include "tessel/Advertisement.h"
 #include "tessel/Export.h"
 #include "tessel/Types.h"
 
@@ -24,12 +24,6 @@ struct UUID {
   /// From the canonical text form, in either letter case.
   TESSEL_EXPORT static std::optional<UUID> fromString(const std::string& text);
 };
-
-/// What a Bluetooth stack reports of one advertisement: values under their keys.
-using AdvertisementDictionary = std::map<std::string, Bytes>;
-
-/// Key of an advertisement's manufacturer data.
-inline constexpr const char* CBAdvertisementDataManufacturerDataKey = "kCBAdvDataManufacturerData";
 
 /// Key under which `BVBeacon::advertismentDictionary` places the payload:
 /// "kCBAdvDataAppleBeaconKey".

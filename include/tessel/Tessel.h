@@ -1,12 +1,14 @@
 #pragma once
 
 /// Everything that a host application needs.
+#include "tessel/Advertisement.h"
 #include "tessel/BVBeacon.h"
 #include "tessel/BVBeaconScanner.h"
 #include "tessel/Constants.h"
 #include "tessel/Diagnostics.h"
 #include "tessel/DisplayMessages.h"
 #include "tessel/Error.h"
+#include "tessel/Finding.h"
 #include "tessel/Log.h"
 #include "tessel/MainQueue.h"
 #include "tessel/OperationQueue.h"

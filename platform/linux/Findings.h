@@ -1,15 +1,21 @@
 #pragma once
 
-#include "tessel/Diagnostics.h"
+#include <memory>
+#include <string>
 
-/// What diagnose() is put together from: each looks at one area of this machine.
+#include "platform/Inspection.h"
+#include "tessel/Finding.h"
+
+/// What the inspection of this machine is put together from.
 namespace tessel::platform {
 
 Finding findScreen();
 Finding findEncoder();
 Finding findInput();
-/// Gives Bluetooth two seconds to answer.
-Finding findBluetooth();
-Finding findConfiguration();
+/// What to do about a radio in that state; empty when nothing needs doing.
+std::string bluetoothAdvice(CentralState state);
+
+/// All of them as one service.
+std::shared_ptr<Inspection> makeInspection();
 
 }  // namespace tessel::platform

@@ -2,6 +2,7 @@
 #include "platform/linux/BluetoothServices.h"
 #include "platform/linux/CoreServices.h"
 #include "platform/linux/DataServices.h"
+#include "platform/linux/Findings.h"
 #include "platform/linux/InputServices.h"
 #include "platform/linux/VideoServices.h"
 
@@ -13,6 +14,7 @@ Services makeServices() {
   services.queues = makeQueues();
   services.network = makeNetwork();
   services.systemLog = makeSystemLog();
+  services.inspection = makeInspection();
   services.urlSessions = makeURLSessions(services.queues);
   services.xml = makeXMLParser();
   services.files = makeFiles();

@@ -8,6 +8,6 @@ tessel_linux_service(bluetooth
     BlueZBluetooth.cpp
     BlueZCentral.cpp
     BlueZRadio.cpp
-    BluetoothFinding.cpp
+    BluetoothAdvice.cpp
     ManagementSocket.cpp
   LINK tessel_bluez)

@@ -22,6 +22,7 @@ tessel_linux_service(core
     AsioTimer.cpp
     Connector.cpp
     JournalLog.cpp
+    LinuxInspection.cpp
     LinuxMainQueue.cpp
     LinuxNetwork.cpp
     LinuxQueues.cpp

@@ -7,7 +7,6 @@ find_path(YUV_INCLUDE libyuv.h REQUIRED)
 
 tessel_linux_service(video
   SOURCES
-    Diagnostics.cpp
     EncoderCandidates.cpp
     LibavCompressionSession.cpp
     LibavEncoder.cpp

@@ -30,6 +30,7 @@ platform::Services makeFakes() {
   fakes.videoEncoding = std::make_shared<FakeVideoEncoding>(*scheduler);
   fakes.eventPosting = std::make_shared<RecordingPosting>();
   fakes.bluetooth = std::make_shared<FakeBluetooth>();
+  fakes.inspection = std::make_shared<FakeInspection>();
   fakes.queues = std::move(scheduler);
   return fakes;
 }
@@ -99,6 +100,7 @@ SimWorld::SimWorld(platform::Services fakes)
       encoding{as<FakeVideoEncoding>(fakes.videoEncoding)},
       poster{as<RecordingPosting>(fakes.eventPosting)},
       bluetooth{as<FakeBluetooth>(fakes.bluetooth)},
+      inspection{as<FakeInspection>(fakes.inspection)},
       fakes_{std::move(fakes)},
       scope_{fakes_} {}
 

@@ -10,6 +10,7 @@
 #include "platform/Services.h"
 #include "tests/support/FakeBluetooth.h"
 #include "tests/support/FakeFiles.h"
+#include "tests/support/FakeInspection.h"
 #include "tests/support/FakeScreens.h"
 #include "tests/support/FakeVideo.h"
 #include "tests/support/RecordingPoster.h"
@@ -69,6 +70,7 @@ class SimWorld {
   FakeVideoEncoding& encoding;
   RecordingPosting& poster;
   FakeBluetooth& bluetooth;
+  FakeInspection& inspection;
   LogRecorder log;
 
   /// Runs what is ready; time stands still.

@@ -1,11 +1,15 @@
 #include "tessel/Diagnostics.h"
 
+#include <string>
+
+#include "discovery/BluetoothFinding.h"
 #include "platform/Services.h"
-#include "platform/linux/Findings.h"
 #include "tessel/VexCfg.h"
 
 namespace tessel {
-namespace platform {
+namespace {
+
+using platform::services;
 
 Finding findConfiguration() {
   const std::string folder = services().files->sharedFolder() + "/Lumisk";
@@ -23,11 +27,12 @@ Finding findConfiguration() {
   return {"configuration", true, "The configuration file is " + folder + "/VexCfg.plist.", {}};
 }
 
-}  // namespace platform
+}  // namespace
 
 std::vector<Finding> diagnose() {
-  return {platform::findScreen(), platform::findEncoder(), platform::findInput(),
-          platform::findBluetooth(), platform::findConfiguration()};
+  platform::Inspection& machine = *services().inspection;
+  return {machine.screen(), machine.encoder(), machine.input(), findBluetooth(),
+          findConfiguration()};
 }
 
 }  // namespace tessel

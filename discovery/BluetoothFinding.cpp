@@ -1,0 +1,45 @@
+#include "discovery/BluetoothFinding.h"
+
+#include <chrono>
+#include <memory>
+
+#include "platform/Group.h"
+#include "platform/Services.h"
+#include "tessel/BVBeaconScanner.h"
+
+namespace tessel {
+namespace {
+
+using platform::CentralState;
+using platform::services;
+
+constexpr std::chrono::seconds kPatience{2};
+
+// The radio's state as the scanner sees it: an old controller that is off is one without low
+// energy.
+CentralState centralState(BVGBluetoothState state) {
+  if (state == BVGBluetoothStateResetting) return CentralState::kResetting;
+  if (state == BVGBluetoothStateUnsupported) return CentralState::kUnsupported;
+  if (state == BVGBluetoothStateUnauthorized) return CentralState::kUnauthorized;
+  if (state == BVGBluetoothStatePoweredOff) return CentralState::kPoweredOff;
+  if (state == BVGBluetoothStatePoweredOn) return CentralState::kPoweredOn;
+  return CentralState::kUnknown;
+}
+
+}  // namespace
+
+Finding findBluetooth() {
+  const auto scanner = BVBeaconScanner::init();
+  const auto unknown = std::make_shared<platform::Group>(*services().clock);
+  unknown->enter();
+  scanner->bluetoothStateSignal()->subscribeNext([unknown](BVGBluetoothState state) {
+    if (state != BVGBluetoothStateUnknown) unknown->leave();
+  });
+  unknown->wait(kPatience);
+  BVGBluetoothState state = scanner->bluetoothState();
+  if (!state) state = BVGBluetoothStateUnknown;
+  return {"bluetooth", state == BVGBluetoothStatePoweredOn, BVBluetoothStateDescription(state),
+          services().inspection->bluetoothAdvice(centralState(state))};
+}
+
+}  // namespace tessel

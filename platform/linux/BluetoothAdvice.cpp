@@ -1,0 +1,72 @@
+#include <fstream>
+#include <string>
+
+#include "platform/linux/Findings.h"
+
+namespace tessel::platform {
+namespace {
+
+constexpr const char* kWithoutBluetooth = " Casting to the address of a hub needs no Bluetooth.";
+
+std::string firstLine(const std::string& path) {
+  std::ifstream file{path};
+  std::string line;
+  std::getline(file, line);
+  return line;
+}
+
+enum class Switch { none, soft, hard };
+
+// What keeps the Bluetooth radio off: a setting (airplane mode), or a switch of the machine.
+Switch blockedBy() {
+  constexpr int kMostSwitches = 64;
+  Switch found = Switch::none;
+  for (int i = 0; i < kMostSwitches; ++i) {
+    const std::string folder = "/sys/class/rfkill/rfkill" + std::to_string(i);
+    if (firstLine(folder + "/type") != "bluetooth") continue;
+    if (firstLine(folder + "/hard") == "1") return Switch::hard;
+    if (firstLine(folder + "/soft") == "1") found = Switch::soft;
+  }
+  return found;
+}
+
+std::string adviceWhenOff() {
+  switch (blockedBy()) {
+    case Switch::hard:
+      return "A switch or key of this computer keeps Bluetooth off: flip it";
+    case Switch::soft:
+      return "Turn airplane mode off, or run: rfkill unblock bluetooth";
+    case Switch::none:
+      break;
+  }
+  return "Turn Bluetooth on in the desktop's settings, or run: bluetoothctl power on";
+}
+
+}  // namespace
+
+std::string bluetoothAdvice(CentralState state) {
+  switch (state) {
+    case CentralState::kPoweredOn:
+      return {};
+    case CentralState::kPoweredOff:
+      return adviceWhenOff() + "." + kWithoutBluetooth;
+    case CentralState::kUnauthorized:
+      return std::string{
+                 "Ask the administrator to let this user speak to org.bluez on the system bus "
+                 "(often by membership of the group bluetooth)."} +
+             kWithoutBluetooth;
+    case CentralState::kUnsupported:
+      return std::string{
+                 "Plug in a Bluetooth adapter of version 4.0 or newer; if there is one, check that "
+                 "the Bluetooth service runs: systemctl status bluetooth."} +
+             kWithoutBluetooth;
+    case CentralState::kUnknown:
+    case CentralState::kResetting:
+      break;
+  }
+  return std::string{
+             "Try again in a moment; if that does not help, look at: systemctl status bluetooth."} +
+         kWithoutBluetooth;
+}
+
+}  // namespace tessel::platform
