@@ -20,6 +20,9 @@ complain "Logic may not look at the operating system:" \
   "$(grep -nE '^#\s*if.*(__linux__|__APPLE__|_WIN32|__unix__)' $logic)"
 complain "The platform layer may not know the logic above it:" \
   "$(git grep -nE '#include "(session|display|input|discovery)/' -- platform)"
+implemented=$(git ls-files -- session display input discovery | sed -nE 's|.*/(.+)\.cpp$|\1|p' | paste -sd '|')
+complain "The platform layer may not use what the logic above it implements:" \
+  "$(git grep -nE "#include \"tessel/($implemented)\.h\"" -- platform)"
 complain "Public headers may include the standard library and each other only:" \
   "$(git grep -nE '^#\s*include' -- include | grep -vE "#\s*include ($standard|\"tessel/[A-Za-z0-9]+\.h\")$")"
 exit $status
