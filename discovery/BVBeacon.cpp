@@ -108,9 +108,9 @@ std::shared_ptr<BVBeacon> BVBeacon::beaconWithAdvertismentDataDictionary(
 Bytes BVBeacon::manufacturerAdvertismentData() const {
   std::array<std::uint8_t, kPayloadSize> record{};
   const std::span<std::uint8_t, kPayloadSize> fields{record};
-  std::copy(proximityUUID_.bytes.begin(), proximityUUID_.bytes.end(), record.begin());
-  platform::putBigEndian<16>(fields, major_);
-  platform::putBigEndian<18>(fields, minor_);
+  std::ranges::copy(proximityUUID().bytes, record.begin());
+  platform::putBigEndian<16>(fields, major());
+  platform::putBigEndian<18>(fields, minor());
   record[20] = static_cast<std::uint8_t>(measuredPower());
   return {record.begin(), record.end()};
 }
@@ -120,7 +120,8 @@ AdvertisementDictionary BVBeacon::advertismentDictionary() const {
 }
 
 bool BVBeacon::isEqualToBeacon(const BVBeacon& other) const {
-  return proximityUUID_ == other.proximityUUID_ && major_ == other.major_ && minor_ == other.minor_;
+  return proximityUUID() == other.proximityUUID() && major() == other.major() &&
+         minor() == other.minor();
 }
 
 bool BVBeacon::isEqualTo(const std::shared_ptr<const BVBeacon>& other) const {
@@ -130,22 +131,46 @@ bool BVBeacon::isEqualTo(const std::shared_ptr<const BVBeacon>& other) const {
 std::string BVBeacon::description() const {
   std::array<char, 128> text{};
   std::snprintf(text.data(), text.size(), "<%s: %p, UUID: %s, major: %u, minor: %u>", "BVBeacon",
-                static_cast<const void*>(this), proximityUUID_.string().c_str(), major_, minor_);
+                static_cast<const void*>(this), proximityUUID().string().c_str(), major(), minor());
   return text.data();
 }
 
 std::shared_ptr<BVBeacon> BVBeacon::copy() const {
-  const auto copy = initWithProximityUUID(proximityUUID_, major_, minor_, measuredPower());
+  const auto copy = initWithProximityUUID(proximityUUID(), major(), minor(), measuredPower());
   copy->setLastUpdated(lastUpdated());
   copy->setRSSI(RSSI());
   return copy;
 }
 
-UUID BVBeacon::proximityUUID() const { return proximityUUID_; }
+UUID BVBeacon::proximityUUID() const {
+  const std::lock_guard lock{mutex_};
+  return proximityUUID_;
+}
 
-std::uint16_t BVBeacon::major() const { return major_; }
+void BVBeacon::setProximityUUID(const UUID& proximityUUID) {
+  const std::lock_guard lock{mutex_};
+  proximityUUID_ = proximityUUID;
+}
 
-std::uint16_t BVBeacon::minor() const { return minor_; }
+std::uint16_t BVBeacon::major() const {
+  const std::lock_guard lock{mutex_};
+  return major_;
+}
+
+void BVBeacon::setMajor(std::uint16_t major) {
+  const std::lock_guard lock{mutex_};
+  major_ = major;
+}
+
+std::uint16_t BVBeacon::minor() const {
+  const std::lock_guard lock{mutex_};
+  return minor_;
+}
+
+void BVBeacon::setMinor(std::uint16_t minor) {
+  const std::lock_guard lock{mutex_};
+  minor_ = minor;
+}
 
 std::int16_t BVBeacon::measuredPower() const {
   const std::lock_guard lock{mutex_};

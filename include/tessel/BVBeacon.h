@@ -71,8 +71,11 @@ class TESSEL_EXPORT BVBeacon {
   std::shared_ptr<BVBeacon> copy() const;
 
   UUID proximityUUID() const;
+  void setProximityUUID(const UUID& proximityUUID);
   std::uint16_t major() const;
+  void setMajor(std::uint16_t major);
   std::uint16_t minor() const;
+  void setMinor(std::uint16_t minor);
   /// Calibrated power at one metre in dBm.
   std::int16_t measuredPower() const;
   void setMeasuredPower(std::int16_t measuredPower);
@@ -99,10 +102,10 @@ class TESSEL_EXPORT BVBeacon {
   BVBeacon(const UUID& proximityUUID, std::uint16_t major, std::uint16_t minor,
            std::int16_t measuredPower);
 
-  const UUID proximityUUID_;
-  const std::uint16_t major_;
-  const std::uint16_t minor_;
   mutable std::mutex mutex_;  // guards all below
+  UUID proximityUUID_;
+  std::uint16_t major_;
+  std::uint16_t minor_;
   std::int16_t measuredPower_;
   std::optional<int> rssi_;
   Date lastUpdated_;

@@ -112,6 +112,19 @@ TEST_F(BVBeaconTest, BeaconsThatDifferInIdentityAreNotEqual) {
   EXPECT_FALSE(one->isEqualToBeacon(*BVBeacon::initWithProximityUUID(UUID{}, 1, 2, -59)));
 }
 
+TEST_F(BVBeaconTest, TheIdentityMayBeSet) {
+  const auto beacon = BVBeacon::initWithProximityUUID(UUID{}, 1, 2, -59);
+  beacon->setProximityUUID(kUUID);
+  beacon->setMajor(2561);
+  beacon->setMinor(42);
+  EXPECT_EQ(beacon->proximityUUID(), kUUID);
+  EXPECT_EQ(beacon->major(), 2561);
+  EXPECT_EQ(beacon->minor(), 42);
+  const auto advertised = parse(kAdvert);
+  EXPECT_TRUE(beacon->isEqualToBeacon(*advertised));
+  EXPECT_EQ(beacon->manufacturerAdvertismentData(), advertised->manufacturerAdvertismentData());
+}
+
 TEST_F(BVBeaconTest, ACopyHasNeitherAddressNorName) {
   const auto beacon = parse(kAdvert);
   beacon->setRSSI(-70);
