@@ -145,6 +145,7 @@ std::int64_t TSLDiscovery::rowForBeacon(const std::shared_ptr<BVBeacon>& beacon)
 
 void TSLDiscovery::insertObjectInBeaconsAtIndex(const std::shared_ptr<BVBeacon>& beacon,
                                                 std::size_t index) {
+  if (!beacon) return;
   {
     const std::lock_guard lock{state_->mutex};
     if (index > state_->beacons.size()) return;

@@ -57,7 +57,7 @@ class TESSEL_EXPORT TSLDiscovery : public std::enable_shared_from_this<TSLDiscov
   /// Index of the first entry with the same major and minor, or `kNotFound`.
   std::int64_t rowForBeacon(const std::shared_ptr<BVBeacon>& beacon) const;
 
-  /// @name Changes of the list; main queue only
+  /// @name Changes of the list; main queue only. Null is ignored, and so is an index past its end
   /// @{
   void insertObjectInBeaconsAtIndex(const std::shared_ptr<BVBeacon>& beacon, std::size_t index);
   void removeObjectFromBeaconsAtIndex(std::size_t index);
@@ -66,7 +66,7 @@ class TESSEL_EXPORT TSLDiscovery : public std::enable_shared_from_this<TSLDiscov
   /// Marks the beacon as heard now, then fetches its name.
   void updateFriendlyNameForBeacon(const std::shared_ptr<BVBeacon>& beacon);
   /// Derives the beacon's address from major and minor and, when it is a valid one, fetches the
-  /// hub's name. Null: nothing.
+  /// hub's name.
   void friendlyNameForBeacon(const std::shared_ptr<BVBeacon>& beacon);
   /// @}
 

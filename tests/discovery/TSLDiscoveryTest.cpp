@@ -281,8 +281,14 @@ TEST_F(TSLDiscoveryTest, ControlCharactersInANameAreKeptAsTheyCame) {
 }
 
 TEST_F(TSLDiscoveryTest, ANullBeaconIsIgnored) {
+  observe();
   discovery->friendlyNameForBeacon(nullptr);
   discovery->updateFriendlyNameForBeacon(nullptr);
+  discovery->addBeaconsObject(nullptr);
+  discovery->insertObjectInBeaconsAtIndex(nullptr, 0);
+  world.advance(2s);
+  EXPECT_THAT(discovery->beacons(), IsEmpty());
+  EXPECT_THAT(changes, IsEmpty());
   EXPECT_THAT(world.http.requests, IsEmpty());
 }
 
