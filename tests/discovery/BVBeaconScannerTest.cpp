@@ -1,4 +1,6 @@
+#include <barrier>
 #include <gmock/gmock.h>
+#include <thread>
 
 #include "discovery/LMPVersion.h"
 #include "platform/BluetoothCentral.h"
@@ -10,6 +12,7 @@ namespace tessel::test {
 namespace {
 
 using platform::CentralState;
+using testing::Each;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -53,6 +56,12 @@ TEST_F(BVBeaconScannerTest, APoweredOffRadioOfVersionSixIsPoweredOff) {
   EXPECT_EQ(scanner->bluetoothState(), BVGBluetoothStatePoweredOff);
 }
 
+TEST_F(BVBeaconScannerTest, APoweredOffRadioOfVersionFiveIsUnsupported) {
+  world.bluetooth.lmpReport = "0x5";
+  enter(CentralState::kPoweredOff);
+  EXPECT_EQ(scanner->bluetoothState(), BVGBluetoothStateUnsupported);
+}
+
 TEST_F(BVBeaconScannerTest, APoweredOffRadioOfVersionFourIsUnsupported) {
   world.bluetooth.lmpReport = "0x4";
   enter(CentralState::kPoweredOff);
@@ -74,6 +83,20 @@ TEST_F(BVBeaconScannerTest, TheVersionIsAskedOnceAndOnlyForAPoweredOffRadio) {
   enter(CentralState::kPoweredOff);
   EXPECT_EQ(BVBeaconScanner::bluetoothLMPVersion(), 8U);
   EXPECT_EQ(world.bluetooth.lmpReports, 1);
+}
+
+TEST_F(BVBeaconScannerTest, AStateIsSentOnceItIsStoredAndScannedFor) {
+  std::vector<std::pair<BVGBluetoothState, bool>> seen;
+  scanner->bluetoothStateSignal()->subscribeNext([&](BVGBluetoothState state) {
+    EXPECT_EQ(scanner->bluetoothState(), state);
+    seen.emplace_back(state, scanner->scanning());
+  });
+  enter(CentralState::kResetting);
+  enter(CentralState::kPoweredOn);
+  enter(CentralState::kPoweredOff);
+  EXPECT_THAT(seen, ElementsAre(std::pair{BVGBluetoothStateResetting, false},
+                                std::pair{BVGBluetoothStatePoweredOn, true},
+                                std::pair{BVGBluetoothStatePoweredOff, false}));
 }
 
 TEST_F(BVBeaconScannerTest, APoweredOnStateStartsAScanWithDuplicates) {
@@ -173,6 +196,28 @@ TEST_F(BVBeaconScannerTest, TheSharedScannerIsOne) {
   EXPECT_EQ(shared, BVBeaconScanner::sharedBeaconScanner());
   EXPECT_NE(shared, scanner);
   EXPECT_NE(shared->centralManager(), scanner->centralManager());
+}
+
+TEST_F(BVBeaconScannerTest, TheSharedScannerAndTheVersionAreMadeOnceForAllThreads) {
+  constexpr std::size_t kThreads = 8;
+  std::vector<std::shared_ptr<BVBeaconScanner>> scanners(kThreads);
+  std::vector<unsigned> versions(kThreads);
+  std::barrier together{kThreads};
+  std::vector<std::thread> threads;
+  for (std::size_t i = 0; i < kThreads; ++i) {
+    threads.emplace_back([&, i] {
+      together.arrive_and_wait();
+      scanners[i] = BVBeaconScanner::sharedBeaconScanner();
+      together.arrive_and_wait();
+      versions[i] = BVBeaconScanner::bluetoothLMPVersion();
+    });
+  }
+  for (auto& thread : threads) thread.join();
+  EXPECT_THAT(scanners, Each(scanners.front()));
+  EXPECT_NE(scanners.front(), scanner);
+  EXPECT_EQ(world.bluetooth.centrals.size(), 2U);
+  EXPECT_THAT(versions, Each(8U));
+  EXPECT_EQ(world.bluetooth.lmpReports, 1);
 }
 
 TEST_F(BVBeaconScannerTest, ADroppedScannerHearsNothing) {

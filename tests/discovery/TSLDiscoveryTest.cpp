@@ -47,6 +47,12 @@ class TSLDiscoveryTest : public testing::Test {
     });
   }
 
+  // For so long the main queue does nothing else.
+  void keepMainQueueBusy(platform::Clock::Duration duration) {
+    world.scheduler.mainQueue()->async([this, duration] { world.scheduler.sleep(duration); });
+    world.run();
+  }
+
   SimWorld world;
   std::shared_ptr<TSLDiscovery> discovery = TSLDiscovery::init();
   std::shared_ptr<FakeCentral> central = world.bluetooth.last();
@@ -64,6 +70,79 @@ TEST_F(TSLDiscoveryTest, MajorAndMinorYieldTheAddressAndAFetchOfTheDetails) {
   EXPECT_THAT(urls(), ElementsAre(kURL));
   EXPECT_EQ(world.http.last()->request.method, "GET");
   EXPECT_EQ(world.http.last()->timeout, 60s);
+}
+
+TEST_F(TSLDiscoveryTest, AHubEntersTheListWithItsAddressAndItsNameAskedFor) {
+  bool entered = false;
+  discovery->observeBeacons([&](const BeaconListChange& change) {
+    entered = true;
+    EXPECT_EQ(change.kind, BeaconListChange::Kind::insertion);
+    EXPECT_EQ(change.beacon->IPAddr(), "192.168.1.100");
+    EXPECT_THAT(urls(), ElementsAre(kURL));
+  });
+  hearHub();
+  EXPECT_TRUE(entered);
+}
+
+TEST_F(TSLDiscoveryTest, AskingForTheNameMarksTheBeaconAsHeardNow) {
+  const auto beacon = BVBeacon::initWithProximityUUID(TSLHubProximityUUID, kMajor, kMinor, -59);
+  world.advance(7s);
+  discovery->friendlyNameForBeacon(beacon);
+  EXPECT_EQ(beacon->lastUpdated(), world.now() - 7s);
+  discovery->updateFriendlyNameForBeacon(beacon);
+  EXPECT_EQ(beacon->lastUpdated(), world.now());
+  world.advance(7s);
+  discovery->addBeaconsObject(beacon);
+  EXPECT_EQ(beacon->lastUpdated(), world.now());
+}
+
+TEST_F(TSLDiscoveryTest, AKnownHubKeepsTheTimeAtWhichItWasHeard) {
+  hearHub();
+  answer(details("Room 1"));
+  world.advance(5s);
+  keepMainQueueBusy(3s);
+  const Date heard = world.now();
+  hearHub();
+  EXPECT_EQ(entry()->lastUpdated(), heard - 5s);
+  world.advance(4s);
+  EXPECT_EQ(entry()->lastUpdated(), heard);
+}
+
+TEST_F(TSLDiscoveryTest, TheHubsAreToldApartOnTheScannersQueue) {
+  const auto managerQueue = BVBeaconScanner::sharedBeaconScanner()->managerQueue();
+  keepMainQueueBusy(3s);
+  int onQueue = 0;
+  discovery->beaconSignal()->subscribeNext(
+      [&](const auto&) { onQueue += managerQueue->isCurrent() ? 1 : 0; });
+  hear(advert(UUID{}, kMajor, kMinor));
+  hearHub();
+  EXPECT_EQ(onQueue, 1);
+  EXPECT_THAT(discovery->beacons(), IsEmpty());  // the list waits for the main queue
+  world.advance(3s);
+  EXPECT_EQ(discovery->beacons().size(), 1U);
+}
+
+TEST_F(TSLDiscoveryTest, AnAnswerIsTakenWithoutTheMainQueue) {
+  observe();
+  hearHub();
+  keepMainQueueBusy(3s);
+  answer(details("Room 1"));
+  EXPECT_EQ(entry()->friendlyName(), "Room 1");
+  EXPECT_EQ(entry()->lastGetFriendlyName(), world.now());
+  EXPECT_THAT(changes, ElementsAre("insertion 0"));  // observers wait for the main queue
+  world.advance(3s);
+  EXPECT_THAT(changes, ElementsAre("insertion 0", "update 0"));
+}
+
+TEST_F(TSLDiscoveryTest, OfTwoEqualEntriesTheFirstIsFoundAndRemoved) {
+  const auto first = BVBeacon::initWithProximityUUID(TSLHubProximityUUID, kMajor, kMinor, -59);
+  const auto second = first->copy();
+  discovery->insertObjectInBeaconsAtIndex(first, 0);
+  discovery->insertObjectInBeaconsAtIndex(second, 1);
+  EXPECT_EQ(discovery->rowForBeacon(second), 0);
+  second->setLastUpdated(world.now() - 16s);
+  world.advance(2s);
+  EXPECT_THAT(discovery->beacons(), ElementsAre(second));
 }
 
 TEST_F(TSLDiscoveryTest, AddressesWithAZeroOctetAreLoggedAndStillListed) {
