@@ -17,7 +17,11 @@ bool LogFile::open(const std::string& path) {
     if (!file_) return false;
     out = &file_;
   }
-  setLogSink([out](std::string_view line) { *out << line << '\n' << std::flush; });
+  setLogSink([out](std::string_view line) {
+    *out << line;
+    if (!line.ends_with('\n')) *out << '\n';
+    *out << std::flush;
+  });
   return true;
 }
 

@@ -7,7 +7,8 @@
 
 namespace tessel {
 
-/// Receives one log line, without its line feed. Called from any thread, one line at a time.
+/// Receives one log line. Its text has no line feed at its end, but for the few lines that were
+/// written with one. Called from any thread, one line at a time.
 using LogSink = std::function<void(std::string_view line)>;
 
 /// Sends every log line to `sink` from now on; null restores the default, the system journal.
