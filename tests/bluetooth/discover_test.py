@@ -24,9 +24,10 @@ class DiscoverTest(unittest.TestCase):
         self.addCleanup(program.interrupt)
         return program
 
-    def appear(self, rssi=-52):
+    def appear(self, rssi=-52, **identity):
         self.bluez.wait_for_call('StartDiscovery')
-        self.bluez.appear(DEVICE, {'RSSI': dbus.Int16(rssi), 'ManufacturerData': beacon()})
+        self.bluez.appear(DEVICE, {'RSSI': dbus.Int16(rssi),
+                                   'ManufacturerData': beacon(**identity)})
 
     def test_json_tells_of_a_hub_and_of_its_end(self):
         program = self.start('--json')
@@ -48,6 +49,17 @@ class DiscoverTest(unittest.TestCase):
         program = self.start('--json')
         self.appear(127)
         self.assertIsNone(json.loads(program.expect('"hub"'))['rssi'])
+
+    def test_the_name_is_read_from_the_hub(self):
+        hub = Program('bin/tessel-hub', '--bind', '127.1.2.3', '--name', 'Room "1" & 2',
+                      '--headless', '--no-advertise', '--json')
+        self.addCleanup(hub.interrupt)
+        hub.expect('"listening"')
+        program = self.start('--json')
+        self.appear(major=0x7F01, minor=0x0203)
+        self.assertEqual(json.loads(program.expect('"name":"')),
+                         {'event': 'hub', 'address': '127.1.2.3', 'name': 'Room "1" & 2',
+                          'rssi': -52})
 
     def test_the_time_is_up(self):
         self.assertEqual(self.wait(self.start('--json', '--timeout', '2')), 0)
