@@ -223,18 +223,36 @@ class MonitorsTest(unittest.TestCase):
     def setUp(self):
         self.server = XServer()
         self.addCleanup(self.server.stop)
-        environment = dict(os.environ, DISPLAY=self.server.display)
-        for monitor in (("*primary", "500/100x400/100+300+150", "screen"),
-                        ("other", "300/100x600/100+0+0", "none")):
-            subprocess.run(["xrandr", "--setmonitor", *monitor], env=environment, check=True,
-                           stdout=subprocess.DEVNULL)
+        self.xrandr("--setmonitor", "*primary", "500/100x400/100+300+150", "screen")
+        self.xrandr("--setmonitor", "other", "300/100x600/100+0+0", "none")
         self.hub = Hub(self.server.display, 2)
         self.addCleanup(self.hub.stop)
 
+    def xrandr(self, *arguments):
+        subprocess.run(["xrandr", *arguments], env=dict(os.environ, DISPLAY=self.server.display),
+                       check=True, stdout=subprocess.DEVNULL)
+
+    def check_move(self, sent, seen, reported):
+        self.hub.send(Hub.MOVE, *sent)
+        wait_until(lambda: self.server.pointer() == seen, f"the pointer at {seen}")
+        wait_until(lambda: self.hub.reports[-1:] == [(8, 13, *reported, 1, 0)],
+                   f"a report of {reported}")
+
     def test_positions_count_from_the_primary_monitor_and_stay_on_it(self):
         for sent, seen in (((0, 0), (300, 150)), ((100, 50), (400, 200)), ((65535, 65535), (799, 549))):
-            self.hub.send(Hub.MOVE, *sent)
-            wait_until(lambda: self.server.pointer() == seen, f"the pointer at {seen}")
+            self.check_move(sent, seen, (seen[0] - 300, seen[1] - 150))
+
+    def test_a_layout_that_changes_while_the_channel_is_open_counts(self):
+        self.check_move((100, 50), (400, 200), (100, 50))
+        self.xrandr("--delmonitor", "primary")
+        self.xrandr("--setmonitor", "*primary", "250/100x200/100+400+300", "screen")
+        # The server does not tell of it; it is asked within a second.
+        wait_until(lambda: self.server.pointer() == (400, 300), "the pointer on the moved screen",
+                   lambda: (self.hub.send(Hub.MOVE, 0, 0), time.sleep(0.02)))
+        # The picture keeps its size of 500 by 400, twice that of the screen.
+        self.check_move((0, 0), (400, 300), (0, 0))
+        self.check_move((100, 50), (600, 400), (400, 200))
+        self.check_move((500, 400), (649, 499), (498, 398))
 
 
 if __name__ == "__main__":

@@ -49,11 +49,17 @@ class ReleaseTest(unittest.TestCase):
         self.assertEqual(0, self.hub.terminate())
         self.assert_released()
 
-    def test_only_the_channel_that_ends_is_released(self):
+    def test_only_the_keys_are_released_when_the_keyboard_channel_ends(self):
         self.hold()
         self.hub.keyboard.close()
         wait_until(lambda: not self.server.held_keys(), "the keys up")
         self.assertEqual({1, 3}, self.server.held_buttons())
+
+    def test_only_the_buttons_are_released_when_the_mouse_channel_ends(self):
+        self.hold()
+        self.hub.mouse.shutdown(socket.SHUT_RDWR)
+        wait_until(lambda: not self.server.held_buttons(), "the buttons up")
+        self.assertEqual(HELD, self.server.held_keys())
 
     def test_what_somebody_else_holds_is_left_alone(self):
         other = Hub(self.server.display, 2)
