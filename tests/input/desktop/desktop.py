@@ -11,7 +11,6 @@ import tempfile
 import threading
 import time
 
-DRIVER = os.environ["TESSEL_INPUT_DRIVER"]
 PATIENCE = 20.0  # seconds for what should come at once
 WIDTH, HEIGHT = 800, 600
 
@@ -101,8 +100,8 @@ class Hub:
             environment["DISPLAY"] = display
         with socket.create_server((self.address, 1494)) as listener:
             listener.settimeout(PATIENCE)
-            self.driver = subprocess.Popen([DRIVER, self.address], stdout=subprocess.PIPE, text=True,
-                                           env=environment)
+            self.driver = subprocess.Popen([os.environ["TESSEL_INPUT_DRIVER"], self.address],
+                                           stdout=subprocess.PIPE, text=True, env=environment)
             self._start(self._read_log)
             self.mouse = listener.accept()[0]
             self._shake_hands()
