@@ -136,7 +136,7 @@ std::string BVBeacon::description() const {
 }
 
 std::shared_ptr<BVBeacon> BVBeacon::copy() const {
-  const auto copy = initWithProximityUUID(proximityUUID(), major(), minor(), measuredPower());
+  auto copy = initWithProximityUUID(proximityUUID(), major(), minor(), measuredPower());
   copy->setLastUpdated(lastUpdated());
   copy->setRSSI(RSSI());
   return copy;

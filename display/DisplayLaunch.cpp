@@ -13,7 +13,7 @@ URLRequest launchRequest(const TSLSession& session) {
 
 std::optional<std::string> stopURLAfterLaunch(const TSLSession& session,
                                               const URLResponse& response) {
-  const auto location = response.header("Location");
+  auto location = response.header("Location");
   const bool usable = location && !location->empty();
   if (usable && (!session.sslEnabled() || location->starts_with("https"))) return location;
   return platform::appendingPathComponent(session.applicationURL(),

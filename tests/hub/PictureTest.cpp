@@ -16,7 +16,6 @@ namespace tessel::hub {
 namespace {
 
 using ::testing::Each;
-using ::testing::ElementsAre;
 using Bytes = std::vector<std::uint8_t>;
 
 // A picture of one colour.
