@@ -16,7 +16,7 @@ namespace tessel::apps {
 EventLoop::EventLoop() {
   sigset_t set;
   sigemptyset(&set);
-  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&set, signal);
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE}) sigaddset(&set, signal);
   pthread_sigmask(SIG_BLOCK, &set, nullptr);
   signals_ = signalfd(-1, &set, SFD_CLOEXEC | SFD_NONBLOCK);
 }

@@ -8,8 +8,9 @@
 namespace tessel::apps {
 
 /// The loop of a program that links the library: runs the library's main queue, ticks, and turns
-/// SIGINT, SIGTERM and SIGHUP into an orderly end. Everything it calls, it calls on the thread that
-/// runs it.
+/// SIGINT, SIGTERM and SIGHUP into an orderly end. So it does with SIGPIPE: a write to a pipe that
+/// nobody reads any more fails, and the loop ends where it was its own thread that wrote.
+/// Everything it calls, it calls on the thread that runs it.
 ///
 /// Make it first in main(), while the process has one thread: it blocks those signals, and threads
 /// inherit that.

@@ -1,10 +1,11 @@
 """`tessel discover` against a BlueZ that the test plays."""
 import json
+import subprocess
 import unittest
 
 import dbus
 
-from bluez import BlueZ, Bus, Program, beacon
+from bluez import BUILD, PATIENCE, BlueZ, Bus, Program, beacon
 
 DEVICE = 'C0_1E_AC_5B_00_01'
 
@@ -60,6 +61,17 @@ class DiscoverTest(unittest.TestCase):
         self.assertEqual(json.loads(program.expect('"name":"')),
                          {'event': 'hub', 'address': '127.1.2.3', 'name': 'Room "1" & 2',
                           'rssi': -52})
+
+    def test_a_reader_that_goes_away_ends_it(self):
+        process = subprocess.Popen([BUILD / 'bin/tessel', 'discover', '--json'],
+                                   stdout=subprocess.PIPE)
+        self.addCleanup(process.kill)
+        self.appear()
+        while b'"hub"' not in process.stdout.readline():
+            pass
+        process.stdout.close()
+        self.bluez.hear(DEVICE, {'RSSI': dbus.Int16(-70)})  # told of at the latest as gone
+        self.assertEqual(process.wait(PATIENCE), 0)
 
     def test_the_time_is_up(self):
         self.assertEqual(self.wait(self.start('--json', '--timeout', '2')), 0)

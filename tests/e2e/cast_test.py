@@ -1,6 +1,7 @@
 """Casts with the real programs over loopback."""
 
 import json
+import os
 import re
 import signal
 import socket
@@ -135,6 +136,21 @@ class Ends(ProgramTest):
             caster.wait_for("state", state=1)
             caster.process.send_signal(signal.SIGINT)
             self.assertEqual(caster.exit_code(), 0)
+
+    def test_a_reader_of_the_events_that_goes_away(self):
+        hub = self.hub("127.0.3.26")
+        log = self.folder / "log"
+        process = subprocess.Popen(
+            [BINARIES / "tessel", "cast", "127.0.3.26", *PATTERN, "--json", "--stats", "--log", log],
+            stdout=subprocess.PIPE, env=dict(os.environ, **self.env))
+        self.addCleanup(process.kill)
+        for line in process.stdout:
+            if json.loads(line) == {"event": "state", "state": 2}:
+                break
+        process.stdout.close()
+        self.assertEqual(process.wait(30), 0)
+        self.assertIn("-[TSLSession disconnect]: EXIT", log.read_text())
+        hub.wait_for("ended")
 
     def test_nobody_at_the_address(self):
         caster = self.cast("127.0.3.22", *PATTERN)
