@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Holds the folders to their rules: the logic stands on the standard library, include/ and platform/
-# alone, the public headers on each other, and neither knows an operating system.
+# alone, the public headers on each other, and neither knows an operating system. The README's
+# example is the one that is built.
 set -uo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 status=0
@@ -25,4 +26,6 @@ complain "The platform layer may not use what the logic above it implements:" \
   "$(git grep -nE "#include \"tessel/($implemented)\.h\"" -- platform)"
 complain "Public headers may include the standard library and each other only:" \
   "$(git grep -nE '^#\s*include' -- include | grep -vE "#\s*include ($standard|\"tessel/[A-Za-z0-9]+\.h\")$")"
+complain "The README's example is not examples/cast.cpp:" \
+  "$(diff <(sed -n '/^```cpp$/,/^```$/p' README.md | sed '1d;$d') <(sed 1d examples/cast.cpp))"
 exit $status

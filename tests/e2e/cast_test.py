@@ -182,6 +182,22 @@ class Ends(ProgramTest):
             hub.wait_for("ended")
 
 
+class Example(ProgramTest):
+    """The README's host."""
+
+    def test_it_casts_until_it_is_interrupted(self):
+        for address, number in (("127.0.3.40", signal.SIGINT), ("127.0.3.41", signal.SIGTERM)):
+            with self.subTest(signal=number), Screen("640x360") as screen:
+                hub = self.hub(address)
+                process = subprocess.Popen([BINARIES / "example_cast", address],
+                                           env={**os.environ, **self.env, **screen.env})
+                self.addCleanup(process.kill)
+                hub.wait_for("session", state="input")
+                process.send_signal(number)
+                self.assertEqual(process.wait(30), 0)
+                hub.wait_for("ended")
+
+
 class Files(ProgramTest):
     """The log, and a configuration that is not as it should be."""
 
