@@ -6,7 +6,8 @@
 namespace tessel::apps {
 
 /// Sends the library's log to a file for as long as it lives. Lines come as they are written, each
-/// flushed at once, so that a crash loses none.
+/// flushed at once, so that a crash loses none. Only its owner can read the file: it holds what the
+/// hub's user types.
 class LogFile {
  public:
   LogFile() = default;

@@ -106,7 +106,10 @@ class Program {
         ->default_str("auto");
     cast->add_flag("--stats", cast_.stats, "Tell once a second how the casting goes");
     cast->add_flag("--json", cast_.json, "One JSON object a line on standard output");
-    cast->add_option("--log", log_, "Write the library's log to FILE (- is standard error)");
+    cast->add_option(
+        "--log", log_,
+        "Write the library's log to FILE (- is standard error). It tells what is typed "
+        "at the hub, so only you can read the file");
     cast->callback([this] { command_ = [this] { return runCastCommand(); }; });
   }
 

@@ -1,0 +1,56 @@
+#include <fstream>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include "apps/common/LogFile.h"
+#include "tests/support/TemporaryFolder.h"
+
+namespace tessel::apps {
+namespace {
+
+class LogFileTest : public testing::Test {
+ protected:
+  ~LogFileTest() override { umask(mask_); }
+
+  static mode_t permissionsOf(const std::string& path) {
+    struct stat found {};
+    EXPECT_EQ(stat(path.c_str(), &found), 0);
+    return found.st_mode & 0777;
+  }
+
+  const test::TemporaryFolder folder_;
+  const std::string path_ = folder_ / "log";
+
+ private:
+  const mode_t mask_ = umask(0);
+};
+
+TEST_F(LogFileTest, OnlyItsOwnerCanReadIt) {
+  LogFile log;
+  ASSERT_TRUE(log.open(path_));
+  EXPECT_EQ(permissionsOf(path_), 0600U);
+}
+
+TEST_F(LogFileTest, AFileThatIsThereIsEmptiedAndKeptFromTheOthers) {
+  std::ofstream{path_} << "an earlier log";
+  ASSERT_EQ(permissionsOf(path_), 0666U);
+  LogFile log;
+  ASSERT_TRUE(log.open(path_));
+  EXPECT_EQ(permissionsOf(path_), 0600U);
+  EXPECT_EQ(std::filesystem::file_size(path_), 0U);
+}
+
+TEST_F(LogFileTest, WhatIsNoPlainFileIsLeftAsItIs) {
+  const mode_t before = permissionsOf("/dev/null");
+  LogFile log;
+  EXPECT_TRUE(log.open("/dev/null"));
+  EXPECT_EQ(permissionsOf("/dev/null"), before);
+}
+
+TEST_F(LogFileTest, AFolderIsNoFile) {
+  LogFile log;
+  EXPECT_FALSE(log.open(folder_.path().string()));
+}
+
+}  // namespace
+}  // namespace tessel::apps
