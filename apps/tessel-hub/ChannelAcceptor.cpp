@@ -19,19 +19,20 @@ const char* name(ChannelKind kind) {
 
 }  // namespace
 
-// A connection that has not told its channel yet. Kept alive by its reads and its timer.
+// A connection that has not told its channel yet. Kept alive by its reads and its timer, and so
+// perhaps longer than the acceptor, by the io_context.
 struct ChannelAcceptor::Pending {
-  Pending(ChannelAcceptor& acceptor, std::shared_ptr<ChannelStream> connection)
-      : owner{acceptor}, stream{std::move(connection)}, deadline{acceptor.context_} {
-    ++owner.unopened_;
+  Pending(const ChannelAcceptor& acceptor, std::shared_ptr<ChannelStream> connection)
+      : unopened{acceptor.unopened_}, stream{std::move(connection)}, deadline{acceptor.context_} {
+    ++*unopened;
   }
-  ~Pending() { --owner.unopened_; }
+  ~Pending() { --*unopened; }
   Pending(const Pending&) = delete;
   Pending& operator=(const Pending&) = delete;
 
   std::span<const std::uint8_t> received() const { return std::span{opening}.first(length); }
 
-  ChannelAcceptor& owner;
+  const std::shared_ptr<int> unopened;
   std::shared_ptr<ChannelStream> stream;
   asio::steady_timer deadline;
   std::array<std::uint8_t, 16> opening{};
@@ -83,7 +84,7 @@ void ChannelAcceptor::welcome(asio::ip::tcp::socket socket) {
   const std::shared_ptr<ChannelStream> stream =
       settings_.tls != nullptr ? ChannelStream::tls(std::move(socket), *settings_.tls)
                                : ChannelStream::plain(std::move(socket));
-  if (unopened_ >= kMostUnopened) {
+  if (*unopened_ >= kMostUnopened) {
     log_.line("too many connections that say nothing: one from " + stream->address() +
               " was refused");
     return stream->close();

@@ -57,7 +57,7 @@ class ChannelAcceptor {
   const OpenedHandler opened_;
   asio::ip::tcp::acceptor acceptor_;
   asio::steady_timer retry_;
-  int unopened_ = 0;
+  const std::shared_ptr<int> unopened_ = std::make_shared<int>(0);
 };
 
 }  // namespace tessel::hub
