@@ -145,6 +145,8 @@ std::optional<FoundHub> waitForHub(EventLoop& loop, const std::optional<std::str
       },
       milliseconds(timeout));
   *waiting = false;
+  // The scanner outlives the search, and a radio that goes on listening takes time from the Wi-Fi.
+  BVBeaconScanner::sharedBeaconScanner()->stopScanning();
   return found;
 }
 

@@ -1,5 +1,6 @@
 """`tessel discover` against a BlueZ that the test plays."""
 import json
+import socket
 import subprocess
 import unittest
 
@@ -61,6 +62,17 @@ class DiscoverTest(unittest.TestCase):
         self.assertEqual(json.loads(program.expect('"name":"')),
                          {'event': 'hub', 'address': '127.1.2.3', 'name': 'Room "1" & 2',
                           'rssi': -52})
+
+    def test_a_cast_to_the_first_hub_listens_no_longer_once_it_has_found_one(self):
+        # A hub that takes the connection and never answers.
+        with socket.create_server(('127.5.3.1', 55555)):
+            program = Program('bin/tessel', 'cast', '--first', '--screen', 'pattern', '--json')
+            self.addCleanup(program.interrupt)
+            self.bluez.wait_for_call('StartDiscovery')
+            self.bluez.appear(DEVICE, {'RSSI': dbus.Int16(-52),
+                                       'ManufacturerData': beacon(major=0x7F05, minor=0x0301)})
+            program.expect('"state"')
+            self.bluez.wait_for_call('StopDiscovery')
 
     def test_a_reader_that_goes_away_ends_it(self):
         process = subprocess.Popen([BUILD / 'bin/tessel', 'discover', '--json'],
