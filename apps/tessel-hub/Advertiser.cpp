@@ -1,7 +1,6 @@
 #include "Advertiser.h"
 
 #include <arpa/inet.h>
-#include <cstdlib>
 #include <cstring>
 #include <ifaddrs.h>
 #include <net/if.h>
@@ -110,8 +109,7 @@ void Advertiser::serviceChanged(BlueZClient::Service service) {
 
 void Advertiser::interfaceAdded(const std::string& path, const std::string& interface,
                                 const BusProperties& properties) {
-  const char* only = std::getenv("TESSEL_ADAPTER");
-  if (only != nullptr && !path.ends_with(std::string{"/"} + only)) return;
+  if (!platform::isAdapter(path, onlyAdapter_)) return;
   if (interface == kManager) adapters_[path].canAdvertise = true;
   if (interface == kAdapter) {
     const auto* powered = platform::findProperty<bool>(properties, "Powered");

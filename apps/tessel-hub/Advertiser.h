@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/linux/BlueZAdapters.h"
 #include "platform/linux/BlueZClient.h"
 
 namespace tessel::hub {
@@ -36,12 +37,6 @@ class Advertiser : private platform::BlueZClient::Listener {
     bool powered = false;
     bool canAdvertise = false;
   };
-  // hci2 comes before hci10.
-  struct ByNumber {
-    bool operator()(const std::string& a, const std::string& b) const {
-      return a.size() != b.size() ? a.size() < b.size() : a < b;
-    }
-  };
 
   void serviceChanged(platform::BlueZClient::Service service) override;
   void interfaceAdded(const std::string& path, const std::string& interface,
@@ -62,10 +57,11 @@ class Advertiser : private platform::BlueZClient::Listener {
   int answerProperties(sd_bus_message* call) const;
 
   const Notice onNotice_;
+  const std::string onlyAdapter_ = platform::adapterOfEnvironment();
   const std::vector<std::uint8_t> payload_;  // manufacturer data without the company identifier
   // The rest belongs to the client's thread.
   bool listed_ = false;
-  std::map<std::string, Adapter, ByNumber> adapters_;
+  std::map<std::string, Adapter, platform::ByNumber> adapters_;
   std::string adapter_;   // where the advertisement is registered, or is being; empty: nowhere
   unsigned attempt_ = 0;  // tells late answers apart
   std::string said_;

@@ -1,9 +1,10 @@
 #include "platform/linux/BlueZCentral.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 #include <utility>
+
+#include "platform/linux/BlueZAdapters.h"
 
 namespace tessel::platform {
 namespace {
@@ -15,12 +16,6 @@ constexpr const char* kAdapter = "org.bluez.Adapter1";
 constexpr auto kRestartTakes = 10s;
 constexpr auto kFirstRetry = 1s;
 constexpr auto kLongestRetry = 8s;
-
-// Which adapter to use, where somebody has chosen one.
-std::string adapterOfEnvironment() {
-  const char* name = std::getenv("TESSEL_ADAPTER");
-  return name != nullptr ? name : "";
-}
 
 void fillFilter(sd_bus_message* message, bool allowDuplicates) {
   sd_bus_message_append(message, "a{sv}", 2, "Transport", "s", "le", "DuplicateData", "b",

@@ -44,7 +44,7 @@ void BlueZRadio::serviceChanged(Service service) {
 void BlueZRadio::interfaceAdded(const std::string& path, const std::string& interface,
                                 const BusProperties& properties) {
   if (interface == kAdapter) {
-    if (!onlyAdapter_.empty() && !path.ends_with("/" + onlyAdapter_)) return;
+    if (!isAdapter(path, onlyAdapter_)) return;
     adapters_[path] = {};
     adapterChanged(path, properties);
   } else if (interface == kDevice) {

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "platform/BluetoothCentral.h"
+#include "platform/linux/BlueZAdapters.h"
 #include "platform/linux/BlueZClient.h"
 
 namespace tessel::platform {
@@ -70,12 +71,6 @@ class BlueZRadio {
   struct Device {
     std::optional<Bytes> manufacturerData;
     std::optional<int> rssi;
-  };
-  // hci2 comes before hci10.
-  struct ByNumber {
-    bool operator()(const std::string& a, const std::string& b) const {
-      return a.size() != b.size() ? a.size() < b.size() : a < b;
-    }
   };
 
   void adapterChanged(const std::string& path, const BusProperties& changed);

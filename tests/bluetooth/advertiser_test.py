@@ -116,6 +116,14 @@ class OnAChosenAdapter(AdvertiserTest):
         self.assertEqual(self.bluez.calls('hci0'), [])
 
 
+class WithAnEmptyChoice(AdvertiserTest):
+    environment = {'TESSEL_ADAPTER': ''}
+
+    def test_the_first_one_is_used(self):
+        self.probe.expect(ADVERTISED)
+        self.bluez.wait_for_call('RegisterAdvertisement', name='hci0')
+
+
 class AtAnAddressWithAZero(AdvertiserTest):
     address = '127.0.0.2'
 
