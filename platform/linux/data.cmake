@@ -22,6 +22,4 @@ tessel_linux_service(data
 foreach(resource VexCfg.plist Localizable.plist)
   configure_file(${PROJECT_SOURCE_DIR}/resources/${resource}
     ${PROJECT_BINARY_DIR}/share/tessel/${resource} COPYONLY)
-  install(FILES ${PROJECT_SOURCE_DIR}/resources/${resource}
-    DESTINATION ${CMAKE_INSTALL_DATADIR}/tessel)
 endforeach()
