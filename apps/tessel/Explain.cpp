@@ -3,6 +3,11 @@
 namespace tessel::apps {
 namespace {
 
+// Codes of HTTP's errors.
+constexpr const char* kHttpDomain = "tessel.url";
+constexpr long kNotTrusted = 60;
+constexpr long kTrustUnreadable = 77;
+
 std::string explainOwn(const Error& error, const std::string& host) {
   switch (error.code) {
     case 2:
@@ -11,7 +16,8 @@ std::string explainOwn(const Error& error, const std::string& host) {
       return error.localizedDescription.empty()
                  ? "A channel to the hub at " + host +
                        " could not be opened: check that no firewall blocks its ports 1494 and "
-                       "8500, then try again."
+                       "8500 and, where it uses TLS, that its certificate is trusted "
+                       "(SSL_CERT_FILE), then try again."
                  : error.localizedDescription + " Check that the hub at " + host +
                        " is still on, then cast again.";
     case 5:
@@ -42,6 +48,17 @@ std::string explain(const Error& error, const std::string& host) {
   if (error.domain == "AVFoundationErrorDomain" || error.domain == "NSOSStatusErrorDomain") {
     return "This machine's screen cannot be cast (" + reason +
            "): run \"tessel doctor\" to see what is missing.";
+  }
+  if (error.domain == kHttpDomain && error.code == kNotTrusted) {
+    return "The certificate of the hub at " + host +
+           " is not trusted: set the environment variable SSL_CERT_FILE to a file that holds it "
+           "(tessel-hub --write-cert FILE makes one), and cast to the address or the name that it "
+           "was made for.";
+  }
+  if (error.domain == kHttpDomain && error.code == kTrustUnreadable) {
+    return "The certificates to trust cannot be read (" + reason +
+           "): set the environment variable SSL_CERT_FILE to a file that holds the hub's "
+           "certificate.";
   }
   return "The hub at " + host + " cannot be reached (" + reason +
          "): check the address, and that this computer is in the hub's network.";

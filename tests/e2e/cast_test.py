@@ -76,6 +76,13 @@ class ProtocolVariants(ProgramTest):
         caster = self.cast("127.0.3.8", *PATTERN)
         self.assertEqual(caster.exit_code(), 1)
         self.assertEqual(caster.events[-1]["event"], "failed")
+        self.assertRegex(caster.complaints, r"not trusted: set .*SSL_CERT_FILE")
+
+    def test_a_certificate_file_that_is_missing_is_named(self):
+        self.hub("127.0.3.9", "--version", "1.4", "--tls", "8443")
+        caster = self.cast("127.0.3.9", *PATTERN, SSL_CERT_FILE="/nonexistent.pem")
+        self.assertEqual(caster.exit_code(), 1)
+        self.assertRegex(caster.complaints, r"/nonexistent\.pem.*: set .*SSL_CERT_FILE")
 
 
 class Picture(ProgramTest):

@@ -1,0 +1,42 @@
+#include <gmock/gmock.h>
+
+#include "apps/tessel/Explain.h"
+
+namespace tessel::apps {
+namespace {
+
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::Not;
+
+std::string explained(const std::string& domain, long code, const std::string& text = {}) {
+  return explain({domain, code, text}, "192.168.1.100");
+}
+
+TEST(ExplainTest, AnUntrustedCertificateIsNoMatterOfTheNetwork) {
+  EXPECT_THAT(explained("tessel.url", 60, "The server's certificate is not trusted."),
+              AllOf(HasSubstr("SSL_CERT_FILE"), HasSubstr("--write-cert"),
+                    HasSubstr("192.168.1.100"), Not(HasSubstr("network"))));
+}
+
+TEST(ExplainTest, ACertificateFileThatCannotBeReadIsNamed) {
+  EXPECT_THAT(explained("tessel.url", 77, "error setting certificate file: /none"),
+              AllOf(HasSubstr("/none"), HasSubstr("SSL_CERT_FILE"), Not(HasSubstr("network"))));
+}
+
+TEST(ExplainTest, AnAddressThatDoesNotAnswerIsAMatterOfTheNetwork) {
+  EXPECT_EQ(explained("tessel.url", 7, "Could not connect to the server."),
+            "The hub at 192.168.1.100 cannot be reached (Could not connect to the server): check "
+            "the address, and that this computer is in the hub's network.");
+}
+
+TEST(ExplainTest, AChannelThatDidNotOpenMayBeBlockedOrUntrusted) {
+  EXPECT_THAT(explained(TSLErrorDomain, 3), AllOf(HasSubstr("firewall"), HasSubstr("TLS")));
+}
+
+TEST(ExplainTest, AScreenThatCannotBeCastIsAMatterForTheDoctor) {
+  EXPECT_THAT(explained("NSOSStatusErrorDomain", -12902), HasSubstr("tessel doctor"));
+}
+
+}  // namespace
+}  // namespace tessel::apps
