@@ -11,9 +11,8 @@ namespace tessel::apps {
 
 /// What `tessel cast` was asked to do.
 struct CastOptions {
-  std::string host;                 ///< address or name; empty: look for a hub
-  std::optional<std::string> name;  ///< the hub to look for; none: the first one heard
-  std::optional<double> duration;   ///< seconds; none: until interrupted
+  std::string host;                ///< address or name
+  std::optional<double> duration;  ///< seconds; none: until interrupted
   std::int64_t displayMode = 0;
   ScreenSource screen = ScreenSource::automatic;
   Size patternSize{1920, 1080};

@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "apps/common/TerminalText.h"
 #include "apps/tessel/Hub.h"
 #include "apps/tessel/HubReport.h"
 #include "tessel/BVBeaconScanner.h"
@@ -19,8 +20,12 @@ namespace tessel::apps {
 namespace {
 
 using std::chrono_literals::operator""ms;
+using std::chrono_literals::operator""s;
 
 constexpr auto kRedraw = 500ms;
+// Every hub in range is heard in a few seconds.
+constexpr auto kPatience = 10s;
+constexpr std::size_t kLongestName = 64;
 constexpr int kStrengthUnknown = 127;  // what controllers report that cannot tell
 
 std::optional<EventLoop::Duration> milliseconds(std::optional<double> seconds) {
@@ -59,6 +64,19 @@ std::string sentenceFor(BVGBluetoothState state) {
   if (state == BVGBluetoothStatePoweredOn) return sentence;
   return sentence + (sentence.ends_with('.') ? "" : ".") +
          " \"tessel doctor\" says what to do about it.";
+}
+
+std::string quoted(const std::string& name) { return '"' + terminalText(name, kLongestName) + '"'; }
+
+std::string heardSoFar(const std::vector<Hub>& hubs) {
+  if (hubs.empty()) return "No hub has been heard so far.";
+  std::string text;
+  for (const Hub& hub : hubs) {
+    text += (text.empty() ? "Heard so far: " : ", ") +
+            (hub.name ? quoted(*hub.name) : std::string{"a hub without a name"}) + " at " +
+            hub.address;
+  }
+  return text + ".";
 }
 
 std::unique_ptr<HubReport> makeReport(bool json) {
@@ -124,8 +142,9 @@ int runDiscover(EventLoop& loop, const DiscoverOptions& options) {
   return std::make_shared<Lister>(options.json)->run(loop, options.timeout);
 }
 
-std::optional<FoundHub> waitForHub(EventLoop& loop, const std::optional<std::string>& name,
-                                   std::optional<double> timeout) {
+std::optional<std::string> waitForHub(EventLoop& loop, const std::optional<std::string>& name) {
+  const std::string wanted = name ? "the hub " + quoted(*name) : "a hub";
+  std::cerr << "Listening for " << wanted << " ... (Ctrl-C to stop)" << std::endl;
   const auto discovery = TSLDiscovery::init();
   // Subscriptions last as long as the scanner: this one is told when nobody waits any more.
   const auto waiting = std::make_shared<bool>(true);
@@ -134,16 +153,19 @@ std::optional<FoundHub> waitForHub(EventLoop& loop, const std::optional<std::str
       std::cerr << sentenceFor(state) << std::endl;
     }
   });
-  std::optional<FoundHub> found;
-  loop.runUntil(
-      [&] {
-        const auto hubs = hubsOf(*discovery);
-        const auto hub = std::ranges::find_if(
-            hubs, [&name](const Hub& candidate) { return !name || candidate.name == *name; });
-        if (hub != hubs.end()) found = FoundHub{hub->address, hub->name};
-        return found || loop.interrupted();
-      },
-      milliseconds(timeout));
+  std::optional<std::string> found;
+  const auto done = [&] {
+    const auto hubs = hubsOf(*discovery);
+    const auto hub = std::ranges::find_if(
+        hubs, [&name](const Hub& candidate) { return !name || candidate.name == *name; });
+    if (hub != hubs.end()) found = hub->address;
+    return found || loop.interrupted();
+  };
+  if (!loop.runUntil(done, kPatience)) {
+    std::cerr << heardSoFar(hubsOf(*discovery)) << " Still listening for " << wanted << "."
+              << std::endl;
+    loop.runUntil(done, std::nullopt);
+  }
   *waiting = false;
   // The scanner outlives the search, and a radio that goes on listening takes time from the Wi-Fi.
   BVBeaconScanner::sharedBeaconScanner()->stopScanning();

@@ -18,16 +18,9 @@ struct DiscoverOptions {
 /// could not be used at the end.
 int runDiscover(EventLoop& loop, const DiscoverOptions& options);
 
-/// A hub that can be cast to.
-struct FoundHub {
-  std::string address;
-  std::optional<std::string> name;  ///< none when it was not fetched yet
-};
-
-/// Waits for a hub: the one with this friendly name, or the first one heard. Says on standard
-/// error when Bluetooth cannot be used. None when interrupted, or when `timeout` (in seconds) has
-/// passed.
-std::optional<FoundHub> waitForHub(EventLoop& loop, const std::optional<std::string>& name,
-                                   std::optional<double> timeout);
+/// Waits for a hub, the one with this friendly name or the first one heard, and returns its
+/// address; none when interrupted. Says on standard error that it listens, when Bluetooth cannot be
+/// used, and what was heard when that takes long.
+std::optional<std::string> waitForHub(EventLoop& loop, const std::optional<std::string>& name);
 
 }  // namespace tessel::apps

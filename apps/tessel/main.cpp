@@ -133,9 +133,9 @@ class Program {
       return 1;
     }
     if (cast_.host.empty()) {
-      const auto hub = waitForHub(loop_, name_.empty() ? std::nullopt : std::optional{name_}, {});
-      if (!hub) return loop_.interrupted() ? 0 : 1;
-      cast_.host = hub->address;
+      const auto address = waitForHub(loop_, name_.empty() ? std::nullopt : std::optional{name_});
+      if (!address) return 0;  // interrupted
+      cast_.host = *address;
     }
     return runCast(loop_, cast_);
   }

@@ -151,14 +151,15 @@ class BlueZ:
 class Program:
     """A program of the build whose lines the test waits for."""
 
-    def __init__(self, *command, env=None):
+    def __init__(self, *command, env=None, errors=None):
+        """`errors`: where standard error goes; subprocess.STDOUT for lines as well."""
         self.lines = []
         self.read = 0
         self.changed = threading.Condition()
         self.ended = False
         self.process = subprocess.Popen(
             [str(BUILD / command[0]), *command[1:]], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
-            text=True, env=dict(os.environ, **(env or {})))
+            stderr=errors, text=True, env=dict(os.environ, **(env or {})))
         self.reader = threading.Thread(target=self.collect)
         self.reader.start()
 

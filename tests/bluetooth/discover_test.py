@@ -74,6 +74,22 @@ class DiscoverTest(unittest.TestCase):
             program.expect('"state"')
             self.bluez.wait_for_call('StopDiscovery')
 
+    def test_a_cast_to_a_hub_by_name_tells_what_it_hears_meanwhile(self):
+        program = Program('bin/tessel', 'cast', '--name', 'Room 1', errors=subprocess.STDOUT)
+        self.addCleanup(program.interrupt)
+        self.assertEqual(program.expect(''),
+                         'Listening for the hub "Room 1" ... (Ctrl-C to stop)')
+        self.appear()
+        self.assertEqual(program.expect('so far'), 'Heard so far: a hub without a name at '
+                         '192.168.1.100. Still listening for the hub "Room 1".')
+        self.assertEqual(program.interrupt(), 0)
+
+    def test_a_cast_to_the_first_hub_tells_that_none_is_heard(self):
+        program = Program('bin/tessel', 'cast', '--first', errors=subprocess.STDOUT)
+        self.addCleanup(program.interrupt)
+        program.expect('Listening for a hub')
+        program.expect('No hub has been heard so far. Still listening for a hub.')
+
     def test_a_reader_that_goes_away_ends_it(self):
         process = subprocess.Popen([BUILD / 'bin/tessel', 'discover', '--json'],
                                    stdout=subprocess.PIPE)
