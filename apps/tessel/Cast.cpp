@@ -14,7 +14,8 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto kTick = 250ms;
-// A hub that answers the mouse handshake wrongly leaves the connect waiting for ever.
+// A hub that answers the mouse handshake wrongly leaves the connect waiting for ever, and so for
+// minutes does a firewall that swallows what is sent to the channel's port.
 constexpr auto kPatience = 10s;
 
 /// One run of `tessel cast`. Lives on the loop's thread; the session calls it there too.
@@ -74,7 +75,9 @@ class Caster : public TSLSessionDelegate {
     } else if (step == kMouseStep && now - stepBegan_ >= kPatience && !warned_) {
       warned_ = true;
       report_.notice(
-          "The hub's answer was not understood. Still waiting; press Ctrl-C to give up.");
+          "The mouse channel is not open yet: the hub has not answered, or its answer was not "
+          "understood. Check that no firewall blocks its ports 1494 and 8500. Still waiting; press "
+          "Ctrl-C to give up.");
     }
   }
 

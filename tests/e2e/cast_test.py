@@ -10,6 +10,7 @@ import unittest
 
 from programs import BINARIES, ProgramTest
 from screen import Screen
+from silent_hub import SilentHub
 
 PATTERN = ("--screen", "pattern:640x360")
 
@@ -143,6 +144,14 @@ class Ends(ProgramTest):
             caster.wait_for("state", state=1)
             caster.process.send_signal(signal.SIGINT)
             self.assertEqual(caster.exit_code(), 0)
+
+    def test_a_mouse_channel_that_does_not_open_is_told_and_waited_for(self):
+        with SilentHub("127.0.3.27"):
+            caster = self.cast("127.0.3.27", *PATTERN)
+            notice = caster.wait_for("notice", timeout=60)
+            self.assertIn("the hub has not answered, or its answer was not understood",
+                          notice["description"])
+            self.assertEqual(caster.end(), 0)
 
     def test_a_reader_of_the_events_that_goes_away(self):
         hub = self.hub("127.0.3.26")
