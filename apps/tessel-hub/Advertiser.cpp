@@ -1,9 +1,6 @@
 #include "Advertiser.h"
 
 #include <arpa/inet.h>
-#include <cstring>
-#include <ifaddrs.h>
-#include <net/if.h>
 #include <netinet/in.h>
 #include <utility>
 
@@ -49,23 +46,6 @@ std::vector<std::uint8_t> payloadFor(const std::string& address) {
 }
 
 }  // namespace
-
-std::string advertisedAddress(const std::string& bind) {
-  if (bind != "0.0.0.0") return bind;
-  ifaddrs* list = nullptr;
-  if (getifaddrs(&list) != 0) return {};
-  std::string address;
-  for (const ifaddrs* entry = list; entry != nullptr && address.empty(); entry = entry->ifa_next) {
-    const bool usable = (entry->ifa_flags & IFF_UP) != 0 && (entry->ifa_flags & IFF_LOOPBACK) == 0;
-    if (!usable || entry->ifa_addr == nullptr || entry->ifa_addr->sa_family != AF_INET) continue;
-    sockaddr_in internet{};
-    std::memcpy(&internet, entry->ifa_addr, sizeof internet);
-    char text[INET_ADDRSTRLEN] = {};
-    address = inet_ntop(AF_INET, &internet.sin_addr, text, sizeof text);
-  }
-  freeifaddrs(list);
-  return address;
-}
 
 Advertiser::Advertiser(const std::string& address, Notice onNotice)
     : onNotice_{std::move(onNotice)},

@@ -10,10 +10,6 @@
 
 namespace tessel::hub {
 
-/// The IPv4 address under which senders reach a hub that serves at `bind`: that address, or, where
-/// the hub serves at all of them, this machine's first one. Empty when there is none.
-std::string advertisedAddress(const std::string& bind);
-
 /// Advertises the hub over Bluetooth for as long as it lives: as the beacon whose major and minor
 /// carry the hub's IPv4 address. Goes on by itself when an adapter is switched on or plugged in,
 /// and when bluetoothd restarts.
@@ -26,6 +22,7 @@ class Advertiser : private platform::BlueZClient::Listener {
   /// changes.
   using Notice = std::function<void(const std::string& sentence)>;
 
+  /// `address`: where senders reach the hub; empty when it is in no network.
   Advertiser(const std::string& address, Notice onNotice);
   /// Ends the advertisement.
   ~Advertiser() override;

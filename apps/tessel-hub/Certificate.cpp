@@ -1,11 +1,7 @@
 #include "Certificate.h"
 
-#include <arpa/inet.h>
 #include <array>
 #include <cstdio>
-#include <ifaddrs.h>
-#include <net/if.h>
-#include <netinet/in.h>
 #include <openssl/ec.h>
 #include <openssl/pem.h>
 #include <openssl/rand.h>
@@ -113,29 +109,6 @@ std::string Certificate::pem() const {
   char* text = nullptr;
   const long length = BIO_get_mem_data(memory.get(), &text);
   return {text, static_cast<std::size_t>(length)};
-}
-
-std::vector<std::string> reachableAddresses(const std::string& bind) {
-  if (bind != "0.0.0.0" && bind != "::") return {bind};
-  std::vector<std::string> addresses;
-  ifaddrs* first = nullptr;
-  if (getifaddrs(&first) != 0) return {"127.0.0.1"};
-  for (const ifaddrs* entry = first; entry != nullptr; entry = entry->ifa_next) {
-    if (entry->ifa_addr == nullptr || (entry->ifa_flags & IFF_UP) == 0) continue;
-    const int family = entry->ifa_addr->sa_family;
-    std::array<char, INET6_ADDRSTRLEN> text{};
-    const void* address = nullptr;
-    if (family == AF_INET) {
-      address = &reinterpret_cast<const sockaddr_in*>(entry->ifa_addr)->sin_addr;
-    } else if (family == AF_INET6 && bind == "::") {
-      address = &reinterpret_cast<const sockaddr_in6*>(entry->ifa_addr)->sin6_addr;
-    }
-    if (address != nullptr && inet_ntop(family, address, text.data(), text.size()) != nullptr) {
-      addresses.emplace_back(text.data());
-    }
-  }
-  freeifaddrs(first);
-  return addresses;
 }
 
 }  // namespace tessel::hub

@@ -39,8 +39,4 @@ class Certificate {
   std::unique_ptr<EVP_PKEY, Free> key_;
 };
 
-/// The addresses under which senders reach a hub that listens at `bind`: itself, or all of this
-/// machine's where it stands for them.
-std::vector<std::string> reachableAddresses(const std::string& bind);
-
 }  // namespace tessel::hub

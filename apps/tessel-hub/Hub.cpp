@@ -7,6 +7,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "Addresses.h"
 #include "Snapshot.h"
 #include "tessel/Constants.h"
 
@@ -54,7 +55,7 @@ void Hub::start(std::optional<Script> script) {
 
 void Hub::prepareTls() {
   certificate_ = options_.certificateFile.empty()
-                     ? Certificate::selfSigned(reachableAddresses(options_.bind), options_.name)
+                     ? Certificate::selfSigned(servedAddresses(options_.bind), options_.name)
                      : Certificate::load(options_.certificateFile, options_.keyFile);
   certificate_->use(tls_.native_handle());
   if (options_.writeCertificate.empty()) return;

@@ -9,7 +9,9 @@
 #include <string>
 #include <utility>
 #include <variant>
+#include <vector>
 
+#include "Addresses.h"
 #include "Advertiser.h"
 #include "HeadlessScreen.h"
 #include "Hub.h"
@@ -73,7 +75,8 @@ int run(const HubOptions& options, std::optional<Script> script) {
   hub.start(std::move(script));
   std::optional<Advertiser> advertiser;
   if (options.advertise) {
-    advertiser.emplace(advertisedAddress(options.bind),
+    const std::vector<std::string> addresses = addressesForSenders(options.bind);
+    advertiser.emplace(addresses.empty() ? std::string{} : addresses.front(),
                        [&reporter](const std::string& sentence) { reporter->notice(sentence); });
   }
   screen.run();
