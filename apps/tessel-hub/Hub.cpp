@@ -117,6 +117,7 @@ void Hub::startHttp() {
 
 void Hub::reportListening() {
   reporter_.listening({.address = options_.bind,
+                       .senderAddresses = addressesForSenders(options_.bind),
                        .name = options_.name,
                        .version = options_.variant.version,
                        .detailsPort = HttpService::kDetailsPort,

@@ -9,6 +9,13 @@ namespace tessel::hub {
 namespace {
 
 constexpr int kWrongUsage = 2;
+constexpr const char* kFooter =
+    "In the window, Ctrl+Alt+F fills the screen, or not any more, and Ctrl+Alt+Q ends the hub; so "
+    "does Ctrl+C\nwhere it was started.";
+
+HubOptions::Answer wrongUsage(const std::string& sentence) {
+  return {kWrongUsage, "tessel-hub: " + sentence + " See tessel-hub --help.\n"};
+}
 
 std::string machineName() {
   std::array<char, 256> name{};
@@ -67,7 +74,8 @@ void declare(CLI::App& app, HubOptions& options, std::string& version, int& tls)
   app.add_option("--script", options.script,
                  "Play the mouse and keyboard of this file instead of the window's")
       ->type_name("FILE");
-  app.add_flag("!--no-advertise", options.advertise, "Stay silent on Bluetooth");
+  app.add_flag_callback(
+      "--no-advertise", [&options] { options.advertise = false; }, "Stay silent on Bluetooth");
   app.add_flag("--json", options.json, "Tell what happens as JSON, one object a line");
   app.add_flag("--frame-events", options.frameEvents, "With --json: an event for each frame");
   app.add_option("--log", options.log,
@@ -82,17 +90,18 @@ std::variant<HubOptions, HubOptions::Answer> HubOptions::parse(int argc, const c
   std::string version = "1.6";
   int tls = 0;
   CLI::App app{"Receives a cast screen: a hub for tessel cast.", "tessel-hub"};
+  app.footer(kFooter);
   declare(app, options, version, tls);
   try {
     app.parse(argc, argv);
   } catch (const CLI::CallForHelp&) {
     return Answer{0, app.help()};
   } catch (const CLI::ParseError& error) {
-    return Answer{kWrongUsage, std::string{"tessel-hub: "} + error.what() + "\n"};
+    return wrongUsage(std::string{error.what()} + ".");
   }
   if (app.count("--tls") > 0) options.tlsPort = tls != 0 ? tls : kDefaultTlsPort;
   if (const std::string sentence = complaint(options, version); !sentence.empty()) {
-    return Answer{kWrongUsage, "tessel-hub: " + sentence + "\n"};
+    return wrongUsage(sentence);
   }
   options.variant = *ProtocolVariant::forVersion(version);
   if (options.name.empty()) options.name = machineName();

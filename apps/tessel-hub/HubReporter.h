@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "FramePipeline.h"
 
@@ -17,6 +18,7 @@ class HubReporter {
  public:
   struct Listening {
     std::string address;
+    std::vector<std::string> senderAddresses;  ///< those that other machines may cast to
     std::string name;
     std::string version;
     int detailsPort = 0;

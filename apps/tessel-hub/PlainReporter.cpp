@@ -17,9 +17,15 @@ class PlainReporter final : public HubReporter {
   void listening(const Listening& listening) override {
     std::string text = "This is the hub \"" + listening.name + "\", version " + listening.version;
     if (listening.tlsPort != 0) text += ", with TLS";
-    const bool everywhere = listening.address == "0.0.0.0" || listening.address == "::";
-    const std::string target = everywhere ? "<this machine's address>" : listening.address;
-    say(text + ".\nReady: cast to it with  tessel cast " + target);
+    text += ".\nReady: cast to it with  tessel cast ";
+    if (listening.senderAddresses.empty()) {
+      return say(text + "127.0.0.1  on this machine, which is in no network.");
+    }
+    text += listening.senderAddresses.front();
+    for (std::size_t i = 1; i < listening.senderAddresses.size(); ++i) {
+      text += "\n                   or  tessel cast " + listening.senderAddresses[i];
+    }
+    say(text);
   }
 
   void launched(const std::string& sender, const std::string&) override {

@@ -70,6 +70,8 @@ TEST(HubOptionsTest, WrongUsageGetsOneSentence) {
     ASSERT_NE(answer, nullptr) << words.front();
     EXPECT_EQ(answer->exitCode, 2);
     EXPECT_EQ(answer->text.find('\n'), answer->text.size() - 1) << answer->text;
+    EXPECT_TRUE(answer->text.ends_with(". See tessel-hub --help.\n")) << answer->text;
+    EXPECT_EQ(answer->text.find(".."), std::string::npos) << answer->text;
   }
 }
 
@@ -79,6 +81,7 @@ TEST(HubOptionsTest, HelpIsNoMistake) {
   ASSERT_NE(answer, nullptr);
   EXPECT_EQ(answer->exitCode, 0);
   EXPECT_NE(answer->text.find("--snapshot"), std::string::npos);
+  EXPECT_NE(answer->text.find("Ctrl+Alt+Q"), std::string::npos);
 }
 
 }  // namespace
