@@ -85,6 +85,7 @@ class Program {
   void addDiscover() {
     auto* discover = app_.add_subcommand("discover", "List the hubs in range (Bluetooth LE)");
     discover->add_option("--timeout", discover_.timeout, "Stop after so many seconds")
+        ->type_name("SECONDS")
         ->check(CLI::PositiveNumber);
     discover->add_flag("--json", discover_.json, "One JSON object a line for each change");
     discover->callback([this] { command_ = [this] { return runDiscover(loop_, discover_); }; });
@@ -92,24 +93,32 @@ class Program {
 
   void addCast() {
     auto* cast = app_.add_subcommand("cast", "Cast this machine's screen to a hub");
-    auto* host = cast->add_option("HOST", cast_.host, "Address or host name of the hub");
-    auto* name = cast->add_option("--name", name_, "Cast to the hub that shows this name");
+    auto* host =
+        cast->add_option("HOST", cast_.host, "Address or host name of the hub")->type_name("");
+    auto* name = cast->add_option("--name", name_, "Cast to the hub that shows this name")
+                     ->type_name("NAME");
     auto* first = cast->add_flag("--first", first_, "Cast to the first hub in range");
     host->excludes(name)->excludes(first);
     name->excludes(first);
     cast->add_option("--duration", cast_.duration, "Stop after so many seconds")
+        ->type_name("SECONDS")
         ->check(CLI::PositiveNumber);
-    cast->add_option("--display-mode", cast_.displayMode, "A number kept with the session");
+    cast->add_option("--display-mode", cast_.displayMode,
+                     "The session's display mode: a number that a host may give its sessions, for "
+                     "itself. It changes nothing of the cast; 0 if not given")
+        ->type_name("N");
     cast->add_option("--screen", screen_,
                      "What to cast: auto (the desktop), x11, or pattern[:WIDTHxHEIGHT], a test "
                      "picture that needs no display")
+        ->type_name("SOURCE")
         ->default_str("auto");
     cast->add_flag("--stats", cast_.stats, "Tell once a second how the casting goes");
     cast->add_flag("--json", cast_.json, "One JSON object a line on standard output");
     cast->add_option(
-        "--log", log_,
-        "Write the library's log to FILE (- is standard error). It tells what is typed "
-        "at the hub, so only you can read the file");
+            "--log", log_,
+            "Write the library's log to FILE (- is standard error). It tells what is typed "
+            "at the hub, so only you can read the file")
+        ->type_name("FILE");
     cast->callback([this] { command_ = [this] { return runCastCommand(); }; });
   }
 

@@ -274,7 +274,9 @@ class CommandLines(unittest.TestCase):
 
     def test_help_and_version(self):
         self.assertIn("cast", self.run_tessel("--help").stdout)
-        self.assertIn("--screen", self.run_tessel("cast", "--help").stdout)
+        of_cast = self.run_tessel("cast", "--help").stdout
+        self.assertIn("--screen", of_cast)
+        self.assertRegex(of_cast, "--display-mode N .*changes nothing of the cast")
         self.assertEqual(self.run_tessel("--version").stdout, "tessel 1.0\n")
 
 
