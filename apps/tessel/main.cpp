@@ -1,9 +1,11 @@
 #include <CLI/CLI.hpp>
+#include <charconv>
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
 #include <map>
 #include <string>
+#include <system_error>
 
 #include "apps/common/EventLoop.h"
 #include "apps/common/LogFile.h"
@@ -56,6 +58,17 @@ std::string parseScreen(const std::string& text, CastOptions& options) {
   return {};
 }
 
+// What a clock can count. No number (nan) is neither above nor below.
+std::string checkSeconds(const std::string& text) {
+  constexpr double kLongest = 365.0 * 24 * 60 * 60;
+  double seconds = 0;
+  const char* const end = text.data() + text.size();
+  const auto read = std::from_chars(text.data(), end, seconds);
+  const bool number = read.ec == std::errc{} && read.ptr == end;
+  if (number && seconds > 0 && seconds <= kLongest) return {};
+  return "takes a number of seconds above 0 and at most 31536000 (a year)";
+}
+
 class Program {
  public:
   Program() {
@@ -86,7 +99,7 @@ class Program {
     auto* discover = app_.add_subcommand("discover", "List the hubs in range (Bluetooth LE)");
     discover->add_option("--timeout", discover_.timeout, "Stop after so many seconds")
         ->type_name("SECONDS")
-        ->check(CLI::PositiveNumber);
+        ->check(checkSeconds);
     discover->add_flag("--json", discover_.json, "One JSON object a line for each change");
     discover->callback([this] { command_ = [this] { return runDiscover(loop_, discover_); }; });
   }
@@ -102,7 +115,7 @@ class Program {
     name->excludes(first);
     cast->add_option("--duration", cast_.duration, "Stop after so many seconds")
         ->type_name("SECONDS")
-        ->check(CLI::PositiveNumber);
+        ->check(checkSeconds);
     cast->add_option("--display-mode", cast_.displayMode,
                      "The session's display mode: a number that a host may give its sessions, for "
                      "itself. It changes nothing of the cast; 0 if not given")

@@ -265,7 +265,9 @@ class CommandLines(unittest.TestCase):
                           ["cast", "--duration", "-1", "a"], ["cast", "--screen", "tv", "a"],
                           ["cast", "--screen", "pattern:1x1", "a"], ["cast", "--first", "a"],
                           ["cast", "--unknown", "a"], ["fly"], ["discover", "x"],
-                          ["cast", "--display-mode", "x", "a"]):
+                          ["cast", "--display-mode", "x", "a"], ["discover", "--timeout", "0"],
+                          ["discover", "--timeout", "1e10"], ["discover", "--timeout", "1e300"],
+                          ["discover", "--timeout", "nan"], ["cast", "--duration", "inf", "a"]):
             with self.subTest(arguments=arguments):
                 result = self.run_tessel(*arguments)
                 self.assertEqual(result.returncode, 2)
