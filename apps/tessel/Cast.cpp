@@ -6,6 +6,7 @@
 #include <string>
 
 #include "apps/tessel/CastReport.h"
+#include "apps/tessel/Explain.h"
 #include "tessel/TSLSession.h"
 
 namespace tessel::apps {
@@ -122,7 +123,7 @@ class Caster : public TSLSessionDelegate {
 
 int runCast(EventLoop& loop, const CastOptions& options) {
   if (const auto error = selectScreenSource(options.screen, options.patternSize)) {
-    std::cerr << error->localizedDescription << std::endl;
+    std::cerr << withOption(error->localizedDescription) << std::endl;
     return 1;
   }
   const auto caster = std::make_shared<Caster>(loop, options);

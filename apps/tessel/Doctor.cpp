@@ -5,6 +5,7 @@
 #include <iostream>
 
 #include "apps/common/JsonLine.h"
+#include "apps/tessel/Explain.h"
 #include "tessel/Diagnostics.h"
 
 namespace tessel::apps {
@@ -13,7 +14,8 @@ namespace {
 void show(const Finding& finding) {
   std::cout << (finding.usable ? "ok    " : "NO    ") << std::left << std::setw(15) << finding.area
             << finding.sentence << "\n";
-  if (!finding.advice.empty()) std::cout << std::string(21, ' ') << finding.advice << "\n";
+  if (finding.advice.empty()) return;
+  std::cout << std::string(21, ' ') << withOption(finding.advice) << "\n";
 }
 
 void showJson(const Finding& finding) {
@@ -21,7 +23,7 @@ void showJson(const Finding& finding) {
                         .add("area", finding.area)
                         .add("usable", finding.usable)
                         .add("description", finding.sentence)
-                        .add("advice", finding.advice)
+                        .add("advice", withOption(finding.advice))
                         .text();
   std::cout << line << "\n";
 }

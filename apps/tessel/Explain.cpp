@@ -1,5 +1,7 @@
 #include "apps/tessel/Explain.h"
 
+#include <string_view>
+
 namespace tessel::apps {
 namespace {
 
@@ -62,6 +64,13 @@ std::string explain(const Error& error, const std::string& host) {
   }
   return "The hub at " + host + " cannot be reached (" + reason +
          "): check the address, and that this computer is in the hub's network.";
+}
+
+std::string withOption(std::string sentence) {
+  static constexpr std::string_view kRemedy = "cast the test picture";
+  const std::size_t at = sentence.find(kRemedy);
+  if (at != std::string::npos) sentence.insert(at + kRemedy.size(), " (--screen pattern)");
+  return sentence;
 }
 
 }  // namespace tessel::apps

@@ -54,19 +54,19 @@ std::optional<Error> ScreenChoice::obstacle() const {
   if (choice.source == ScreenSource::automatic && isWaylandDesktop()) {
     return obstacleBecause(
         "Casting a Wayland desktop is not there yet: log in to an X11 session, or cast the test "
-        "picture (--screen pattern).");
+        "picture.");
   }
   const std::string display = environment("DISPLAY");
   if (display.empty()) {
     return obstacleBecause(
         "There is no display to cast (DISPLAY is not set): start from within an X11 session, or "
-        "cast the test picture (--screen pattern).");
+        "cast the test picture.");
   }
   const PipeSignalGuard guard;
   if (XConnection::open()) return std::nullopt;
   return obstacleBecause("The X server of display " + display +
                          " cannot be reached: check DISPLAY and XAUTHORITY, or cast the test "
-                         "picture (--screen pattern).");
+                         "picture.");
 }
 
 }  // namespace tessel::platform

@@ -28,7 +28,7 @@ Finding inspect(XConnection& connection) {
   const XLayout layout = connection.layout();
   if (layout.monitors.empty()) {
     finding.sentence = "The X server of display " + display + " has no screen.";
-    finding.advice = "Connect a monitor, or cast the test picture (--screen pattern).";
+    finding.advice = "Connect a monitor, or cast the test picture.";
     return finding;
   }
   const std::optional<XPixelFormat> format = XPixelFormat::of(connection);

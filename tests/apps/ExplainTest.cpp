@@ -38,5 +38,11 @@ TEST(ExplainTest, AScreenThatCannotBeCastIsAMatterForTheDoctor) {
   EXPECT_THAT(explained("NSOSStatusErrorDomain", -12902), HasSubstr("tessel doctor"));
 }
 
+TEST(ExplainTest, TheOptionOfTheTestPictureIsNamed) {
+  EXPECT_EQ(withOption("No display: plug one in, or cast the test picture."),
+            "No display: plug one in, or cast the test picture (--screen pattern).");
+  EXPECT_EQ(withOption("Try again."), "Try again.");
+}
+
 }  // namespace
 }  // namespace tessel::apps

@@ -126,7 +126,7 @@ class Picture(ProgramTest):
         caster = self.cast("127.0.3.12", "--screen", "auto", WAYLAND_DISPLAY="wayland-0",
                            DISPLAY=":0")
         self.assertEqual(caster.exit_code(), 1)
-        self.assertRegex(caster.complaints, r"^[^\n]*Wayland[^\n]*\n$")
+        self.assertRegex(caster.complaints, r"^[^\n]*Wayland[^\n]*\(--screen pattern\)\.\n$")
 
 
 class Ends(ProgramTest):
