@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Holds the folders to their rules: the logic stands on the standard library, include/ and platform/
 # alone, the public headers on each other, and neither knows an operating system. The README's
-# example is the one that is built.
+# example is the one that is built, and every library that is built with is documented.
 set -uo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 status=0
@@ -28,4 +28,7 @@ complain "Public headers may include the standard library and each other only:" 
   "$(git grep -nE '^#\s*include' -- include | grep -vE "#\s*include ($standard|\"tessel/[A-Za-z0-9]+\.h\")$")"
 complain "The README's example is not examples/cast.cpp:" \
   "$(diff <(sed -n '/^```cpp$/,/^```$/p' README.md | sed '1d;$d') <(sed 1d examples/cast.cpp))"
+complain "packages/build.txt lists what docs/dependencies.md does not tell of:" \
+  "$(grep -E '^lib|-dev$' packages/build.txt | while read -r package; do
+    grep -q "$package" docs/dependencies.md || echo "$package"; done)"
 exit $status
