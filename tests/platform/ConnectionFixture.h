@@ -10,6 +10,7 @@
 #include "tests/platform/ConnectionProbe.h"
 #include "tests/platform/LoopbackPeer.h"
 #include "tests/platform/TestCertificates.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace tessel::test {
 

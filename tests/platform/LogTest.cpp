@@ -13,7 +13,7 @@
 #include "platform/Services.h"
 #include "platform/linux/CoreServices.h"
 #include "tessel/Log.h"
-#include "tests/platform/TestCertificates.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace tessel::test {
 namespace {

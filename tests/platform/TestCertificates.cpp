@@ -5,7 +5,6 @@
 #include <openssl/ec.h>
 #include <openssl/pem.h>
 #include <openssl/x509v3.h>
-#include <unistd.h>
 
 namespace tessel::test {
 namespace {
@@ -67,17 +66,6 @@ void CertificateAuthority::write(const std::filesystem::path& file) const {
   const std::unique_ptr<std::FILE, Freed<std::fclose>> opened{std::fopen(file.c_str(), "w")};
   ASSERT_TRUE(opened);
   EXPECT_EQ(PEM_write_X509(opened.get(), certificate_.get()), 1);
-}
-
-TemporaryFolder::TemporaryFolder() {
-  std::string name = std::filesystem::temp_directory_path() / "tessel-test-XXXXXX";
-  EXPECT_NE(mkdtemp(name.data()), nullptr);
-  path_ = name;
-}
-
-TemporaryFolder::~TemporaryFolder() {
-  std::error_code ignored;
-  std::filesystem::remove_all(path_, ignored);
 }
 
 }  // namespace tessel::test

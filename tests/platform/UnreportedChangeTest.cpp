@@ -1,7 +1,5 @@
-#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
-#include <filesystem>
 #include <gtest/gtest.h>
 #include <string>
 #include <sys/mman.h>
@@ -10,32 +8,13 @@
 
 #include "tests/platform/Capture.h"
 #include "tests/support/PrivateXServer.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace tessel::platform {
 namespace {
 
 using std::chrono::milliseconds;
 using std::chrono::seconds;
-
-// A folder that is removed with all it holds.
-class TemporaryFolder {
- public:
-  TemporaryFolder() {
-    std::string name = std::filesystem::temp_directory_path() / "tessel-screen-XXXXXX";
-    if (mkdtemp(name.data()) != nullptr) path_ = name;
-  }
-  ~TemporaryFolder() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
-  }
-  TemporaryFolder(const TemporaryFolder&) = delete;
-  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-
-  const std::string& path() const { return path_; }
-
- private:
-  std::string path_;
-};
 
 // The memory of a server's screen, which can be written behind the server's back, as some drivers
 // do. The file is an XWD dump; of its header's big-endian 32-bit fields these matter:
@@ -89,12 +68,12 @@ bool isWhiteAt(const PixelBuffer& picture, int x, int y) {
 }
 
 TEST(UnreportedChangeTest, IsNoticedAndFromThenOnEveryOneIs) {
-  const TemporaryFolder folder;
-  const test::PrivateXServer server{{.arguments = {"-fbdir", folder.path()}}};
+  const test::TemporaryFolder folder;
+  const test::PrivateXServer server{{.arguments = {"-fbdir", folder.path().string()}}};
   chooseScreen();
   test::XPainter painter;
   painter.clear(kGrey);
-  ScreenMemory memory{folder.path() + "/Xvfb_screen0"};
+  ScreenMemory memory{folder / "Xvfb_screen0"};
   ASSERT_TRUE(memory.mapped());
   const Capture capture{{1280, 720}};
   ASSERT_TRUE(capture.frames->waitForCount(1));
@@ -118,12 +97,12 @@ TEST(UnreportedChangeTest, IsNoticedAndFromThenOnEveryOneIs) {
 }
 
 TEST(UnreportedChangeTest, IsNoticedBesideReportedOnes) {
-  const TemporaryFolder folder;
-  const test::PrivateXServer server{{.arguments = {"-fbdir", folder.path()}}};
+  const test::TemporaryFolder folder;
+  const test::PrivateXServer server{{.arguments = {"-fbdir", folder.path().string()}}};
   chooseScreen();
   test::XPainter painter;
   painter.clear(kGrey);
-  ScreenMemory memory{folder.path() + "/Xvfb_screen0"};
+  ScreenMemory memory{folder / "Xvfb_screen0"};
   ASSERT_TRUE(memory.mapped());
   const Capture capture{{1280, 720}};
   ASSERT_TRUE(capture.frames->waitForCount(1));
