@@ -187,20 +187,20 @@ void TSLDiscovery::friendlyNameForBeacon(const std::shared_ptr<BVBeacon>& beacon
     return;
   }
   beacon->setIPAddr(address);
-  const auto& services = platform::services();
-  services.urlSessions->makeSession(std::nullopt)
-      ->dataTask({.url = deviceDetailsURL(address)},
-                 [weak = weak_from_this(), beacon](const Bytes& body, const URLResponse& /*answer*/,
-                                                   const std::optional<Error>& error) {
-                   if (error) return;
-                   const auto name = friendlyNameIn(body);
-                   beacon->setLastGetFriendlyName(platform::services().clock->now());
-                   beacon->setFriendlyName(name);
-                   // The list's observers are called on the main queue, wherever answers come.
-                   platform::services().queues->mainQueue()->async([weak, beacon] {
-                     if (const auto self = weak.lock()) self->state_->notifyUpdate(beacon);
-                   });
-                 });
+  // Any transmitter in range causes these: what the user asks for must not wait behind them.
+  platform::services().urlSessions->makeBackgroundSession()->dataTask(
+      {.url = deviceDetailsURL(address)},
+      [weak = weak_from_this(), beacon](const Bytes& body, const URLResponse& /*answer*/,
+                                        const std::optional<Error>& error) {
+        if (error) return;
+        const auto name = friendlyNameIn(body);
+        beacon->setLastGetFriendlyName(platform::services().clock->now());
+        beacon->setFriendlyName(name);
+        // The list's observers are called on the main queue, wherever answers come.
+        platform::services().queues->mainQueue()->async([weak, beacon] {
+          if (const auto self = weak.lock()) self->state_->notifyUpdate(beacon);
+        });
+      });
 }
 
 void TSLDiscovery::heard(const std::shared_ptr<BVBeacon>& beacon) {

@@ -15,9 +15,15 @@ class URLSessions {
  public:
   virtual ~URLSessions() = default;
 
-  /// A new session. `requestTimeout` bounds each whole transfer; none means 60 seconds.
+  /// A new session. `requestTimeout` bounds each whole transfer from its start, so it does not
+  /// count the time that the transfer waits for its turn; none means 60 seconds.
   virtual std::shared_ptr<URLSession> makeSession(
       std::optional<Clock::Duration> requestTimeout) = 0;
+
+  /// A new session with the usual time-out, for requests that nobody waits for. They take no turn
+  /// from those of other sessions. Its completions may come on a queue that all such sessions
+  /// share, and must not block.
+  virtual std::shared_ptr<URLSession> makeBackgroundSession() { return makeSession(std::nullopt); }
 };
 
 }  // namespace tessel::platform

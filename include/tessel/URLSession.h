@@ -32,10 +32,11 @@ struct URLResponse {
 
 /// A small HTTP client.
 ///
-/// Transfers of one session run side by side; completions come one at a time on the session's own
-/// callback queue. A completion may block for seconds: that delays the other completions of this
-/// session and nobody else's. A transfer holds what it needs, so the session may be dropped while
-/// one is under way. Any thread may call.
+/// Transfers run side by side, of whichever session: up to two to one server, and a number in all.
+/// Those beyond wait for their turn. Completions come one at a time on the session's own callback
+/// queue. A completion may block for seconds: that delays the other completions of this session and
+/// nobody else's. A transfer holds what it needs, so the session may be dropped while one is under
+/// way. Any thread may call.
 class TESSEL_EXPORT URLSession {
  public:
   /// Called once. With an error, `body` and `response` say nothing.
@@ -45,10 +46,12 @@ class TESSEL_EXPORT URLSession {
   virtual ~URLSession() = default;
 
   /// Starts a transfer and returns at once. At most 16 redirects are followed, certificates are
-  /// checked, and a body over 1 MiB ends the transfer with an error.
+  /// checked, and a body over 1 MiB ends the transfer with an error. So does a line of transfers
+  /// that is too long to wait in.
   virtual void dataTask(const URLRequest& request, Completion completion) = 0;
 
-  /// A new session with the platform's default settings (a request time-out of 60 seconds).
+  /// A new session with the platform's default settings: a transfer may take 60 seconds from its
+  /// start. The time that it waits for its turn comes on top.
   static std::shared_ptr<URLSession> tsl_sessionWithDefaultConfiguration();
 };
 

@@ -17,13 +17,22 @@ namespace tessel::platform {
 inline constexpr std::size_t kLargestBody = std::size_t{1} << 20;
 inline constexpr std::size_t kLargestHeader = 65536;
 
+/// Transfers of one lane wait for each other, and for nobody else.
+enum class TransferLane {
+  usual,
+  hurried,     ///< whoever set a time-out of its own polls something: it does not wait for those
+               ///< that have a minute
+  background,  ///< nobody waits for these
+};
+inline constexpr std::size_t kTransferLanes = 3;
+
 /// One request on its way. Made on any thread, then used on the transfer thread alone.
 class CurlTransfer {
  public:
   struct Order {
     URLRequest request;
     std::chrono::milliseconds timeout{};
-    bool hurried = false;      ///< its session has a time-out of its own
+    TransferLane lane = TransferLane::usual;
     std::string certificates;  ///< a file of certificates to trust besides the usual ones, or empty
     URLSession::Completion completion;
     std::shared_ptr<CallbackQueue> callbackQueue;
@@ -36,7 +45,7 @@ class CurlTransfer {
 
   /// Host and port.
   const std::string& server() const { return server_; }
-  bool hurried() const { return order_.hurried; }
+  TransferLane lane() const { return order_.lane; }
 
   /// The handle to run, owned by this object. Null when there is no memory for one.
   CURL* open();

@@ -16,16 +16,16 @@ using std::chrono::milliseconds;
 
 class CurlURLSession : public URLSession {
  public:
-  CurlURLSession(std::shared_ptr<CallbackQueue> callbackQueue,
-                 std::optional<Clock::Duration> requestTimeout)
-      : callbackQueue_{std::move(callbackQueue)}, requestTimeout_{requestTimeout} {}
+  CurlURLSession(std::shared_ptr<CallbackQueue> callbackQueue, milliseconds timeout,
+                 TransferLane lane)
+      : callbackQueue_{std::move(callbackQueue)}, timeout_{timeout}, lane_{lane} {}
 
   void dataTask(const URLRequest& request, Completion completion) override {
     const char* certificates = std::getenv("SSL_CERT_FILE");
     auto transfer = std::make_unique<CurlTransfer>(
         CurlTransfer::Order{.request = request,
-                            .timeout = transferTimeout(requestTimeout_),
-                            .hurried = requestTimeout_.has_value(),
+                            .timeout = timeout_,
+                            .lane = lane_,
                             .certificates = certificates ? certificates : "",
                             .completion = std::move(completion),
                             .callbackQueue = callbackQueue_});
@@ -35,7 +35,8 @@ class CurlURLSession : public URLSession {
 
  private:
   const std::shared_ptr<CallbackQueue> callbackQueue_;  // shared with the transfers
-  const std::optional<Clock::Duration> requestTimeout_;
+  const milliseconds timeout_;
+  const TransferLane lane_;
 };
 
 }  // namespace
@@ -46,9 +47,19 @@ milliseconds transferTimeout(std::optional<Clock::Duration> requestTimeout) {
   return std::max(std::chrono::ceil<milliseconds>(timeout), milliseconds{1});
 }
 
+CurlURLSessions::CurlURLSessions(std::shared_ptr<Queues> queues)
+    : queues_{std::move(queues)}, backgroundQueue_{std::make_shared<CallbackQueue>(queues_)} {}
+
 std::shared_ptr<URLSession> CurlURLSessions::makeSession(
     std::optional<Clock::Duration> requestTimeout) {
-  return std::make_shared<CurlURLSession>(std::make_shared<CallbackQueue>(queues_), requestTimeout);
+  return std::make_shared<CurlURLSession>(
+      std::make_shared<CallbackQueue>(queues_), transferTimeout(requestTimeout),
+      requestTimeout ? TransferLane::hurried : TransferLane::usual);
+}
+
+std::shared_ptr<URLSession> CurlURLSessions::makeBackgroundSession() {
+  return std::make_shared<CurlURLSession>(backgroundQueue_, transferTimeout(std::nullopt),
+                                          TransferLane::background);
 }
 
 std::shared_ptr<URLSessions> makeURLSessions(std::shared_ptr<Queues> queues) {

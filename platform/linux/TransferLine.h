@@ -21,12 +21,16 @@ class TransferLine {
 
   /// Puts `transfer` at the end, unless there are too many already; then it stays the caller's.
   bool add(const std::string& server, std::unique_ptr<T>& transfer) {
+    if (waiting_.size() >= kMostWaiting) return false;
     Share& share = shares_[server];
-    if (waiting_.size() >= kMostWaiting || share.waiting >= kMostWaitingOfOneServer) return false;
+    if (share.waiting >= kMostWaitingOfOneServer) return false;
     ++share.waiting;
     waiting_.push_back({server, std::move(transfer)});
     return true;
   }
+
+  /// How many servers have transfers that run or wait: nothing is remembered of any other.
+  std::size_t servers() const { return shares_.size(); }
 
   /// The next transfer to run; null when none may.
   std::unique_ptr<T> next() {

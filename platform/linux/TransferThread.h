@@ -37,7 +37,9 @@ class TransferThread {
   bool takeIncoming();
   void startWaiting(Line& line);
   void finishEnded();
-  Line& lineOf(const CurlTransfer& transfer) { return lines_[transfer.hurried() ? 1 : 0]; }
+  Line& lineOf(const CurlTransfer& transfer) {
+    return lines_[static_cast<std::size_t>(transfer.lane())];
+  }
 
   CURLM* const multi_;
 
@@ -45,9 +47,8 @@ class TransferThread {
   std::vector<std::unique_ptr<CurlTransfer>> incoming_;
   bool stopping_ = false;
 
-  // The transfer thread's. Whoever set a time-out of its own polls something: it does not wait in
-  // one line with those that have a minute.
-  std::array<Line, 2> lines_;
+  // The transfer thread's.
+  std::array<Line, kTransferLanes> lines_;
   std::map<CURL*, std::unique_ptr<CurlTransfer>> running_;
 
   std::thread thread_;  // last, since it uses all the others

@@ -145,6 +145,11 @@ TEST_F(TSLDiscoveryTest, OfTwoEqualEntriesTheFirstIsFoundAndRemoved) {
   EXPECT_THAT(discovery->beacons(), ElementsAre(second));
 }
 
+TEST_F(TSLDiscoveryTest, NobodyWaitsForAFetchThatAnAdvertisementCaused) {
+  hearHub();
+  EXPECT_TRUE(world.http.last()->background);
+}
+
 TEST_F(TSLDiscoveryTest, AddressesWithAZeroOctetAreLoggedAndStillListed) {
   hear(hubAdvert(0x00C0, kMinor));
   hear(hubAdvert(kMajor, 0x0100));

@@ -67,5 +67,18 @@ TEST(TransferLineTest, TheLineHasAnEnd) {
   EXPECT_FALSE(add(line, "another", "x"));
 }
 
+TEST(TransferLineTest, NothingIsRememberedOfAServerThatIsRefusedOrDone) {
+  Line line;
+  for (std::size_t i = 0; i < Line::kMostWaiting; ++i) add(line, "a" + std::to_string(i % 64), "x");
+  ASSERT_EQ(line.servers(), 64U);
+  for (int i = 0; i < 100; ++i) EXPECT_FALSE(add(line, "b" + std::to_string(i), "x"));
+  EXPECT_EQ(line.servers(), 64U);
+  for (std::size_t i = 0; i < Line::kMostWaiting; ++i) {
+    ASSERT_TRUE(line.next());
+    line.ended("a" + std::to_string(i % 64));
+  }
+  EXPECT_EQ(line.servers(), 0U);
+}
+
 }  // namespace
 }  // namespace tessel::platform

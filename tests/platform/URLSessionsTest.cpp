@@ -26,6 +26,41 @@ using URLSessionsTest = URLSessionTest;
 
 void neverAnswer(ServerConnection& connection) { connection.waitForEnd(); }
 
+// URL of a port that takes connections and never reads from them, without a thread.
+std::string urlOfADeafServer() {
+  const int socket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  socklen_t size = sizeof address;
+  auto* generic = reinterpret_cast<sockaddr*>(&address);
+  EXPECT_EQ(::bind(socket, generic, size), 0);
+  EXPECT_EQ(::listen(socket, SOMAXCONN), 0);
+  EXPECT_EQ(::getsockname(socket, generic, &size), 0);
+  return "http://127.0.0.1:" + std::to_string(ntohs(address.sin_port)) + "/";
+}
+
+// Counts the queues that are made, each of which has a thread.
+class CountingQueues final : public platform::Queues {
+ public:
+  std::shared_ptr<platform::SerialQueue> makeSerialQueue(const std::string& label) override {
+    ++made;
+    return queues_->makeSerialQueue(label);
+  }
+  std::shared_ptr<platform::SerialQueue> mainQueue() override { return queues_->mainQueue(); }
+  std::shared_ptr<platform::Timer> makeTimer(const std::shared_ptr<platform::SerialQueue>& queue,
+                                             platform::Clock::Duration first,
+                                             platform::Clock::Duration period,
+                                             std::function<void()> handler) override {
+    return queues_->makeTimer(queue, first, period, std::move(handler));
+  }
+
+  std::atomic<int> made = 0;
+
+ private:
+  const std::shared_ptr<platform::Queues> queues_ = platform::makeQueues();
+};
+
 TEST_F(URLSessionsTest, ARequestMayTakeAMinuteUnlessTheSessionSaysOtherwise) {
   EXPECT_EQ(platform::transferTimeout({}), seconds{60});
   EXPECT_EQ(platform::transferTimeout(seconds{4}), seconds{4});
@@ -172,6 +207,36 @@ TEST_F(URLSessionsTest, WhoHasATimeOutOfItsOwnDoesNotWaitBehindThoseThatHaveNone
   EXPECT_EQ(wait(start(*hurried, {server.url("/poll")})).body, "running");
 }
 
+TEST_F(URLSessionsTest, NobodyWaitsBehindTheBackgroundHoweverManyServersAreDead) {
+  const ScriptedHTTPServer alive{answering(okAnswer("alive"))};
+  std::vector<Pending> background(16);
+  std::string url;
+  for (std::size_t i = 0; i < background.size(); ++i) {
+    if (i % 2 == 0) url = urlOfADeafServer();
+    background[i] = start(*sessions->makeBackgroundSession(), {.url = url});
+  }
+  EXPECT_EQ(fetch(alive.url()).body, "alive");
+  const auto hurried = sessions->makeSession(seconds{9});
+  EXPECT_EQ(wait(start(*hurried, {.url = alive.url()})).body, "alive");
+  for (const Pending& pending : background) EXPECT_FALSE(pending->get());
+}
+
+TEST_F(URLSessionsTest, WhatTheBackgroundIsRefusedComesOnOneQueue) {
+  const auto queues = std::make_shared<CountingQueues>();
+  const auto counted = platform::makeURLSessions(queues);
+  const auto refused = std::make_shared<Eventually<int>>();
+  const std::string url = urlOfADeafServer();
+  for (int i = 0; i < 40; ++i) {
+    counted->makeBackgroundSession()->dataTask(
+        {.url = url}, [refused](const auto&, const auto&, const auto& error) {
+          if (error && error->code == CURLE_AGAIN) refused->update([](int& count) { ++count; });
+        });
+  }
+  // Two run and sixteen wait, at most.
+  EXPECT_TRUE(refused->becomes([](int count) { return count >= 40 - 2 - 16; }));
+  EXPECT_EQ(queues->made, 1);
+}
+
 TEST_F(URLSessionsTest, TheTimeOutBeginsWithTheTransferNotWithItsWait) {
   const ScriptedHTTPServer server{neverAnswer};
   const auto session = sessions->makeSession(milliseconds{50});
@@ -183,20 +248,6 @@ TEST_F(URLSessionsTest, TheTimeOutBeginsWithTheTransferNotWithItsWait) {
     EXPECT_EQ(answer.error->code, CURLE_OPERATION_TIMEDOUT);
   }
   EXPECT_EQ(server.connections(), 6);
-}
-
-// URL of a port that takes connections and never reads from them, without a thread.
-std::string urlOfADeafServer() {
-  const int socket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  socklen_t size = sizeof address;
-  auto* generic = reinterpret_cast<sockaddr*>(&address);
-  EXPECT_EQ(::bind(socket, generic, size), 0);
-  EXPECT_EQ(::listen(socket, SOMAXCONN), 0);
-  EXPECT_EQ(::getsockname(socket, generic, &size), 0);
-  return "http://127.0.0.1:" + std::to_string(ntohs(address.sin_port)) + "/";
 }
 
 TEST_F(URLSessionsTest, AProcessMayEndWhileTransfersRun) {

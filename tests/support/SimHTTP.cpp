@@ -4,16 +4,25 @@
 #include <utility>
 
 namespace tessel::test {
+namespace {
+
+constexpr std::chrono::seconds kUsualTimeout{60};
+
+}  // namespace
 
 class SimURLSession final : public URLSession {
  public:
-  SimURLSession(SimHTTP& http, platform::Clock::Duration timeout)
-      : http_{http}, timeout_{timeout}, queue_{http.queues_.makeSerialQueue("URL session")} {}
+  SimURLSession(SimHTTP& http, platform::Clock::Duration timeout, bool background)
+      : http_{http},
+        timeout_{timeout},
+        background_{background},
+        queue_{http.queues_.makeSerialQueue("URL session")} {}
 
   void dataTask(const URLRequest& request, Completion completion) override {
     auto exchange = std::make_shared<SimExchange>();
     exchange->request = request;
     exchange->timeout = timeout_;
+    exchange->background = background_;
     exchange->completion_ = std::move(completion);
     exchange->queue_ = queue_;
     exchange->timer_ = http_.queues_.makeTimer(
@@ -31,6 +40,7 @@ class SimURLSession final : public URLSession {
  private:
   SimHTTP& http_;
   const platform::Clock::Duration timeout_;
+  const bool background_;
   const std::shared_ptr<platform::SerialQueue> queue_;
 };
 
@@ -64,7 +74,12 @@ std::shared_ptr<URLSession> SimHTTP::makeSession(
     std::optional<platform::Clock::Duration> requestTimeout) {
   ++sessionsMade;
   lastRequestTimeout = requestTimeout;
-  return std::make_shared<SimURLSession>(*this, requestTimeout.value_or(std::chrono::seconds{60}));
+  return std::make_shared<SimURLSession>(*this, requestTimeout.value_or(kUsualTimeout), false);
+}
+
+std::shared_ptr<URLSession> SimHTTP::makeBackgroundSession() {
+  ++sessionsMade;
+  return std::make_shared<SimURLSession>(*this, kUsualTimeout, true);
 }
 
 }  // namespace tessel::test

@@ -18,6 +18,7 @@ class SimExchange : public std::enable_shared_from_this<SimExchange> {
  public:
   URLRequest request;
   platform::Clock::Duration timeout{};
+  bool background = false;  ///< nobody waits for it
   bool answered = false;
 
   /// Whether the caller runs on the callback queue of the session that made the request.
@@ -54,6 +55,7 @@ class SimHTTP final : public platform::URLSessions {
 
   std::shared_ptr<URLSession> makeSession(
       std::optional<platform::Clock::Duration> requestTimeout) override;
+  std::shared_ptr<URLSession> makeBackgroundSession() override;
 
  private:
   friend class SimURLSession;
