@@ -20,13 +20,13 @@ Services makeServices() {
   services.files = makeFiles();
   services.userDefaults = makeUserDefaults(services.files);
   services.localization = makeLocalization(services.files);
-  services.eventPosting = makeEventPosting();
   services.bluetooth = makeBluetooth();
 
   const VideoServices video = makeVideoServices(services.queues, services.clock);
   services.screens = video.screens;
   services.screenCapture = video.screenCapture;
   services.videoEncoding = video.videoEncoding;
+  services.eventPosting = makeEventPosting(video.choice);
   return services;
 }
 

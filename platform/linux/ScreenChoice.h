@@ -9,7 +9,7 @@
 
 namespace tessel::platform {
 
-/// What is cast: shared by the list of screens and by the capture. Any thread.
+/// What is cast: shared by the list of screens, the capture and those who post input. Any thread.
 class ScreenChoice {
  public:
   enum class Kind {

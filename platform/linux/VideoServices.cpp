@@ -12,6 +12,7 @@ namespace tessel::platform {
 VideoServices makeVideoServices(std::shared_ptr<Queues> queues, std::shared_ptr<Clock> clock) {
   const auto choice = std::make_shared<ScreenChoice>();
   VideoServices services;
+  services.choice = choice;
   services.screens = std::make_shared<LinuxScreens>(choice);
   services.screenCapture = std::make_shared<LinuxScreenCapture>(
       choice, services.screens, std::move(queues), std::move(clock));

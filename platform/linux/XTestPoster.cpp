@@ -7,6 +7,7 @@
 #include <string>
 #include <utility>
 
+#include "platform/Log.h"
 #include "platform/linux/InputServices.h"
 #include "platform/linux/PipeSignalGuard.h"
 #include "platform/linux/VirtualKeyCodes.h"
@@ -64,16 +65,29 @@ bool changesUnderNumLock(std::uint8_t evdev) {
 
 class XTestPosting final : public EventPosting {
  public:
+  explicit XTestPosting(std::shared_ptr<const ScreenChoice> choice) : choice_{std::move(choice)} {}
+
   std::unique_ptr<EventPoster> makeEventPoster() override {
     const PipeSignalGuard guard;
-    std::string reason;
-    return std::make_unique<XTestPoster>(XTestDisplay::open(reason));
+    std::string reason = "the X11 screen is not what is cast";
+    std::unique_ptr<XTestDisplay> display;
+    if (choice_->kind() == ScreenChoice::Kind::x11) display = XTestDisplay::open(reason);
+    if (!display) {
+      log("%s: the hub's user cannot drive this computer: %s", "-[XTestPosting makeEventPoster]",
+          reason.c_str());
+    }
+    return std::make_unique<XTestPoster>(std::move(display));
   }
+
+ private:
+  const std::shared_ptr<const ScreenChoice> choice_;
 };
 
 }  // namespace
 
-std::shared_ptr<EventPosting> makeEventPosting() { return std::make_shared<XTestPosting>(); }
+std::shared_ptr<EventPosting> makeEventPosting(std::shared_ptr<const ScreenChoice> choice) {
+  return std::make_shared<XTestPosting>(std::move(choice));
+}
 
 XTestPoster::XTestPoster(std::unique_ptr<XTestDisplay> display) : display_{std::move(display)} {}
 

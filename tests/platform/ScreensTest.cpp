@@ -146,6 +146,23 @@ TEST(ScreensTest, TestPictureMovesWithItsCounter) {
   }
 }
 
+TEST(ScreensTest, TheHubDrivesTheX11ScreenOnlyWhileThatIsCast) {
+  const PrivateXServer server;
+  const auto canBeDriven = [] {
+    return services().eventPosting->makeEventPoster()->createScrollWheelEvent(1).has_value();
+  };
+  chooseScreen();
+  EXPECT_TRUE(canBeDriven());
+  chooseScreen(ScreenSource::pattern);
+  EXPECT_FALSE(canBeDriven());
+  chooseScreen(ScreenSource::x11);
+  EXPECT_TRUE(canBeDriven());
+  setenv("WAYLAND_DISPLAY", "wayland-0", 1);
+  screens().select(ScreenSource::automatic, {});
+  EXPECT_FALSE(canBeDriven());
+  unsetenv("WAYLAND_DISPLAY");
+}
+
 TEST(ScreensTest, NoOtherDisplayCanBeCaptured) {
   ASSERT_EQ(screens().select(ScreenSource::pattern, {800, 450}), std::nullopt);
   const auto session = services().screenCapture->makeCaptureSession();
