@@ -1,5 +1,6 @@
 #pragma once
 
+#include <deque>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -11,9 +12,9 @@
 
 namespace tessel {
 
-/// A stream of values that anybody may subscribe to. Values arrive on the thread that sends them
-/// unless `deliverOn` moved them. A subscription lasts as long as the stream; hold objects weakly
-/// in a subscriber that may outlive them.
+/// A stream of values that anybody may subscribe to. Values arrive on a thread that sends or
+/// subscribes, unless `deliverOn` moved them. A subscription lasts as long as the stream; hold
+/// objects weakly in a subscriber that may outlive them.
 template <typename T>
 class Signal : public std::enable_shared_from_this<Signal<T>> {
  public:
@@ -31,37 +32,64 @@ class Signal : public std::enable_shared_from_this<Signal<T>> {
   std::shared_ptr<Signal> deliverOn(std::shared_ptr<OperationQueue> queue);
 };
 
-/// A signal that one sends into. It remembers the last value and gives it to a new subscriber
-/// at once. Any thread; no lock is held while subscribers run.
+/// A signal that one sends into. It remembers the last value and gives it to a new subscriber.
+///
+/// Any thread. Each subscriber receives one value at a time, in the order in which they were sent,
+/// so that its last one is the last one of all. While a thread hands values over, those that others
+/// send or a new subscriber is to have are lined up for that thread: then `sendNext` and
+/// `subscribeNext` return at once. No lock is held while subscribers run; they may call in, and
+/// must not throw.
 template <typename T>
 class ReplaySubject : public Signal<T> {
  public:
   using typename Signal<T>::Next;
 
   void sendNext(const T& value) {
-    std::vector<Next> subscribers;
     {
       const std::lock_guard lock{mutex_};
       last_ = value;
-      subscribers = subscribers_;
+      for (const auto& next : subscribers_) linedUp_.push_back({next, value});
     }
-    for (const auto& next : subscribers) next(value);
+    handOver();
   }
 
   void subscribeNext(Next next) override {
-    std::optional<T> last;
     {
       const std::lock_guard lock{mutex_};
-      subscribers_.push_back(next);
-      last = last_;
+      subscribers_.push_back(std::make_shared<const Next>(std::move(next)));
+      if (last_) linedUp_.push_back({subscribers_.back(), *last_});
     }
-    if (last) next(*last);
+    handOver();
   }
 
  private:
-  std::mutex mutex_;  // guards both members below
-  std::vector<Next> subscribers_;
+  struct Call {
+    std::shared_ptr<const Next> next;
+    T value;
+  };
+
+  // Makes the calls that are lined up, unless another thread, or a caller of this one, is at it.
+  void handOver() {
+    const auto held = this->weak_from_this().lock();  // a subscriber may drop the last reference
+    std::unique_lock lock{mutex_};
+    if (handingOver_) return;
+    handingOver_ = true;
+    while (!linedUp_.empty()) {
+      std::optional<Call> call{std::move(linedUp_.front())};
+      linedUp_.pop_front();
+      lock.unlock();
+      (*call->next)(call->value);
+      call.reset();  // the value's end may call in
+      lock.lock();
+    }
+    handingOver_ = false;
+  }
+
+  std::mutex mutex_;  // guards all below
+  std::vector<std::shared_ptr<const Next>> subscribers_;
   std::optional<T> last_;
+  std::deque<Call> linedUp_;
+  bool handingOver_ = false;
 };
 
 /// A signal made of a function that subscribes to another one.

@@ -7,6 +7,7 @@ tessel_tests(core_tests
     MainQueueTest.cpp
     ProcessExitTest.cpp
     SerialQueueTest.cpp
+    SignalTest.cpp
     SocketConnectionTest.cpp
     SocketStressTest.cpp
     SocketTransferTest.cpp
