@@ -290,7 +290,9 @@ void TSLMouseConnection::sendMouseEvent() {
     return;
   }
   Size sessionSize;
-  if (const auto session = hub()) sessionSize = session->sessionConfig()->sessionSize();
+  if (const auto session = hub()) {
+    if (const auto config = session->sessionConfig()) sessionSize = config->sessionSize();
+  }
   const Point point = cursorInSession(sessionSize);
   const Point last = lastPoint();
   if (point == last) return;

@@ -126,7 +126,9 @@ void TSLMouseSimulator::press(Button& button) {
 void TSLMouseSimulator::scaleCoord() {
   static constexpr const char* kName = "-[TSLMouseSimulator scaleCoord]";
   Size session;
-  if (const auto hub = hub_.lock()) session = hub->sessionConfig()->sessionSize();
+  if (const auto hub = hub_.lock()) {
+    if (const auto config = hub->sessionConfig()) session = config->sessionSize();
+  }
   Size screen;
   if (const auto screens = services().screens->screens(); !screens.empty()) {
     screen = screens.front().frame().size;

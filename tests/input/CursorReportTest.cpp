@@ -155,6 +155,13 @@ TEST_F(CursorReportTest, ALocationThatIsNoNumberStaysInBounds) {
   EXPECT_EQ(hub->sends.front(), report(0, 0));
 }
 
+TEST_F(CursorReportTest, ASessionWithoutSettingsHasNoSize) {
+  initialize();
+  session->setSessionConfig(nullptr);
+  moveTo({30, 40});
+  EXPECT_THAT(hub->sends, ElementsAre(report(0, 0)));
+}
+
 TEST_F(CursorReportTest, AHubThatDoesNotReadGetsNoReportsUntilItReadsOn) {
   initialize();
   moveTo({1, 1079});

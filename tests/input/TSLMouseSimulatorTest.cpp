@@ -224,6 +224,12 @@ TEST_F(TSLMouseSimulatorTest, WithoutAScreenNothingCrashes) {
 
 // Two left presses 0.4 s apart give a double click; 0.5 s or more apart give two single clicks;
 // three quick presses give single, double, single.
+TEST_F(TSLMouseSimulatorTest, WithoutSettingsEveryPointIsTheFirst) {
+  session->setSessionConfig(nullptr);
+  send(0x01);
+  EXPECT_THAT(world.poster.posts(), ElementsAre("post mouse 5 (0,0) button 0 click 1"));
+}
+
 TEST_F(TSLMouseSimulatorTest, TwoPressesShortlyAfterEachOtherAreADoubleClick) {
   send(0x02);
   send(0x04);
