@@ -1,34 +1,15 @@
 #include "platform/linux/AsioQueue.h"
 
-#include <csignal>
 #include <mutex>
 #include <pthread.h>
 #include <thread>
 #include <utility>
 
+#include "platform/linux/HostSignals.h"
 #include "platform/linux/RunningLoops.h"
 
 namespace tessel::platform {
 namespace {
-
-// The host's signals are for the host's threads. A fault stays with the thread that made it.
-class SignalsBlocked {
- public:
-  SignalsBlocked() {
-    sigset_t blocked;
-    sigfillset(&blocked);
-    for (const int fault : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGABRT, SIGSYS, SIGPROF}) {
-      sigdelset(&blocked, fault);
-    }
-    pthread_sigmask(SIG_BLOCK, &blocked, &before_);
-  }
-  ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
-  SignalsBlocked(const SignalsBlocked&) = delete;
-  SignalsBlocked& operator=(const SignalsBlocked&) = delete;
-
- private:
-  sigset_t before_;
-};
 
 void nameThisThread(const std::string& label) {
   constexpr std::size_t kRoom = 15;  // what the kernel keeps of a thread's name
@@ -50,7 +31,7 @@ struct AsioQueue::Loop {
 
 std::shared_ptr<AsioQueue> AsioQueue::make(const std::string& label) {
   auto loop = std::make_shared<Loop>(label);
-  const SignalsBlocked inherited;
+  const HostSignalsBlocked inherited;
   std::thread{[loop, &loops = RunningLoops::shared()] {
     nameThisThread(loop->label);
     runningLoop = loop.get();

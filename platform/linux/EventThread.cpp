@@ -6,6 +6,8 @@
 #include <unistd.h>
 #include <utility>
 
+#include "platform/linux/HostSignals.h"
+
 namespace tessel::platform {
 namespace {
 
@@ -30,6 +32,7 @@ EventThread::~EventThread() {
 }
 
 void EventThread::start(const std::string& name) {
+  const HostSignalsBlocked inherited;
   thread_ = std::thread{[this, name] {
     pthread_setname_np(pthread_self(), name.c_str());
     sd_event_loop(event_.get());

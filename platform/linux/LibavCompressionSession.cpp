@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "platform/Log.h"
+#include "platform/linux/HostSignals.h"
 #include "platform/linux/NalUnits.h"
 
 namespace tessel::platform {
@@ -101,6 +102,7 @@ Status LibavCompressionSession::prepareToEncodeFrames() {
   const Status status = open();
   if (status != 0 || prepared_) return status;
   prepared_ = true;
+  const HostSignalsBlocked inherited;
   thread_ = std::thread{[this] {
     pthread_setname_np(pthread_self(), "tessel-encoder");
     run();

@@ -1,27 +1,11 @@
 #include "platform/linux/TransferThread.h"
 
-#include <csignal>
 #include <pthread.h>
 
 #include "platform/URLSessions.h"
+#include "platform/linux/HostSignals.h"
 
 namespace tessel::platform {
-namespace {
-
-// A thread that takes no signals: they are the host's, and so are the threads to handle them on.
-template <typename Function>
-std::thread threadWithoutSignals(Function function) {
-  sigset_t all;
-  sigset_t before;
-  sigfillset(&all);
-  pthread_sigmask(SIG_SETMASK, &all, &before);
-  std::thread thread{std::move(function)};
-  pthread_sigmask(SIG_SETMASK, &before, nullptr);
-  return thread;
-}
-
-}  // namespace
-
 // Never destroyed, only stopped: threads that outlive main() may still ask for transfers. The stop
 // is registered after curl has begun, so that it comes before curl's and OpenSSL's own ends.
 TransferThread& TransferThread::shared() {
@@ -38,7 +22,8 @@ TransferThread& TransferThread::shared() {
 }
 
 TransferThread::TransferThread() : multi_{curl_multi_init()} {
-  thread_ = threadWithoutSignals([this] { run(); });
+  const HostSignalsBlocked inherited;
+  thread_ = std::thread{[this] { run(); }};
   pthread_setname_np(thread_.native_handle(), "tessel.transfer");
 }
 

@@ -10,6 +10,7 @@
 #include <unistd.h>
 #include <utility>
 
+#include "platform/linux/HostSignals.h"
 #include "platform/linux/PipeSignalGuard.h"
 #include "platform/linux/XFrameSource.h"
 
@@ -140,6 +141,7 @@ void XCaptureSession::startRunning() {
   if (loop_ || !delivery_) return;
   delivery_->start();
   loop_ = std::make_unique<Loop>(input_, output_, delivery_, clock_);
+  const HostSignalsBlocked inherited;
   thread_ = std::thread{[loop = loop_.get()] {
     pthread_setname_np(pthread_self(), "tessel-capture");
     loop->run();

@@ -14,6 +14,7 @@
 #include "platform/linux/CurlURLSessions.h"
 #include "tests/platform/URLFetch.h"
 #include "tests/support/ScriptedHTTPServer.h"
+#include "tests/support/ThreadSignals.h"
 
 // Who waits for whom.
 namespace tessel::test {
@@ -248,6 +249,11 @@ TEST_F(URLSessionsTest, TheTimeOutBeginsWithTheTransferNotWithItsWait) {
     EXPECT_EQ(answer.error->code, CURLE_OPERATION_TIMEDOUT);
   }
   EXPECT_EQ(server.connections(), 6);
+}
+
+TEST_F(URLSessionsTest, TheHostsSignalsStayOffTheTransferThread) {
+  fetch("http://127.0.0.1:1/");
+  EXPECT_EQ(keepsHostSignalsOff("tessel.transfer"), true);
 }
 
 TEST_F(URLSessionsTest, AProcessMayEndWhileTransfersRun) {

@@ -16,6 +16,7 @@
 #include "platform/linux/LibavVideoEncoding.h"
 #include "platform/linux/NalUnits.h"
 #include "tests/platform/Decoder.h"
+#include "tests/support/ThreadSignals.h"
 
 namespace tessel::platform {
 namespace {
@@ -328,6 +329,15 @@ TEST(NalUnitsTest, LengthGoesInFrontBigEndian) {
   appendLengthPrefixed(Bytes(258, 7), data);
   ASSERT_EQ(data.size(), 263U);
   EXPECT_EQ(Bytes(data.begin(), data.begin() + 6), (Bytes{9, 0, 0, 1, 2, 7}));
+}
+
+TEST(VideoEncoderTest, TheHostsSignalsStayOffItsThread) {
+  Output output;
+  const auto session = makeSession(64, 48, output);
+  ASSERT_NE(session, nullptr);
+  ASSERT_EQ(session->encodeFrame(patternPicture(64, 48, 1).buffer, {1, 30}), 0);
+  ASSERT_EQ(output.next().status, 0);
+  EXPECT_EQ(test::keepsHostSignalsOff("tessel-encoder"), true);
 }
 
 }  // namespace

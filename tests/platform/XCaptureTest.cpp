@@ -6,6 +6,7 @@
 #include "platform/TestPattern.h"
 #include "tests/platform/Capture.h"
 #include "tests/support/PrivateXServer.h"
+#include "tests/support/ThreadSignals.h"
 
 namespace tessel::platform {
 namespace {
@@ -225,6 +226,14 @@ TEST(XCaptureTest, ServerThatGoesAwayEndsTheFramesAndNothingElse) {
   capture.session->stopRunning();
   capture.session->startRunning();
   EXPECT_FALSE(capture.frames->waitForCount(last + 1, milliseconds{200}));
+}
+
+TEST(XCaptureTest, TheHostsSignalsStayOffItsThread) {
+  const PrivateXServer server;
+  chooseScreen();
+  const Capture capture{{1280, 720}};
+  ASSERT_TRUE(capture.frames->waitForCount(1));
+  EXPECT_EQ(test::keepsHostSignalsOff("tessel-capture"), true);
 }
 
 TEST(XCaptureTest, LateFramesAreDroppedAndTheLastChangeIsNot) {
