@@ -62,9 +62,11 @@ int writeAll(int fd, std::span<const std::uint8_t> bytes) {
   return 0;
 }
 
-int syncFolder(const std::filesystem::path& folder) {
+// A new name survives a power cut once this has been done. Some folders may be written to and not
+// be read, and some file systems sync no folder: the file is in its place all the same.
+void trySyncFolder(const std::filesystem::path& folder) {
   const FileDescriptor directory{::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
-  return directory && ::fsync(directory.get()) == 0 ? 0 : errno;
+  if (directory) ::fsync(directory.get());
 }
 
 // Where the bytes really go: an absolute path without links.
@@ -87,7 +89,11 @@ int takeOverPermissions(int fd, const std::filesystem::path& from) {
 std::optional<Bytes> readWholeFile(const std::string& path, std::size_t limit) {
   const FileDescriptor file{::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)};
   struct stat status {};
-  if (!file || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
+  if (!file || ::fstat(file.get(), &status) != 0) return std::nullopt;
+  if (!S_ISREG(status.st_mode)) {
+    errno = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
+    return std::nullopt;
+  }
 
   Bytes contents;
   constexpr std::size_t kPiece = 65536;
@@ -97,6 +103,7 @@ std::optional<Bytes> readWholeFile(const std::string& path, std::size_t limit) {
     const ssize_t got = ::read(file.get(), contents.data() + had, kPiece);
     contents.resize(had + (got > 0 ? static_cast<std::size_t>(got) : 0));
     if (got < 0 && errno == EINTR) continue;
+    if (contents.size() > limit) errno = EFBIG;
     if (got < 0 || contents.size() > limit) return std::nullopt;
     if (got == 0) return contents;
   }
@@ -113,7 +120,8 @@ int writeWholeFile(const std::string& path, std::span<const std::uint8_t> conten
   if (const int failure = writeAll(temporary.fd(), contents)) return failure;
   if (::fsync(temporary.fd()) != 0) return errno;
   if (const int failure = temporary.moveTo(target, ifExists)) return failure;
-  return syncFolder(target.parent_path());
+  trySyncFolder(target.parent_path());
+  return 0;
 }
 
 }  // namespace tessel::platform

@@ -111,6 +111,35 @@ TEST_F(FilesTest, ACopyOfNothingOrToNowhereFails) {
   EXPECT_EQ(nowhere->code, ENOENT);
 }
 
+TEST_F(FilesTest, ACopyOfWhatIsNoFileTellsThatAndNotAnOlderError) {
+  std::filesystem::create_directory(folder / "folder");
+  ASSERT_EQ(::mkfifo((folder / "pipe").c_str(), 0600), 0);
+  errno = EPERM;
+  const auto ofFolder = files->copy(folder / "folder", folder / "to");
+  ASSERT_TRUE(ofFolder);
+  EXPECT_EQ(ofFolder->code, EISDIR);
+  const auto ofPipe = files->copy(folder / "pipe", folder / "to");
+  ASSERT_TRUE(ofPipe);
+  EXPECT_EQ(ofPipe->code, EINVAL);
+}
+
+// The file is there: to say that nothing has changed would be wrong.
+TEST_F(FilesTest, AFolderThatCannotBeReadTakesAFileAllTheSame) {
+  constexpr uid_t kNobody = 65534;
+  write("from", "x");
+  ASSERT_EQ(::chmod(folder.path().c_str(), 0300), 0);
+  const bool isRoot = ::geteuid() == 0;  // who may read everything
+  ASSERT_TRUE(!isRoot || ::chown(folder.path().c_str(), kNobody, kNobody) == 0);
+  EXPECT_EXIT(
+      {
+        const bool ready = !isRoot || (::setgid(kNobody) == 0 && ::setuid(kNobody) == 0);
+        ::_exit(ready && !files->copy(folder / "from", folder / "to") ? 0 : 1);
+      },
+      ::testing::ExitedWithCode(0), "");
+  ASSERT_EQ(::chmod(folder.path().c_str(), 0700), 0);
+  EXPECT_EQ(read("to"), "x");
+}
+
 TEST_F(FilesTest, APropertyListComesBackAsItWasWritten) {
   ASSERT_TRUE(files->writePropertyListAtomically(folder / "x.plist", everything()));
   EXPECT_EQ(files->readPropertyList(folder / "x.plist"), everything());
