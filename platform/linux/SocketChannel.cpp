@@ -228,7 +228,6 @@ void SocketChannel::writeReady() {
         return;
       case Status::kClosed:
       case Status::kFailed:
-        readReady();  // what the peer said before it went is still worth having
         end(ConnectionState::kFailed, result.error.value_or(networkError(EPIPE)));
         return;
     }
