@@ -36,13 +36,20 @@ class HostSink {
     const std::lock_guard lock{mutex_};
     const auto sink = sink_;
     if (!sink) return false;
-    delivering_ = true;
+    const Delivery delivery;
     (*sink)(line);
-    delivering_ = false;
     return true;
   }
 
  private:
+  // Ends even where the sink throws, against its contract: the thread's next line has to get there.
+  struct Delivery {
+    Delivery() { delivering_ = true; }
+    ~Delivery() { delivering_ = false; }
+    Delivery(const Delivery&) = delete;
+    Delivery& operator=(const Delivery&) = delete;
+  };
+
   static thread_local bool delivering_;
   std::atomic<bool> listens_ = false;
   std::mutex mutex_;  // guards sink_, and lets in one line at a time

@@ -8,7 +8,9 @@
 namespace tessel {
 
 /// Receives one log line. Its text has no line feed at its end, but for the few lines that were
-/// written with one. Called from any thread, one line at a time.
+/// written with one. Called from any thread, one line at a time, and while it runs every other
+/// thread that logs waits. It must not throw. What it logs itself, by a call of the library, goes
+/// nowhere; it may call `setLogSink`.
 using LogSink = std::function<void(std::string_view line)>;
 
 /// Sends every log line to `sink` from now on; null restores the default, the system journal.

@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <sys/mman.h>
 #include <thread>
@@ -139,6 +140,16 @@ TEST_F(LogTest, WhatASinkLogsGoesNowhere) {
   log("line");
   EXPECT_THAT(lines_, ElementsAre("line"));
   EXPECT_THAT(system_->lines, IsEmpty());
+}
+
+TEST_F(LogTest, ASinkThatThrowsStillGetsTheThreadsNextLine) {
+  setLogSink([this](std::string_view line) {
+    lines_.emplace_back(line);
+    if (lines_.size() == 1) throw std::runtime_error{"no room"};
+  });
+  EXPECT_THROW(log("one"), std::runtime_error);
+  log("two");
+  EXPECT_THAT(lines_, ElementsAre("one", "two"));
 }
 
 TEST_F(LogTest, ASinkMayReplaceItself) {
