@@ -14,13 +14,17 @@ thread_local const asio::io_context* ownLoop = nullptr;
 
 }  // namespace
 
+// Never destroyed, only stopped: a queue may still be made while the process exits.
 RunningLoops& RunningLoops::shared() {
   struct StopAtExit {
     RunningLoops& loops;
     ~StopAtExit() { loops.stopForExit(); }
   };
-  static const StopAtExit stopAtExit{*new RunningLoops};
-  return stopAtExit.loops;
+  static RunningLoops& loops = []() -> RunningLoops& {
+    static const StopAtExit stopAtExit{*new RunningLoops};
+    return stopAtExit.loops;
+  }();
+  return loops;
 }
 
 void RunningLoops::run(const Loop& loop) {
