@@ -63,6 +63,20 @@ struct TSLDiscovery::State {
   std::vector<std::shared_ptr<BVBeacon>> beacons;
   std::vector<Observer> observers;
 
+  // The first entry with the same major and minor. Under mutex.
+  std::vector<std::shared_ptr<BVBeacon>>::const_iterator find(const BVBeacon& beacon) const {
+    return std::find_if(beacons.begin(), beacons.end(), [&beacon](const auto& listed) {
+      return listed->major() == beacon.major() && listed->minor() == beacon.minor();
+    });
+  }
+
+  // The same, or null.
+  std::shared_ptr<BVBeacon> entryLike(const BVBeacon& beacon) const {
+    const std::lock_guard lock{mutex};
+    const auto entry = find(beacon);
+    return entry == beacons.end() ? nullptr : *entry;
+  }
+
   void notify(const BeaconListChange& change) const {
     std::vector<Observer> current;
     {
@@ -136,10 +150,7 @@ std::shared_ptr<Signal<Date>> TSLDiscovery::housekeepingSignal() const {
 std::int64_t TSLDiscovery::rowForBeacon(const std::shared_ptr<BVBeacon>& beacon) const {
   if (!beacon) return kNotFound;
   const std::lock_guard lock{state_->mutex};
-  const auto entry =
-      std::find_if(state_->beacons.begin(), state_->beacons.end(), [&beacon](const auto& listed) {
-        return listed->major() == beacon->major() && listed->minor() == beacon->minor();
-      });
+  const auto entry = state_->find(*beacon);
   return entry == state_->beacons.end() ? kNotFound : entry - state_->beacons.begin();
 }
 
@@ -204,12 +215,11 @@ void TSLDiscovery::friendlyNameForBeacon(const std::shared_ptr<BVBeacon>& beacon
 }
 
 void TSLDiscovery::heard(const std::shared_ptr<BVBeacon>& beacon) {
-  const std::int64_t row = rowForBeacon(beacon);
-  if (row == kNotFound) {
+  const auto entry = state_->entryLike(*beacon);
+  if (!entry) {
     addBeaconsObject(beacon);
     return;
   }
-  const auto entry = beacons()[static_cast<std::size_t>(row)];
   entry->setMeasuredPower(beacon->measuredPower());
   entry->setRSSI(beacon->RSSI());
   entry->setLastUpdated(beacon->lastUpdated());
