@@ -5,11 +5,11 @@
 
 #include "platform/PixelBufferPool.h"
 #include "platform/linux/EncoderCandidates.h"
+#include "platform/linux/LibavSilence.h"
 
 extern "C" {
 #include <libavutil/error.h>
 #include <libavutil/hwcontext.h>
-#include <libavutil/log.h>
 }
 
 namespace tessel::platform {
@@ -33,18 +33,6 @@ constexpr int kSilent = 100;
 
 // Frames of a trial run: hardware that holds back more than this is of no use live.
 constexpr int kTrialFrames = 3;
-
-// While it lives, libav says nothing: the devices it opens have no level of their own.
-class LibavSilence {
- public:
-  LibavSilence() : before_{av_log_get_level()} { av_log_set_level(AV_LOG_QUIET); }
-  ~LibavSilence() { av_log_set_level(before_); }
-  LibavSilence(const LibavSilence&) = delete;
-  LibavSilence& operator=(const LibavSilence&) = delete;
-
- private:
-  int before_;
-};
 
 // Options of a call to libav; what the call did not understand is left over and let go.
 class Options {

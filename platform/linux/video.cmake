@@ -10,6 +10,7 @@ tessel_linux_service(video
     EncoderCandidates.cpp
     LibavCompressionSession.cpp
     LibavEncoder.cpp
+    LibavSilence.cpp
     LibavVideoEncoding.cpp
     LinuxScreenCapture.cpp
     LinuxScreens.cpp
