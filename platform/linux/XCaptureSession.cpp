@@ -10,6 +10,7 @@
 #include <unistd.h>
 #include <utility>
 
+#include "platform/Log.h"
 #include "platform/linux/HostSignals.h"
 #include "platform/linux/PipeSignalGuard.h"
 #include "platform/linux/XFrameSource.h"
@@ -20,6 +21,8 @@ namespace {
 using Duration = Clock::Duration;
 using std::chrono::milliseconds;
 using std::chrono::seconds;
+
+constexpr const char* kStart = "-[XCaptureSession startRunning]";
 
 constexpr Duration kDefaultFrameDuration = Duration{seconds{1}} / 30;
 
@@ -57,7 +60,10 @@ class XCaptureSession::Loop {
     const PipeSignalGuard guard;
     source_ = XFrameSource::open(input_.displayID, static_cast<int>(output_.size.width),
                                  static_cast<int>(output_.size.height));
-    if (!source_) return;
+    if (!source_) {
+      log("%s: no frame will come: the X server cannot be read", kStart);
+      return;
+    }
     nextFrame_ = clock_->uptime();
     nextVerify_ = nextFrame_ + kVerifyInterval;
     do {
@@ -70,6 +76,7 @@ class XCaptureSession::Loop {
       // What the server said while it was asked has been read already: poll would not wake for it.
       source_->processEvents();
     } while (source_->alive() && sleep());
+    if (!source_->alive()) log("%s: no further frame will come: the X server is gone", kStart);
     source_.reset();
   }
 

@@ -1,10 +1,16 @@
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <gtest/gtest.h>
+#include <memory>
+#include <string>
 #include <thread>
+#include <vector>
 
 #include "platform/TestPattern.h"
+#include "tessel/Log.h"
 #include "tests/platform/Capture.h"
+#include "tests/support/Eventually.h"
 #include "tests/support/PrivateXServer.h"
 #include "tests/support/ThreadSignals.h"
 
@@ -212,6 +218,13 @@ TEST(XCaptureTest, FirstMonitorOnlyIsCaptured) {
 }
 
 TEST(XCaptureTest, ServerThatGoesAwayEndsTheFramesAndNothingElse) {
+  const auto lines = std::make_shared<test::Eventually<std::vector<std::string>>>();
+  const auto isLogged = [&lines](const std::string& line) {
+    return lines->becomes([&](const auto& all) { return std::ranges::count(all, line) == 1; });
+  };
+  setLogSink([lines](std::string_view line) {
+    lines->update([&](auto& all) { all.emplace_back(line); });
+  });
   PrivateXServer server;
   chooseScreen();
   const Capture capture{{1280, 720}};
@@ -226,6 +239,11 @@ TEST(XCaptureTest, ServerThatGoesAwayEndsTheFramesAndNothingElse) {
   capture.session->stopRunning();
   capture.session->startRunning();
   EXPECT_FALSE(capture.frames->waitForCount(last + 1, milliseconds{200}));
+  EXPECT_TRUE(isLogged(
+      "-[XCaptureSession startRunning]: no further frame will come: the X server is gone"));
+  EXPECT_TRUE(
+      isLogged("-[XCaptureSession startRunning]: no frame will come: the X server cannot be read"));
+  setLogSink(nullptr);
 }
 
 TEST(XCaptureTest, TheHostsSignalsStayOffItsThread) {
