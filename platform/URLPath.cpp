@@ -42,8 +42,12 @@ std::string percentEncoded(std::string_view component) {
 
 }  // namespace
 
+bool holdsSpaceOrControl(std::string_view text) {
+  return std::any_of(text.begin(), text.end(), isControlOrSpace);
+}
+
 std::optional<std::string> urlFromText(std::string_view text) {
-  if (text.empty() || std::any_of(text.begin(), text.end(), isControlOrSpace)) return std::nullopt;
+  if (text.empty() || holdsSpaceOrControl(text)) return std::nullopt;
   return std::string{text};
 }
 

@@ -6,6 +6,10 @@
 
 namespace tessel::platform {
 
+/// Whether `text` holds white space or control characters. In a URL they would end the request
+/// line, and what follows them would pass as header fields.
+bool holdsSpaceOrControl(std::string_view text);
+
 /// The URL that `text` spells; none where the text cannot be one: it is empty, or it holds white
 /// space or control characters, with which a stranger could smuggle lines into a request.
 std::optional<std::string> urlFromText(std::string_view text);

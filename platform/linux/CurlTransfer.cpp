@@ -4,6 +4,7 @@
 #include <string_view>
 #include <utility>
 
+#include "platform/URLPath.h"
 #include "platform/URLSessions.h"
 
 namespace tessel::platform {
@@ -29,19 +30,11 @@ std::string part(CURLU* url, CURLUPart which) {
   return copy;
 }
 
-// Such bytes would end the request line, and what follows them would pass as header fields.
-bool holdsForbiddenCharacter(const std::string& url) {
-  return std::ranges::any_of(url, [](char character) {
-    const auto byte = static_cast<unsigned char>(character);
-    return byte <= 0x20 || byte == 0x7F;
-  });
-}
-
 }  // namespace
 
 std::optional<Error> CurlTransfer::check() {
   const URLRequest& request = order_.request;
-  if (holdsForbiddenCharacter(request.url))
+  if (holdsSpaceOrControl(request.url))
     return urlError(CURLE_URL_MALFORMAT, "The URL holds a space or a control character.");
   const std::unique_ptr<CURLU, FreeUrl> url{curl_url()};
   if (!url || curl_url_set(url.get(), CURLUPART_URL, request.url.c_str(),
