@@ -54,7 +54,8 @@ struct KeyboardEvent {
 /// Makes the events of one channel and posts them to the desktop. One queue; `releaseAll` and
 /// `close` also from any thread.
 ///
-/// What it has pressed it releases: in `releaseAll`, and at the latest when it is dropped.
+/// What it has pressed it releases: in `releaseAll`, and at the latest when it is dropped. Where a
+/// key turns a lock that outlasts its release, what it has turned it turns back then.
 class EventPoster {
  public:
   virtual ~EventPoster() = default;

@@ -1,6 +1,7 @@
 #include "platform/linux/XTestDisplay.h"
 
 #include <poll.h>
+#include <span>
 #include <utility>
 #include <xcb/xcbext.h>
 #include <xcb/xtest.h>
@@ -89,10 +90,31 @@ void XTestDisplay::flush() {
   readEvents();
 }
 
-void XTestDisplay::finish() {
+// Any request with a reply: requests are done in order.
+void XTestDisplay::finish() { await<void>(xcb_get_input_focus(connection_->get()).sequence); }
+
+std::optional<bool> XTestDisplay::modifierIsOn(std::uint8_t evdev) {
   auto* const connection = connection_->get();
-  // Any request with a reply: requests are done in order.
-  const unsigned sequence = xcb_get_input_focus(connection).sequence;
+  const unsigned mapping = xcb_get_modifier_mapping(connection).sequence;
+  const unsigned pointer = xcb_query_pointer(connection, connection_->root()).sequence;
+  const auto map = await<xcb_get_modifier_mapping_reply_t>(mapping);
+  const auto state = await<xcb_query_pointer_reply_t>(pointer);
+  if (!map || !state) return std::nullopt;
+  // A row of key codes for each modifier, in the order of the bits.
+  const std::span codes{
+      xcb_get_modifier_mapping_keycodes(map.get()),
+      static_cast<std::size_t>(xcb_get_modifier_mapping_keycodes_length(map.get()))};
+  for (std::size_t i = 0; i < codes.size(); ++i) {
+    if (codes[i] != evdev + kFirstKeyCode) continue;
+    return (state->mask >> i / map->keycodes_per_modifier & 1) != 0;
+  }
+  return false;
+}
+
+// The reply to a request; null after a second without it.
+template <typename Reply>
+XReply<Reply> XTestDisplay::await(unsigned sequence) {
+  auto* const connection = connection_->get();
   xcb_flush(connection);
   const auto end = steady_clock::now() + kLongestWait;
   pollfd readable{xcb_get_file_descriptor(connection), POLLIN, 0};
@@ -100,13 +122,16 @@ void XTestDisplay::finish() {
     void* reply = nullptr;
     xcb_generic_error_t* error = nullptr;
     const bool done = xcb_poll_for_reply(connection, sequence, &reply, &error) != 0;
-    const XReply<void> replyHolder{reply};
+    XReply<Reply> replyHolder{static_cast<Reply*>(reply)};
     const XReply<xcb_generic_error_t> errorHolder{error};
+    if (done) return replyHolder;
     const auto left =
         std::chrono::duration_cast<std::chrono::milliseconds>(end - steady_clock::now());
-    if (done || left.count() <= 0) return;
+    if (left.count() <= 0) break;
     poll(&readable, 1, static_cast<int>(left.count()));
   }
+  xcb_discard_reply(connection, sequence);
+  return nullptr;
 }
 
 }  // namespace tessel::platform

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "platform/linux/XConnection.h"
@@ -21,6 +22,10 @@ class XTestDisplay {
   /// Where the first screen is: the primary monitor, or else the first one.
   PixelArea firstScreen();
 
+  /// Whether the modifier that this key sets is on: for a lock key that is not held, whether its
+  /// lock is. None when the server does not tell within a second. `evdev` is a Linux input code.
+  std::optional<bool> modifierIsOn(std::uint8_t evdev);
+
   /// @name Faked input; on its way after the next flush
   /// @{
   void moveTo(int x, int y);
@@ -38,6 +43,8 @@ class XTestDisplay {
 
   void fake(std::uint8_t type, std::uint8_t detail, std::int16_t x, std::int16_t y);
   void readEvents();
+  template <typename Reply>
+  XReply<Reply> await(unsigned sequence);
 
   const std::unique_ptr<XConnection> connection_;
   PixelArea firstScreen_;

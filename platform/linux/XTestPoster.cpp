@@ -89,7 +89,9 @@ std::shared_ptr<EventPosting> makeEventPosting(std::shared_ptr<const ScreenChoic
   return std::make_shared<XTestPosting>(std::move(choice));
 }
 
-XTestPoster::XTestPoster(std::unique_ptr<XTestDisplay> display) : display_{std::move(display)} {}
+XTestPoster::XTestPoster(std::unique_ptr<XTestDisplay> display)
+    : display_{std::move(display)},
+      locks_{Lock{.evdev = KEY_CAPSLOCK}, Lock{.evdev = KEY_NUMLOCK}} {}
 
 XTestPoster::~XTestPoster() { close(); }
 
@@ -191,6 +193,7 @@ void XTestPoster::post(const KeyboardEvent& event) {
 void XTestPoster::postKey(std::uint8_t evdev, bool down) {
   const bool held = std::ranges::count(keys_, evdev) > 0;
   if (held == down) return;
+  if (down) notePress(evdev);
   display_->key(evdev, down);
   if (down) {
     keys_.push_back(evdev);
@@ -227,7 +230,25 @@ void XTestPoster::releaseHeld() {
   // The last one pressed first: modifiers stay down as long as the keys they act on.
   while (!keys_.empty()) postKey(keys_.back(), false);
   while (!buttons_.empty()) postButton(buttons_.back(), false);
+  for (Lock& lock : locks_) turnBack(lock);
   display_->flush();
+}
+
+void XTestPoster::notePress(std::uint8_t evdev) {
+  const auto lock = std::ranges::find(locks_, evdev, &Lock::evdev);
+  if (lock == locks_.end()) return;
+  lock->turned = !lock->turned;
+  if (lock->turned) lock->wasOn = display_->modifierIsOn(evdev);
+}
+
+// Not when it is as it was: whoever sits at the computer has turned it back, or the key is no lock
+// on this desktop.
+void XTestPoster::turnBack(Lock& lock) {
+  if (!std::exchange(lock.turned, false) || !lock.wasOn) return;
+  const auto isOn = display_->modifierIsOn(lock.evdev);
+  if (!isOn || isOn == lock.wasOn) return;
+  display_->key(lock.evdev, true);
+  display_->key(lock.evdev, false);
 }
 
 }  // namespace tessel::platform

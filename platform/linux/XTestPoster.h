@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -18,6 +19,9 @@ namespace tessel::platform {
 /// that counts as second went out right before it. Nor is a press of what is held already. Only
 /// what this poster has pressed is ever released: a release of anything else could end a press of
 /// whoever sits at the computer.
+///
+/// A press of caps lock or num lock turns the computer's own lock, which would stay so when the
+/// hub's user has gone. So in the end a lock is turned back, if it was this poster that turned it.
 class XTestPoster final : public EventPoster {
  public:
   /// Without a display it makes no events.
@@ -44,17 +48,27 @@ class XTestPoster final : public EventPoster {
   /// Keys or buttons, in the order in which they were pressed.
   using Held = std::vector<std::uint8_t>;
 
+  /// A key whose press turns something on or off that outlasts it.
+  struct Lock {
+    std::uint8_t evdev = 0;
+    bool turned = false;                       ///< this poster's presses have turned it
+    std::optional<bool> wasOn = std::nullopt;  ///< before they did, if the server told
+  };
+
   bool canPost() const;
   void moveTo(Point position);
   void postButton(std::uint8_t button, bool down);
   void postKey(std::uint8_t evdev, bool down);
   void releaseKeysUnderNumLock();
   void releaseHeld();
+  void notePress(std::uint8_t evdev);
+  void turnBack(Lock& lock);
 
   std::mutex mutex_;  // guards all below: `releaseAll` and `close` come from any thread
   const std::unique_ptr<XTestDisplay> display_;
   Held buttons_;
   Held keys_;  // evdev codes
+  std::array<Lock, 2> locks_;
   bool closed_ = false;
 };
 

@@ -58,6 +58,11 @@ class XServer:
         mask = self._pointer()[1]
         return {button for button in range(1, 6) if mask >> (7 + button) & 1}
 
+    def locks(self):
+        """The names of the locks that are on."""
+        mask = self._pointer()[1]
+        return {name for name, bit in (("caps", 1), ("num", 4)) if mask >> bit & 1}
+
     def stop(self):
         if self.process.poll() is None:
             if self.connection:

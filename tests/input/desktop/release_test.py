@@ -7,6 +7,7 @@ import unittest
 from desktop import Hub, XServer, wait_until
 
 SHIFT, CONTROL, F12 = 5, 4, 36
+CAPS_LOCK, NUM_LOCK = 10, 37
 # X key codes: Shift, Control, a.
 HELD = {50, 37, 38}
 
@@ -60,6 +61,40 @@ class ReleaseTest(unittest.TestCase):
         self.hub.mouse.shutdown(socket.SHUT_RDWR)
         wait_until(lambda: not self.server.held_buttons(), "the buttons up")
         self.assertEqual(HELD, self.server.held_keys())
+
+    def check_locks_after(self, end):
+        self.hub.tap_special(CAPS_LOCK)
+        self.hub.key(Hub.SPECIAL_DOWN, NUM_LOCK)
+        wait_until(lambda: self.server.locks() == {"caps", "num"}, "the locks on")
+        end()
+        wait_until(lambda: not self.server.locks(), "the locks off")
+        self.assertFalse(self.server.held_keys())
+
+    def test_a_lock_that_the_hub_has_turned_is_turned_back_when_it_closes_its_channels(self):
+        self.check_locks_after(self.hub.close_channels)
+
+    def test_a_lock_that_the_hub_has_turned_is_turned_back_when_the_program_is_terminated(self):
+        self.check_locks_after(self.hub.terminate)
+
+    def test_a_lock_that_was_on_is_on_again(self):
+        user = Hub(self.server.display, 2)
+        self.addCleanup(user.stop)
+        user.tap_special(CAPS_LOCK)
+        wait_until(lambda: self.server.locks() == {"caps"}, "the lock on")
+        self.hub.tap_special(CAPS_LOCK)
+        wait_until(lambda: not self.server.locks(), "the lock off")
+        self.hub.terminate()
+        self.assertEqual({"caps"}, self.server.locks())
+
+    def test_a_lock_that_has_been_turned_back_since_stays_so(self):
+        user = Hub(self.server.display, 2)
+        self.addCleanup(user.stop)
+        self.hub.tap_special(CAPS_LOCK)
+        wait_until(lambda: self.server.locks() == {"caps"}, "the lock on")
+        user.tap_special(CAPS_LOCK)
+        wait_until(lambda: not self.server.locks(), "the lock off")
+        self.hub.terminate()
+        self.assertEqual(set(), self.server.locks())
 
     def test_what_somebody_else_holds_is_left_alone(self):
         other = Hub(self.server.display, 2)
