@@ -97,9 +97,13 @@ std::optional<bool> XTestDisplay::modifierIsOn(std::uint8_t evdev) {
   auto* const connection = connection_->get();
   const unsigned mapping = xcb_get_modifier_mapping(connection).sequence;
   const unsigned pointer = xcb_query_pointer(connection, connection_->root()).sequence;
-  const auto map = await<xcb_get_modifier_mapping_reply_t>(mapping);
   const auto state = await<xcb_query_pointer_reply_t>(pointer);
-  if (!map || !state) return std::nullopt;
+  if (!state) {
+    xcb_discard_reply(connection, mapping);
+    return std::nullopt;
+  }
+  const auto map = await<xcb_get_modifier_mapping_reply_t>(mapping);  // came before
+  if (!map) return std::nullopt;
   // A row of key codes for each modifier, in the order of the bits.
   const std::span codes{
       xcb_get_modifier_mapping_keycodes(map.get()),
