@@ -25,7 +25,7 @@ class CentralDelegate {
   virtual ~CentralDelegate() = default;
   /// The first call tells the state at the start; then one for every change.
   virtual void centralManagerDidUpdateState(CentralState state) = 0;
-  /// One advertisement. `RSSI` in dBm.
+  /// One advertisement. `RSSI` in dBm; 127 when the radio does not tell it.
   virtual void didDiscoverPeripheral(const AdvertisementDictionary& advertisementData,
                                      int RSSI) = 0;
 };

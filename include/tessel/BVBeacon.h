@@ -70,6 +70,10 @@ class TESSEL_EXPORT BVBeacon {
   /// A copy without address and name.
   std::shared_ptr<BVBeacon> copy() const;
 
+  /// @name What was learnt
+  /// The setters store what they are given. A hub directory calls them for its entries when it
+  /// hears a hub again (see TSLDiscovery); nobody is told of a call by anyone else.
+  /// @{
   UUID proximityUUID() const;
   void setProximityUUID(const UUID& proximityUUID);
   std::uint16_t major() const;
@@ -79,24 +83,26 @@ class TESSEL_EXPORT BVBeacon {
   /// Calibrated power at one metre in dBm.
   std::int16_t measuredPower() const;
   void setMeasuredPower(std::int16_t measuredPower);
-  /// Signal strength of the last advertisement in dBm.
+  /// Signal strength of the last advertisement in dBm; 127 when the radio did not tell it, and none
+  /// for a beacon that was not heard.
   std::optional<int> RSSI() const;
   void setRSSI(std::optional<int> RSSI);
-  /// When the beacon was last heard or refreshed.
+  /// When the beacon was last heard or refreshed, by the computer's clock.
   Date lastUpdated() const;
   void setLastUpdated(Date lastUpdated);
-  /// Dotted-quad address of the hub; none until derived.
+  /// Dotted-quad IPv4 address of the hub; none until derived, or when major and minor hold none.
   std::optional<std::string> IPAddr() const;
   void setIPAddr(const std::optional<std::string>& IPAddr);
-  /// Display name of the hub; none until fetched. As the hub sent it: a program that shows it
-  /// must escape what its output would interpret.
+  /// Display name of the hub in UTF-8; none until fetched, or when the hub tells none. As the hub
+  /// sent it: a program that shows it must escape what its output would interpret.
   std::optional<std::string> friendlyName() const;
   void setFriendlyName(const std::optional<std::string>& friendlyName);
-  /// When the name was last fetched.
+  /// When the hub's details were last fetched, whether they held a name or not; none before.
   std::optional<Date> lastGetFriendlyName() const;
   void setLastGetFriendlyName(std::optional<Date> lastGetFriendlyName);
   /// Always none.
   std::optional<std::string> keyValue() const;
+  /// @}
 
  private:
   BVBeacon(const UUID& proximityUUID, std::uint16_t major, std::uint16_t minor,

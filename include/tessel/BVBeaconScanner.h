@@ -33,17 +33,21 @@ TESSEL_EXPORT std::string BVBluetoothStateDescription(BVGBluetoothState state);
 /// Listens for beacons while Bluetooth is on, and publishes what it hears.
 ///
 /// Everything of the Bluetooth stack runs on `managerQueue`; subscribers receive there unless they
-/// move (see Signal). `startScanning` and `stopScanning` may be called from any thread.
+/// move, but for what they are given while they subscribe (see Signal). Any thread may call.
 class TESSEL_EXPORT BVBeaconScanner : public std::enable_shared_from_this<BVBeaconScanner> {
  public:
   /// The scanner of this process, made on the first call.
   static std::shared_ptr<BVBeaconScanner> sharedBeaconScanner();
-  /// A scanner of its own.
+  /// A scanner of its own, with its own view of the radio. It begins to scan when the radio is on.
   static std::shared_ptr<BVBeaconScanner> init();
   ~BVBeaconScanner();
 
-  /// Starts a scan that reports every advertisement; does nothing unless Bluetooth is on.
+  /// Starts a scan that reports every advertisement; does nothing unless Bluetooth is on. The
+  /// scanner calls it by itself whenever Bluetooth goes on. A scan that the radio refuses is tried
+  /// again; nobody is told of it.
   void startScanning();
+  /// Ends the scan until `startScanning`, or until Bluetooth goes off and on. The scanner calls it
+  /// by itself when Bluetooth goes off.
   void stopScanning();
 
   /// Every beacon heard, whatever its proximity UUID. A new subscriber first gets the last one.
@@ -56,11 +60,13 @@ class TESSEL_EXPORT BVBeaconScanner : public std::enable_shared_from_this<BVBeac
   BVGBluetoothState bluetoothState() const;
   /// Whether a scan was started and not stopped.
   bool scanning() const;
+  /// The radio as the platform offers it, for the library's own use. Never null.
   std::shared_ptr<platform::BluetoothCentral> centralManager() const;
+  /// The queue on which the radio calls back, for the library's own use. Never null.
   std::shared_ptr<platform::SerialQueue> managerQueue() const;
 
   /// Link Manager Protocol version of the Bluetooth controller, 0 when unknown; below 6 means no
-  /// low energy. Asked once per process, which may block for a moment; then remembered.
+  /// low energy. Asked once per process, which may block for up to two seconds; then remembered.
   static unsigned bluetoothLMPVersion();
 
  private:

@@ -10,18 +10,22 @@
 ///    `drainMainQueue()` on its main thread whenever that descriptor is readable.
 namespace tessel {
 
-/// Runs the main queue on the calling thread until `stopMainQueue()`. Not reentrant.
+/// Runs the main queue on the calling thread until `stopMainQueue()`. What is left then stays for
+/// the next run. Not reentrant.
 TESSEL_EXPORT void runMainQueue();
 
-/// Makes `runMainQueue()` return once the operation now running has finished. Any thread.
-/// A stop that comes before the run makes the next run return at once.
+/// Makes `runMainQueue()` return once the operation now running has finished. Any thread, but no
+/// signal handler: it takes a lock. (Wait for the signal on a thread of its own, or through a
+/// descriptor.) A stop that comes before the run makes the next run return at once.
 TESSEL_EXPORT void stopMainQueue();
 
-/// A descriptor that polls readable while the main queue has something to run. It belongs to the
-/// library: never read from it, never close it.
+/// A descriptor that polls readable while the main queue has something to run; the same at each
+/// call. It belongs to the library: never read from it, never close it. -1 when the system has no
+/// descriptor left; a later call tries again. Any thread.
 TESSEL_EXPORT int mainQueueFileDescriptor();
 
-/// Runs what is ready on the main queue and returns without waiting. Always the same thread.
+/// Runs what is ready on the main queue and returns without waiting; what that adds is left to the
+/// next call. Always the same thread.
 TESSEL_EXPORT void drainMainQueue();
 
 }  // namespace tessel

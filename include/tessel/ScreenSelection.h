@@ -15,10 +15,14 @@ enum class ScreenSource {
   pattern,    ///< a moving test picture with a frame counter; needs no display
 };
 
-/// Chooses what is cast. Call it before a session is made; the default is `automatic`.
+/// Chooses what is cast, for the whole process. Call it before a session is made, since one takes
+/// its size then; the default is `automatic`. The hub's mouse and keyboard drive this computer only
+/// in a session that casts the X11 screen.
 ///
-/// `patternSize` is the size of the test picture in points. Returns why the source cannot be cast
-/// from, in a sentence for the user (no display, or a desktop that cannot be captured yet).
+/// `patternSize` is the size of the test picture in points, at least 2 by 2; no other source looks
+/// at it. Returns why the source cannot be cast from as things are, in a sentence for the user (no
+/// display, or a desktop that cannot be captured yet). The choice holds even then: what is in the
+/// way may go. Any thread; it may wait for the X server.
 TESSEL_EXPORT std::optional<Error> selectScreenSource(ScreenSource source,
                                                       Size patternSize = {1920, 1080});
 

@@ -41,15 +41,19 @@ class TESSEL_EXPORT TSLDiscovery : public std::enable_shared_from_this<TSLDiscov
   /// What `rowForBeacon` returns for a beacon that is not listed.
   static constexpr std::int64_t kNotFound = std::numeric_limits<std::int64_t>::max();
 
+  /// A list of its own, empty at first, fed by the scanner of this process. Any thread.
   static std::shared_ptr<TSLDiscovery> init();
   ~TSLDiscovery();
 
   /// A snapshot of the list. Any thread.
   std::vector<std::shared_ptr<BVBeacon>> beacons() const;
-  /// Calls `observer` on the main queue for every change from now on, one at a time, in order.
+  /// Calls `observer` on the main queue for every change from now on, one at a time, in order, for
+  /// as long as the directory lives: an observer cannot be taken back, so it holds weakly what may
+  /// go before. Any thread.
   void observeBeacons(Observer observer);
 
-  /// The scanner's beacons with the hubs' proximity UUID, on the scanner's queue.
+  /// The scanner's beacons with the hubs' proximity UUID, on the scanner's queue; the last one
+  /// heard comes at once, where one subscribes.
   std::shared_ptr<Signal<std::shared_ptr<BVBeacon>>> beaconSignal() const;
   /// The housekeeping tick: the date, every 2 seconds, on the main queue.
   std::shared_ptr<Signal<Date>> housekeepingSignal() const;
@@ -59,7 +63,10 @@ class TESSEL_EXPORT TSLDiscovery : public std::enable_shared_from_this<TSLDiscov
 
   /// @name Changes of the list; main queue only. Null is ignored, and so is an index past its end
   /// @{
+  /// Puts `beacon` before the entry at `index`, which is at most the length of the list; beyond,
+  /// nothing happens.
   void insertObjectInBeaconsAtIndex(const std::shared_ptr<BVBeacon>& beacon, std::size_t index);
+  /// Takes the entry at `index` out; nothing happens where there is none.
   void removeObjectFromBeaconsAtIndex(std::size_t index);
   /// Refreshes the beacon's name, then appends it.
   void addBeaconsObject(const std::shared_ptr<BVBeacon>& beacon);

@@ -57,8 +57,11 @@ class TESSEL_EXPORT TSLSessionDelegate {
 /// One object serves one successful connection: a later `connect` runs without a heartbeat.
 /// Dropping the last reference disconnects.
 ///
-/// Threads: any thread may call. `connect` returns at once; `disconnect` does not wait for the
-/// channels to close. The session holds its connections, they hold it weakly.
+/// Threads: any thread may call. `connect` returns at once. `disconnect` does not wait for the hub,
+/// but for this computer: until the frame under way is captured and encoded and what the hub holds
+/// down is released, some milliseconds, and seconds where the X server does not answer. So does the
+/// destruction of a session that is not disconnected. The session holds its connections, they hold
+/// it weakly.
 class TESSEL_EXPORT TSLSession : public XMLParserDelegate,
                                  public std::enable_shared_from_this<TSLSession> {
  public:
@@ -83,10 +86,15 @@ class TESSEL_EXPORT TSLSession : public XMLParserDelegate,
   /// Ends a connecting or connected session. An accidental end is reported with code 3.
   void disconnect();
 
+  /// One of the three states above. It may be another one by the time the caller looks at it.
   std::int64_t state() const;
+  /// What the session was made with.
   std::optional<std::string> hostName() const;
+  /// What the session was made with.
   std::int64_t displayMode() const;
+  /// Who is told; null when nobody was set, or when they are gone.
   std::shared_ptr<TSLSessionDelegate> delegate() const;
+  /// Where they are told; null for the thread that has something to tell.
   std::shared_ptr<OperationQueue> delegateQueue() const;
   /// What the display channel has done so far; all zero while there is none.
   TSLSessionStatistics statistics() const;
@@ -106,10 +114,10 @@ class TESSEL_EXPORT TSLSession : public XMLParserDelegate,
   /// The hub declared itself busy.
   bool busyStatus() const;
   void setBusyStatus(bool busyStatus);
-  /// Port of the hub's application service.
+  /// Port of the hub's application service: 55555, or the one that the hub names for TLS.
   std::int32_t lauchport() const;
   void setLauchport(std::int32_t lauchport);
-  /// The hub's application base URL.
+  /// The hub's application base URL; none before the first fetch.
   std::optional<std::string> applicationURL() const;
   void setApplicationURL(const std::optional<std::string>& applicationURL);
   /// Name of the application to launch and to poll.
@@ -122,8 +130,16 @@ class TESSEL_EXPORT TSLSession : public XMLParserDelegate,
   std::string deviceDetailsURL() const;
   /// @}
 
+  /// The session's settings. One that has none, after a null, has a size of 0 by 0, and ends at the
+  /// first heartbeat. Set them before `connect`.
   std::shared_ptr<TSLSessionConfigration> sessionConfig() const;
   void setSessionConfig(const std::shared_ptr<TSLSessionConfigration>& sessionConfig);
+
+  /// @name What the session makes for itself
+  /// The channels, null while there is none, and the timer of the heartbeat, which `disconnect`
+  /// ends for good. The setters are for the session's own steps: they neither start nor stop what
+  /// they are given.
+  /// @{
   std::shared_ptr<TSLDisplayConnection> displayConnection() const;
   void setDisplayConnection(const std::shared_ptr<TSLDisplayConnection>& displayConnection);
   std::shared_ptr<TSLMouseConnection> mouseConnection() const;
@@ -132,11 +148,13 @@ class TESSEL_EXPORT TSLSession : public XMLParserDelegate,
   void setKeyBoardConnection(const std::shared_ptr<TSLKeyBoardConnection>& keyBoardConnection);
   std::shared_ptr<platform::Timer> heartbeattimer() const;
   void setHeartbeattimer(const std::shared_ptr<platform::Timer>& heartbeattimer);
+  /// @}
 
-  /// Last element name that the heartbeat's parser saw.
+  /// Last element name that the heartbeat's parser saw; none before the first.
   std::optional<std::string> xmlelementname() const;
   void setXmlelementname(const std::optional<std::string>& xmlelementname);
-  /// Last moment at which the hub reported its application as running.
+  /// Last moment at which the hub reported its application as running; before the first such
+  /// report, the moment at which the session was made.
   std::optional<Date> lastactive() const;
   void setLastactive(const std::optional<Date>& lastactive);
 
@@ -156,6 +174,7 @@ class TESSEL_EXPORT TSLSession : public XMLParserDelegate,
   void cancelHeartBeat();
   /// An empty hook, kept for hosts that call it.
   void ShutDownAccidentally();
+  /// What the heartbeat's parser finds in the hub's answer.
   void didStartElement(const std::string& elementName) override;
   void foundCharacters(const std::string& text) override;
   /// @}

@@ -13,9 +13,12 @@ namespace tessel {
 /// dictionary. On first use the file is created from the copy that the library ships.
 ///
 /// It lies in the folder "/Users/Shared/Lumisk"; the environment variable TESSEL_SHARED_FOLDER
-/// replaces "/Users/Shared". Any failure is logged and leaves the built-in defaults in force.
+/// replaces "/Users/Shared". A folder or a file that cannot be made is logged; one that cannot be
+/// read, is damaged, or cannot be written is not. For what the file does not tell, the built-in
+/// defaults are in force.
 ///
 /// Any thread may call; a recursive lock is held for the whole of each keyed access, load and save.
+/// What touches the file blocks for as long as the file system does.
 class TESSEL_EXPORT VexCfg {
  public:
   /// The one instance of this process, made on the first call.
@@ -26,29 +29,34 @@ class TESSEL_EXPORT VexCfg {
 
   ~VexCfg();
 
-  /// Ensures folder and file, and sets `fileExist`.
+  /// Makes the folder and the file where they are missing, and sets `fileExist`.
   void checkCfgFileExist();
-  /// Reads the file into `pCfgDict`; does nothing while `fileExist` is false.
+  /// Reads the file into `pCfgDict`, which is none afterwards when that failed; changes that were
+  /// not saved are lost. Does nothing while `fileExist` is false.
   void loadCfgFile();
   /// The same as `loadCfgFile`.
   void reLoadCfgFile();
-  /// Writes the dictionary back, atomically, when it has changes.
+  /// Writes the dictionary back, atomically, when it has changes. After a failure `fileModified`
+  /// stays true, and a later save tries again. Does nothing while `fileExist` is false.
   void saveCfgFile();
 
   /// The value under `key`; none when the file was not loaded or has no such key.
   std::optional<PropertyListValue> getObjectByKey(const std::optional<std::string>& key) const;
-  /// Stores a value. Without a key, a value or a loaded file nothing happens.
+  /// Stores a value in memory and sets `fileModified`. Without a key, a value or a loaded file
+  /// nothing happens.
   void setObjectByKey(const std::optional<std::string>& key,
                       const std::optional<PropertyListValue>& object);
 
-  /// Whether there are changes that are not yet written.
+  /// Whether there are changes that are not yet written. Set to false, it keeps them from being.
   bool fileModified() const;
   void setFileModified(bool fileModified);
-  /// Whether the file exists and may be read and written.
+  /// Whether the file was there, or could be made, when that was last ensured. Whether this process
+  /// may read and write it is not looked at. While false, the file is neither read nor written.
   bool fileExist() const;
   void setFileExist(bool fileExist);
-  /// The file's contents in memory; none until loaded, or when it could not be read.
+  /// A copy of the file's contents in memory; none until loaded, or when it could not be read.
   std::optional<PropertyListDictionary> pCfgDict() const;
+  /// Replaces the contents in memory. Only a `fileModified` of true lets a save write them.
   void setPCfgDict(std::optional<PropertyListDictionary> pCfgDict);
 
  private:
