@@ -19,8 +19,6 @@ class StreamRecorder {
   /// Appends a frame; false at the first one that could not be written, after which no more are.
   bool write(std::span<const std::uint8_t> frame);
 
-  void close() { file_.reset(); }
-
  private:
   struct Closer {
     void operator()(std::FILE* file) const { std::fclose(file); }

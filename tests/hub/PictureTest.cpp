@@ -84,7 +84,6 @@ TEST(StreamRecorderTest, FramesStandOneBehindTheOther) {
   ASSERT_TRUE(recorder.open(path, problem));
   EXPECT_TRUE(recorder.write(Bytes{1, 2}));
   EXPECT_TRUE(recorder.write(Bytes{3}));
-  recorder.close();
   std::ifstream file{path, std::ios::binary};
   EXPECT_EQ((std::string{std::istreambuf_iterator<char>{file}, {}}), "\x01\x02\x03");
 }
