@@ -17,7 +17,7 @@
 namespace {
 
 using namespace tessel;
-using std::chrono_literals::operator""ms;
+using namespace std::chrono_literals;
 
 constexpr int kHubs = 200;
 constexpr int kPerSecond = 1000;

@@ -16,7 +16,7 @@
 namespace tessel {
 namespace {
 
-using std::chrono_literals::operator""s;
+using namespace std::chrono_literals;
 
 constexpr auto kHousekeepingPeriod = 2s;
 constexpr auto kExpiryAge = 15s;

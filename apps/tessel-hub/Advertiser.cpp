@@ -12,7 +12,7 @@ namespace {
 
 using platform::BlueZClient;
 using platform::BusProperties;
-using std::chrono_literals::operator""s;
+using namespace std::chrono_literals;
 
 constexpr const char* kObjectPath = "/org/tessel/advertisement";
 constexpr const char* kAdvertisement = "org.bluez.LEAdvertisement1";

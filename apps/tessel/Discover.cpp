@@ -19,8 +19,7 @@
 namespace tessel::apps {
 namespace {
 
-using std::chrono_literals::operator""ms;
-using std::chrono_literals::operator""s;
+using namespace std::chrono_literals;
 
 constexpr auto kRedraw = 500ms;
 // Every hub in range is heard in a few seconds.

@@ -11,7 +11,7 @@
 namespace tessel::apps {
 namespace {
 
-using std::chrono_literals::operator""s;
+using namespace std::chrono_literals;
 
 constexpr std::size_t kMostInTable = 32;
 constexpr std::size_t kMostInLine = 64;

@@ -9,7 +9,7 @@
 namespace tessel::platform {
 namespace {
 
-using std::chrono_literals::operator""s;
+using namespace std::chrono_literals;
 
 constexpr const char* kAdapter = "org.bluez.Adapter1";
 // How long a bluetoothd that has gone is taken to be on its way back.

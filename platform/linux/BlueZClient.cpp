@@ -8,7 +8,7 @@
 namespace tessel::platform {
 namespace {
 
-using std::chrono_literals::operator""s;
+using namespace std::chrono_literals;
 
 constexpr const char* kService = "org.bluez";
 constexpr const char* kObjectManager = "org.freedesktop.DBus.ObjectManager";

@@ -13,7 +13,7 @@
 namespace tessel::platform {
 namespace {
 
-using std::chrono_literals::operator""s;
+using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 
 constexpr std::uint16_t kReadIndexList = 0x0003;

@@ -8,7 +8,7 @@
 namespace tessel::test {
 namespace {
 
-using std::chrono_literals::operator""s;
+using namespace std::chrono_literals;
 
 const UUID kUUID = TSLHubProximityUUID;
 

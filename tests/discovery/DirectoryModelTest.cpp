@@ -9,8 +9,7 @@
 namespace tessel::test {
 namespace {
 
-using std::chrono_literals::operator""ms;
-using std::chrono_literals::operator""s;
+using namespace std::chrono_literals;
 
 constexpr auto kStep = 100ms;
 constexpr auto kTick = 2s;

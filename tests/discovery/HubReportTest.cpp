@@ -9,8 +9,7 @@
 namespace tessel::apps {
 namespace {
 
-using std::chrono_literals::operator""ms;
-using std::chrono_literals::operator""s;
+using namespace std::chrono_literals;
 using testing::HasSubstr;
 using testing::Not;
 

@@ -11,7 +11,7 @@
 namespace tessel::test {
 namespace {
 
-using std::chrono_literals::operator""ms;
+using namespace std::chrono_literals;
 
 TEST(ReceivedHeaderTest, IsLittleEndianAndIgnoresItsLastByte) {
   const auto header = ReceivedHeader::parse(Bytes{0x34, 0x12, 0x87, 0xFF});

@@ -5,7 +5,7 @@ namespace {
 
 using platform::ContentContext;
 using platform::Received;
-using std::chrono_literals::operator""s;
+using namespace std::chrono_literals;
 using testing::ElementsAre;
 using testing::IsEmpty;
 

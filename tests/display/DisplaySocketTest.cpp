@@ -8,8 +8,7 @@ namespace tessel::test {
 namespace {
 
 using platform::ConnectionState;
-using std::chrono_literals::operator""s;
-using std::chrono_literals::operator""ms;
+using namespace std::chrono_literals;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;

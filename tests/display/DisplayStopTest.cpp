@@ -4,7 +4,7 @@
 namespace tessel::test {
 namespace {
 
-using std::chrono_literals::operator""s;
+using namespace std::chrono_literals;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Optional;

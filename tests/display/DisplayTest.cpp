@@ -2,7 +2,7 @@
 
 namespace tessel::test {
 
-using std::chrono_literals::operator""s;
+using namespace std::chrono_literals;
 
 DisplayTest::DisplayTest() : session{TSLSession::initWithHostName("10.0.0.7", 0)} {
   session->setApplicationURL("http://10.0.0.7:55555/apps/");

@@ -14,8 +14,7 @@
 namespace tessel::test {
 namespace {
 
-using std::chrono_literals::operator""ms;
-using std::chrono_literals::operator""s;
+using namespace std::chrono_literals;
 
 // Time as it is, but nobody sleeps: the pause before connecting is of no interest here.
 class ImpatientClock final : public platform::Clock {

@@ -9,7 +9,7 @@
 namespace tessel::hub {
 namespace {
 
-using std::chrono_literals::operator""s;
+using namespace std::chrono_literals;
 
 TEST(ChannelAcceptorTest, MayEndBeforeAConnectionThatHasSaidNothing) {
   const ChannelAcceptor::Settings settings{.address = asio::ip::make_address("127.18.0.1"),

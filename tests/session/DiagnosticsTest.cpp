@@ -7,7 +7,7 @@ namespace tessel::test {
 namespace {
 
 using platform::CentralState;
-using std::chrono_literals::operator""s;
+using namespace std::chrono_literals;
 using testing::ElementsAre;
 
 class DiagnosticsTest : public testing::Test {
