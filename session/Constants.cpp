@@ -6,7 +6,8 @@ namespace tessel {
 
 const std::string TSLErrorDomain = "org.tessel.TSLErrorDomain";
 
-const double TesselVersionNumber = 1.0;
-const char* const TesselVersionString = "@(#)PROGRAM:Tessel  PROJECT:Tessel-1\n";
+const double TesselVersionNumber = TESSEL_VERSION;
+const char* const TesselVersionString =
+    "@(#)PROGRAM:Tessel  PROJECT:Tessel-" TESSEL_VERSION_MAJOR "\n";
 
 }  // namespace tessel

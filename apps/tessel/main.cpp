@@ -16,7 +16,7 @@
 namespace tessel::apps {
 namespace {
 
-constexpr const char* kVersion = "tessel 1.0";
+constexpr const char* kVersion = "tessel " TESSEL_VERSION;
 
 // An ordinary user cannot write the machine-wide folder: use the own configuration folder.
 void chooseSharedFolder() {

@@ -56,7 +56,7 @@ CURL* CurlTransfer::open() {
   curl_easy_setopt(handle, CURLOPT_URL, order_.request.url.c_str());
   curl_easy_setopt(handle, CURLOPT_PRIVATE, this);
   curl_easy_setopt(handle, CURLOPT_ERRORBUFFER, details_.data());
-  curl_easy_setopt(handle, CURLOPT_USERAGENT, "Tessel/1.0");
+  curl_easy_setopt(handle, CURLOPT_USERAGENT, "Tessel/" TESSEL_VERSION);
   curl_easy_setopt(handle, CURLOPT_WRITEFUNCTION, onBody);
   curl_easy_setopt(handle, CURLOPT_WRITEDATA, this);
   curl_easy_setopt(handle, CURLOPT_HEADERFUNCTION, onHeader);

@@ -17,6 +17,8 @@ tessel_linux_service(data
     WholeFile.cpp
     XmlPropertyList.cpp
   LINK PkgConfig::CURL PkgConfig::LIBXML PkgConfig::PLIST)
+set_source_files_properties(CurlTransfer.cpp PROPERTIES
+  COMPILE_DEFINITIONS "TESSEL_VERSION=\"${TESSEL_VERSION}\"")
 
 # The build tree holds the resources where an installation does.
 foreach(resource VexCfg.plist Localizable.plist)
