@@ -19,11 +19,9 @@
 namespace tessel::apps {
 namespace {
 
-using namespace std::chrono_literals;
-
-constexpr auto kRedraw = 500ms;
+constexpr std::chrono::milliseconds kRedraw{500};
 // Every hub in range is heard in a few seconds.
-constexpr auto kPatience = 10s;
+constexpr std::chrono::seconds kPatience{10};
 constexpr std::size_t kLongestName = 64;
 constexpr int kStrengthUnknown = 127;  // what controllers report that cannot tell
 
@@ -59,7 +57,7 @@ void followBluetooth(std::function<void(BVGBluetoothState)> next) {
 
 // What cannot be used is something to do something about; the doctor knows what.
 std::string sentenceFor(BVGBluetoothState state) {
-  const std::string sentence = BVBluetoothStateDescription(state);
+  std::string sentence = BVBluetoothStateDescription(state);
   if (state == BVGBluetoothStatePoweredOn) return sentence;
   return sentence + (sentence.ends_with('.') ? "" : ".") +
          " \"tessel doctor\" says what to do about it.";

@@ -9,7 +9,7 @@
 namespace tessel::hub {
 namespace {
 
-using namespace std::chrono_literals;
+constexpr std::chrono::seconds kPatience{10};
 
 TEST(ChannelAcceptorTest, MayEndBeforeAConnectionThatHasSaidNothing) {
   const ChannelAcceptor::Settings settings{.address = asio::ip::make_address("127.18.0.1"),
@@ -25,8 +25,8 @@ TEST(ChannelAcceptorTest, MayEndBeforeAConnectionThatHasSaidNothing) {
   asio::io_context own;
   asio::ip::tcp::socket silent{own};
   silent.connect({settings.address, settings.port});
-  ASSERT_EQ(context->run_one_for(10s), 1U);  // it is taken
-  ASSERT_EQ(context->run_one_for(10s), 1U);  // and waited for: the loop holds it now
+  ASSERT_EQ(context->run_one_for(kPatience), 1U);  // it is taken
+  ASSERT_EQ(context->run_one_for(kPatience), 1U);  // and waited for: the loop holds it now
 
   std::destroy_at(acceptor);
   const auto before = memory;
