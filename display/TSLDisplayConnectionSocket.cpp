@@ -35,10 +35,6 @@ constexpr platform::Clock::Duration kPauseBeforeConnecting = std::chrono::second
 constexpr platform::Clock::Duration kContextTimeout = std::chrono::seconds{5};
 constexpr std::uint32_t kBitsPerPixel = 12;
 
-bool endsStream(const Received& received) {
-  return received.isComplete && (!received.context || received.context->isFinal);
-}
-
 bool isRefusal(const std::optional<Error>& error) {
   return error && error->code == platform::kConnectionRefused;
 }
@@ -237,9 +233,9 @@ void TSLDisplayConnection::didSkipBody(
     platform::log("%s: %s skip failed", kBody, name);
     disconnectSessionDueToConnectionError();
   };
-  if (endsStream(body)) skipFailed();
+  if (body.isFinal()) skipFailed();
   if (body.error) return skipFailed();
-  if (endsStream(header)) {
+  if (header.isFinal()) {
     platform::log("%s: ERROR IN Recieve", kBody);
     connected_ = false;
   } else if (header.error) {

@@ -15,8 +15,4 @@ std::shared_ptr<platform::NetworkConnection> makeHubConnection(
                                                       queue);
 }
 
-bool isFinal(const platform::Received& received) {
-  return received.isComplete && (!received.context || received.context->isFinal);
-}
-
 }  // namespace tessel

@@ -22,7 +22,4 @@ std::shared_ptr<platform::NetworkConnection> makeHubConnection(
     const std::shared_ptr<TSLSession>& session, const HubPorts& ports,
     const std::shared_ptr<platform::SerialQueue>& queue);
 
-/// Whether nothing can follow what was received: the hub has closed its side.
-bool isFinal(const platform::Received& received);
-
 }  // namespace tessel

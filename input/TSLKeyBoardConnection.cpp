@@ -158,7 +158,7 @@ bool TSLKeyBoardConnection::receiveEnded(const Received& received) {
     return true;
   }
   log("%s: ENTER", kBlock);
-  if (isFinal(received)) {
+  if (received.isFinal()) {
     log("%s: ERROR IN Recieve", kBlock);
     connected_ = false;
     return true;

@@ -172,7 +172,7 @@ void TSLMouseConnection::receivedCursorReply(const Received& received,
                                              const Completion& completion) {
   static constexpr const char* kBlock = "-[TSLMouseConnection newInitialization:]_block_invoke";
   log("%s: ReplyReceived", kBlock);
-  if (isFinal(received)) {
+  if (received.isFinal()) {
     log("%s: Network Error", kBlock);
     call(completion, makeError(3));
   }
@@ -203,7 +203,7 @@ void TSLMouseConnection::receivedCursorReply(const Received& received,
 void TSLMouseConnection::receivedCaptureReply(const Received& received,
                                               const Completion& completion) {
   static constexpr const char* kBlock = "-[TSLMouseConnection newInitialization:]_block_invoke_2";
-  if (isFinal(received)) {
+  if (received.isFinal()) {
     log("%s: Network Error", kBlock);
     call(completion, makeError(3));
   }
@@ -261,7 +261,7 @@ bool TSLMouseConnection::receiveEnded(const Received& received) {
     log("%s: Error: content == NULL", kBlock);
     return true;
   }
-  if (isFinal(received)) {
+  if (received.isFinal()) {
     log("%s: ERROR IN Recieve", kBlock2);
     connected_ = false;
     return true;

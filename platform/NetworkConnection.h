@@ -37,6 +37,9 @@ struct Received {
   /// Whether the peer has closed its side. May come together with the last content.
   bool isComplete = false;
   std::optional<Error> error;
+
+  /// Whether nothing can follow: the peer has closed its side.
+  bool isFinal() const { return isComplete && (!context || context->isFinal); }
 };
 
 /// A TCP stream to a host, with TLS or without.

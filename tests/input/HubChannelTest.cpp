@@ -9,7 +9,7 @@ using platform::Received;
 
 TEST(HubChannelTest, AReceiveIsFinalWhenItIsCompleteAndNoContextGoesOn) {
   const auto judged = [](bool complete, std::optional<ContentContext> context) {
-    return isFinal(Received{Bytes{1}, context, complete, std::nullopt});
+    return Received{Bytes{1}, context, complete, std::nullopt}.isFinal();
   };
   EXPECT_TRUE(judged(true, std::nullopt));
   EXPECT_TRUE(judged(true, ContentContext{true}));
