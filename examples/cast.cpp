@@ -2,7 +2,6 @@
 #include <csignal>
 #include <cstdio>
 #include <tessel/Tessel.h>
-#include <thread>
 
 struct Host : tessel::TSLSessionDelegate {
   void didChangeState(const std::shared_ptr<tessel::TSLSession>&, std::int64_t state) override {
@@ -17,16 +16,8 @@ struct Host : tessel::TSLSessionDelegate {
 
 int main(int argc, char** argv) {
   if (argc != 2) return 2;
-  sigset_t signals;  // blocked before any thread starts, so that one alone waits for them
-  sigemptyset(&signals);
-  sigaddset(&signals, SIGINT);
-  sigaddset(&signals, SIGTERM);
-  pthread_sigmask(SIG_BLOCK, &signals, nullptr);
-  std::thread{[signals] {
-    int signal = 0;
-    sigwait(&signals, &signal);
-    tessel::stopMainQueue();
-  }}.detach();
+  for (const int ending : {SIGINT, SIGTERM})
+    std::signal(ending, [](int) { tessel::stopMainQueue(); });
   const auto host = std::make_shared<Host>();
   const auto session = tessel::TSLSession::initWithHostName(argv[1], 0);
   session->setDelegate(host, tessel::OperationQueue::mainQueue());

@@ -14,9 +14,9 @@ namespace tessel {
 /// the next run. Not reentrant.
 TESSEL_EXPORT void runMainQueue();
 
-/// Makes `runMainQueue()` return once the operation now running has finished. Any thread, but no
-/// signal handler: it takes a lock. (Wait for the signal on a thread of its own, or through a
-/// descriptor.) A stop that comes before the run makes the next run return at once.
+/// Makes `runMainQueue()` return once the operation now running has finished. Any thread, and a
+/// signal handler too, once any other call of the library has returned. A stop that comes before
+/// the run makes the next run return at once.
 TESSEL_EXPORT void stopMainQueue();
 
 /// A descriptor that polls readable while the main queue has something to run; the same at each

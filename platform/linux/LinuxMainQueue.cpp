@@ -18,31 +18,38 @@ const std::shared_ptr<LinuxMainQueue>& LinuxMainQueue::shared() {
   return queue;
 }
 
+LinuxMainQueue::LinuxMainQueue() { sem_init(&wake_, 0, 0); }
+
+LinuxMainQueue::~LinuxMainQueue() { sem_destroy(&wake_); }
+
 void LinuxMainQueue::async(std::function<void()> task) {
-  const std::lock_guard lock{mutex_};
-  tasks_.push_back(std::move(task));
-  if (tasks_.size() == 1) markReadable();
-  changed_.notify_one();
+  {
+    const std::lock_guard lock{mutex_};
+    tasks_.push_back(std::move(task));
+    if (tasks_.size() == 1) markReadable();
+  }
+  sem_post(&wake_);
 }
 
 bool LinuxMainQueue::isCurrent() const { return runsMainQueueTask; }
 
 void LinuxMainQueue::run() {
-  std::unique_lock lock{mutex_};
   for (;;) {
-    changed_.wait(lock, [this] { return stopped_ || !tasks_.empty(); });
-    if (std::exchange(stopped_, false)) return;
+    while (sem_wait(&wake_) != 0) {
+      // A signal came; its handler may have been the one that stops this.
+    }
+    if (stopped_.exchange(false)) return;
+    std::unique_lock lock{mutex_};
+    if (tasks_.empty()) continue;  // drained since
     auto task = take();
     lock.unlock();
     perform(std::move(task));
-    lock.lock();
   }
 }
 
 void LinuxMainQueue::stop() {
-  const std::lock_guard lock{mutex_};
   stopped_ = true;
-  changed_.notify_one();
+  sem_post(&wake_);
 }
 
 int LinuxMainQueue::fileDescriptor() {

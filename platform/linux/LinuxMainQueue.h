@@ -1,10 +1,11 @@
 #pragma once
 
-#include <condition_variable>
+#include <atomic>
 #include <deque>
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <semaphore.h>
 #include <string>
 
 #include "platform/Queues.h"
@@ -15,6 +16,11 @@ namespace tessel::platform {
 class LinuxMainQueue final : public SerialQueue {
  public:
   static const std::shared_ptr<LinuxMainQueue>& shared();
+
+  LinuxMainQueue();
+  ~LinuxMainQueue() override;
+  LinuxMainQueue(const LinuxMainQueue&) = delete;
+  LinuxMainQueue& operator=(const LinuxMainQueue&) = delete;
 
   void async(std::function<void()> task) override;
   const std::string& label() const override { return label_; }
@@ -33,10 +39,13 @@ class LinuxMainQueue final : public SerialQueue {
   void markIdle();
 
   const std::string label_ = "main";
+
+  // A signal handler may set the one and post the other: neither takes a lock.
+  std::atomic<bool> stopped_ = false;
+  sem_t wake_;  // posted for each task and each stop
+
   std::mutex mutex_;  // guards what follows
-  std::condition_variable changed_;
   std::deque<std::function<void()>> tasks_;
-  bool stopped_ = false;
   int readable_ =
       -1;  // an eventfd that counts above zero while there are tasks; made when asked for
 };

@@ -1,8 +1,10 @@
 #include <chrono>
+#include <csignal>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <memory>
 #include <poll.h>
+#include <pthread.h>
 #include <string>
 #include <thread>
 
@@ -84,6 +86,14 @@ TEST_F(MainQueueTest, AStopBeforeTheRunEndsTheNextRunOnly) {
   main_->async([] { stopMainQueue(); });
   runMainQueue();
   EXPECT_EQ(ran_, "later");
+}
+
+TEST_F(MainQueueTest, AStopMayComeFromASignalHandler) {
+  std::signal(SIGUSR1, [](int) { stopMainQueue(); });
+  std::thread other{[self = pthread_self()] { pthread_kill(self, SIGUSR1); }};
+  runMainQueue();
+  other.join();
+  std::signal(SIGUSR1, SIG_DFL);
 }
 
 TEST_F(MainQueueTest, AStopMayComeFromAnyThread) {

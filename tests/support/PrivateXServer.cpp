@@ -3,6 +3,8 @@
 #include <array>
 #include <cstdlib>
 #include <fcntl.h>
+#include <fstream>
+#include <iomanip>
 #include <poll.h>
 #include <signal.h>
 #include <sys/prctl.h>
@@ -64,6 +66,7 @@ PrivateXServer::PrivateXServer(const Options& options) {
 
 PrivateXServer::~PrivateXServer() {
   end();
+  if (!display_.empty()) unlink(lockFile().c_str());
   for (const Variable& variable : variables_) {
     if (variable.wasSet) {
       setenv(variable.name.c_str(), variable.before.c_str(), 1);
@@ -78,11 +81,15 @@ void PrivateXServer::end() {
   kill(pid_, SIGKILL);
   waitpid(pid_, nullptr, 0);
   pid_ = 0;
-  // A server that is killed leaves these behind.
-  if (display_.size() < 2) return;
-  unlink(("/tmp/.X11-unix/X" + display_.substr(1)).c_str());
-  unlink(("/tmp/.X" + display_.substr(1) + "-lock").c_str());
+  if (display_.empty()) return;
+  unlink(("/tmp/.X11-unix/X" + display_.substr(1)).c_str());  // a server that is killed leaves it
+  // This process takes the lock over: another test's server that got the number meanwhile would
+  // pass for this one.
+  unlink(lockFile().c_str());
+  std::ofstream{lockFile()} << std::setw(10) << getpid() << '\n';
 }
+
+std::string PrivateXServer::lockFile() const { return "/tmp/.X" + display_.substr(1) + "-lock"; }
 
 int PrivateXServer::run(const std::string& command) const {
   const int status = std::system((command + " >/dev/null 2>&1").c_str());

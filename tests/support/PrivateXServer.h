@@ -32,13 +32,15 @@ class PrivateXServer {
   /// ":7"
   const std::string& display() const { return display_; }
 
-  /// Ends the server and waits until it is gone.
+  /// Ends the server and waits until it is gone. Its number stays taken as long as this object is.
   void end();
 
   /// Runs a program against the server ("xrandr --fb 800x600") and returns its exit status.
   int run(const std::string& command) const;
 
  private:
+  std::string lockFile() const;
+
   struct Variable {
     std::string name;
     std::string before;
