@@ -49,8 +49,10 @@ class Caster : public TSLSessionDelegate {
   }
 
   void connectionFailedWithError(const std::shared_ptr<TSLSession>&, const Error& error) override {
-    report_.failed(error);
-    exitCode_ = 1;
+    if (!ending_) {  // what breaks off because the user ends it is no failure
+      report_.failed(error);
+      exitCode_ = 1;
+    }
     loop_.stop();
   }
 

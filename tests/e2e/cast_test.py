@@ -100,7 +100,7 @@ class Picture(ProgramTest):
             hub.wait_for("stats")
             hub.wait_for("stats")
             screen.picture(self.folder / "screen.png")
-            self.assertEqual(caster.end(), 0)
+            self.assertEqual(caster.end(), 0, caster.complaints)
             hub.wait_for("ended")
         hub.stop()
         stream, complaints = probe(recording)
@@ -119,7 +119,7 @@ class Picture(ProgramTest):
             caster.wait_for("stats", seconds=5)
             self.assertEqual(caster.events[-1]["framesEncoded"], at_first)
             self.assertGreaterEqual(at_first, 1)
-            self.assertEqual(caster.end(), 0)
+            self.assertEqual(caster.end(), 0, caster.complaints)
             self.assertGreaterEqual(hub.wait_for("ended")["framesShown"], 1)
 
     def test_a_wayland_desktop_is_declined_in_one_sentence(self):
@@ -151,7 +151,7 @@ class Ends(ProgramTest):
             notice = caster.wait_for("notice", timeout=60)
             self.assertIn("the hub has not answered, or its answer was not understood",
                           notice["description"])
-            self.assertEqual(caster.end(), 0)
+            self.assertEqual(caster.end(), 0, caster.complaints)
 
     def test_a_reader_of_the_events_that_goes_away(self):
         hub = self.hub("127.0.3.26")
@@ -194,7 +194,7 @@ class Ends(ProgramTest):
         hub = self.hub("127.0.3.25")
         for _ in range(2):
             caster = self.cast("127.0.3.25", *PATTERN).connected()
-            self.assertEqual(caster.end(), 0)
+            self.assertEqual(caster.end(), 0, caster.complaints)
             hub.wait_for("ended")
 
 
