@@ -194,9 +194,10 @@ class TSLDisplayConnection : public XMLParserDelegate,
   FrameCredits credits_;
   FrameStatistics statistics_;
 
-  // Written by the start, read from anywhere.
   // The start waits at the gate, the state handler and the stop let it go.
   platform::Synchronized<std::shared_ptr<StartGate>> gate_;
+
+  // Written by the start, read from anywhere.
   platform::Synchronized<std::optional<std::string>> stopURL_;
   platform::Synchronized<std::optional<std::string>> sessionToken_;
   platform::Synchronized<std::optional<std::string>> xmlelementname_;

@@ -16,11 +16,11 @@ struct Host : tessel::TSLSessionDelegate {
 
 int main(int argc, char** argv) {
   if (argc != 2) return 2;
-  for (const int ending : {SIGINT, SIGTERM})
-    std::signal(ending, [](int) { tessel::stopMainQueue(); });
   const auto host = std::make_shared<Host>();
   const auto session = tessel::TSLSession::initWithHostName(argv[1], 0);
   session->setDelegate(host, tessel::OperationQueue::mainQueue());
+  for (const int ending : {SIGINT, SIGTERM})
+    std::signal(ending, [](int) { tessel::stopMainQueue(); });
   session->connect();
   tessel::runMainQueue();
   session->disconnect();  // which also releases what the hub's user holds down

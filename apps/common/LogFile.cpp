@@ -14,16 +14,18 @@ namespace tessel::apps {
 namespace {
 
 // Makes the file if there is none, and keeps it from everybody but its owner: what the hub's user
-// types stands in it. What is no plain file (/dev/null, a pipe) is left as it is.
-bool makePrivate(const std::string& path) {
+// types stands in it. What is no plain file (/dev/null, a pipe) is left as it is. Its descriptor,
+// or -1.
+int openPrivate(const std::string& path) {
   constexpr mode_t kOwnerOnly = S_IRUSR | S_IWUSR;
   const int file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, kOwnerOnly);
-  if (file < 0) return false;
+  if (file < 0) return -1;
   struct stat found {};
-  const bool done =
-      fstat(file, &found) == 0 && (!S_ISREG(found.st_mode) || fchmod(file, kOwnerOnly) == 0);
+  if (fstat(file, &found) == 0 && (!S_ISREG(found.st_mode) || fchmod(file, kOwnerOnly) == 0)) {
+    return file;
+  }
   close(file);
-  return done;
+  return -1;
 }
 
 }  // namespace
@@ -33,8 +35,10 @@ LogFile::~LogFile() { setLogSink(nullptr); }
 bool LogFile::open(const std::string& path) {
   std::ostream* out = &std::cerr;
   if (path != "-") {
-    if (!makePrivate(path)) return false;
+    const int looked = openPrivate(path);
+    if (looked < 0) return false;
     file_.open(path, std::ios::trunc);
+    close(looked);  // not before: a pipe's reader would take it for the end
     if (!file_) return false;
     out = &file_;
   }

@@ -33,7 +33,7 @@ TESSEL_EXPORT std::string BVBluetoothStateDescription(BVGBluetoothState state);
 /// Listens for beacons while Bluetooth is on, and publishes what it hears.
 ///
 /// Everything of the Bluetooth stack runs on `managerQueue`; subscribers receive there unless they
-/// move, but for what they are given while they subscribe (see Signal). Any thread may call.
+/// move, or on a thread that subscribes just then (see Signal). Any thread may call.
 class TESSEL_EXPORT BVBeaconScanner : public std::enable_shared_from_this<BVBeaconScanner> {
  public:
   /// The scanner of this process, made on the first call.

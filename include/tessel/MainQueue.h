@@ -15,8 +15,8 @@ namespace tessel {
 TESSEL_EXPORT void runMainQueue();
 
 /// Makes `runMainQueue()` return once the operation now running has finished. Any thread, and a
-/// signal handler too, once any other call of the library has returned. A stop that comes before
-/// the run makes the next run return at once.
+/// signal handler too, once a session was made or another function of this header has returned. A
+/// stop that comes before the run makes the next run return at once.
 TESSEL_EXPORT void stopMainQueue();
 
 /// A descriptor that polls readable while the main queue has something to run; the same at each

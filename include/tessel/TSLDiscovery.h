@@ -52,8 +52,8 @@ class TESSEL_EXPORT TSLDiscovery : public std::enable_shared_from_this<TSLDiscov
   /// go before. Any thread.
   void observeBeacons(Observer observer);
 
-  /// The scanner's beacons with the hubs' proximity UUID, on the scanner's queue; the last one
-  /// heard comes at once, where one subscribes.
+  /// The scanner's beacons with the hubs' proximity UUID, on the scanner's queue or on
+  /// a thread that subscribes just then; the last one heard comes at once (see Signal).
   std::shared_ptr<Signal<std::shared_ptr<BVBeacon>>> beaconSignal() const;
   /// The housekeeping tick: the date, every 2 seconds, on the main queue.
   std::shared_ptr<Signal<Date>> housekeepingSignal() const;

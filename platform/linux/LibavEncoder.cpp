@@ -5,6 +5,7 @@
 
 #include "platform/PixelBufferPool.h"
 #include "platform/linux/EncoderCandidates.h"
+#include "platform/linux/HostSignals.h"
 #include "platform/linux/LibavSilence.h"
 
 extern "C" {
@@ -52,6 +53,7 @@ class Options {
 }  // namespace
 
 StatusOr<std::unique_ptr<LibavEncoder>> LibavEncoder::openBest(const EncoderSettings& settings) {
+  const HostSignalsBlocked inherited;  // by the threads that an encoder may start
   Status status = AVERROR_ENCODER_NOT_FOUND;
   for (const EncoderCandidate& candidate : encoderCandidates()) {
     if (!hasDevice(candidate)) continue;

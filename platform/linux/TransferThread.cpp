@@ -6,6 +6,7 @@
 #include "platform/linux/HostSignals.h"
 
 namespace tessel::platform {
+
 // Never destroyed, only stopped: threads that outlive main() may still ask for transfers. The stop
 // is registered after curl has begun, so that it comes before curl's and OpenSSL's own ends.
 TransferThread& TransferThread::shared() {

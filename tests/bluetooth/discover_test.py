@@ -95,8 +95,7 @@ class DiscoverTest(unittest.TestCase):
                                    stdout=subprocess.PIPE)
         self.addCleanup(process.kill)
         self.appear()
-        while b'"hub"' not in process.stdout.readline():
-            pass
+        self.assertTrue(any(b'"hub"' in line for line in process.stdout))
         process.stdout.close()
         self.bluez.hear(DEVICE, {'RSSI': dbus.Int16(-70)})  # told of at the latest as gone
         self.assertEqual(process.wait(PATIENCE), 0)

@@ -64,7 +64,7 @@ class Ends(HeldInputTest):
         self.check_signal("127.0.4.3", signal.SIGHUP)
 
     def test_its_time_is_up(self):
-        self.hold("127.0.4.4", "--duration", 3)
+        self.hold("127.0.4.4", "--duration", 10)
         self.assert_ends(0)
 
 

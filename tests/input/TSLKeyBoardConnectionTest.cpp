@@ -147,6 +147,8 @@ TEST_F(TSLKeyBoardConnectionTest, EveryStateSetsErrnoToTheCodeOfItsError) {
       keyBoard->keyboardQueue()->async([&seen] { seen = errno; });
       world.run();
       EXPECT_EQ(seen, code) << "state " << static_cast<int>(state);
+      hub->cancel();
+      world.run();
     }
   }
 }
@@ -160,6 +162,8 @@ TEST_F(TSLKeyBoardConnectionTest, ASecondStartReplacesTheConnectionAndDoesNotCan
   EXPECT_FALSE(first->cancelled);
   EXPECT_THAT(hub->sends, ElementsAre(kOpening));
   EXPECT_TRUE(keyBoard->connected());
+  first->cancel();  // it waits for records, and so lives until it is
+  world.run();
 }
 
 TEST_F(TSLKeyBoardConnectionTest, AStopEndsAStartThatBlocksAndTheSessionIsNotHeldByIt) {

@@ -1,6 +1,7 @@
 #include "tests/support/PrivateXServer.h"
 
 #include <array>
+#include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
 #include <fstream>
@@ -78,15 +79,18 @@ PrivateXServer::~PrivateXServer() {
 
 void PrivateXServer::end() {
   if (pid_ <= 0) return;
+  if (!display_.empty()) {
+    // This process takes the lock over, or another test's server could get the number meanwhile
+    // and pass for this one.
+    const std::string own = lockFile() + "." + std::to_string(getpid());
+    std::ofstream{own} << std::setw(10) << getpid() << '\n';
+    std::rename(own.c_str(), lockFile().c_str());
+  }
   kill(pid_, SIGKILL);
   waitpid(pid_, nullptr, 0);
   pid_ = 0;
-  if (display_.empty()) return;
-  unlink(("/tmp/.X11-unix/X" + display_.substr(1)).c_str());  // a server that is killed leaves it
-  // This process takes the lock over: another test's server that got the number meanwhile would
-  // pass for this one.
-  unlink(lockFile().c_str());
-  std::ofstream{lockFile()} << std::setw(10) << getpid() << '\n';
+  // A server that is killed leaves its socket behind.
+  if (!display_.empty()) unlink(("/tmp/.X11-unix/X" + display_.substr(1)).c_str());
 }
 
 std::string PrivateXServer::lockFile() const { return "/tmp/.X" + display_.substr(1) + "-lock"; }
