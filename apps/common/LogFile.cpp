@@ -2,8 +2,6 @@
 
 #include <fcntl.h>
 #include <iostream>
-#include <ostream>
-#include <string_view>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -42,12 +40,14 @@ bool LogFile::open(const std::string& path) {
     if (!file_) return false;
     out = &file_;
   }
-  setLogSink([out](std::string_view line) {
-    *out << line;
-    if (!line.ends_with('\n')) *out << '\n';
-    *out << std::flush;
-  });
+  setLogSink([out](std::string_view line) { writeLine(*out, line); });
   return true;
+}
+
+void LogFile::writeLine(std::ostream& out, std::string_view line) {
+  out << line;
+  if (!line.ends_with('\n')) out << '\n';
+  out << std::flush;
 }
 
 }  // namespace tessel::apps

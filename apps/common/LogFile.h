@@ -1,7 +1,9 @@
 #pragma once
 
 #include <fstream>
+#include <ostream>
 #include <string>
+#include <string_view>
 
 namespace tessel::apps {
 
@@ -17,6 +19,9 @@ class LogFile {
 
   /// `-` is standard error. False when the file cannot be written.
   bool open(const std::string& path);
+
+  /// Writes one line of the library's, which may end with a line feed or not.
+  static void writeLine(std::ostream& out, std::string_view line);
 
  private:
   std::ofstream file_;

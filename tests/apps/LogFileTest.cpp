@@ -1,5 +1,6 @@
 #include <fstream>
 #include <gtest/gtest.h>
+#include <sstream>
 #include <sys/stat.h>
 
 #include "apps/common/LogFile.h"
@@ -45,6 +46,15 @@ TEST_F(LogFileTest, WhatIsNoPlainFileIsLeftAsItIs) {
   LogFile log;
   EXPECT_TRUE(log.open("/dev/null"));
   EXPECT_EQ(permissionsOf("/dev/null"), before);
+}
+
+// A few of the library's lines end with a line feed.
+TEST_F(LogFileTest, EveryLineEndsOnce) {
+  std::ostringstream out;
+  LogFile::writeLine(out, "-[TSLSession disconnect]: EXIT");
+  LogFile::writeLine(out, "-[TSLMouseSimulator dealloc]/63: dealloced\n");
+  EXPECT_EQ(out.str(),
+            "-[TSLSession disconnect]: EXIT\n-[TSLMouseSimulator dealloc]/63: dealloced\n");
 }
 
 TEST_F(LogFileTest, AFolderIsNoFile) {
