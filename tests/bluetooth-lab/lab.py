@@ -15,6 +15,11 @@ def radio(*lines):
         ctl.write('\n'.join(lines) + '\n')
 
 
+def radio_log():
+    """What the scripted controller has done so far."""
+    return (LAB / 'vradio.log').read_text()
+
+
 def beacon(name, minor, **keys):
     """The line that adds a hub's beacon at 192.168 and the two numbers of `minor`."""
     text = ' '.join('%s=%s' % item for item in dict({'every': 100, 'rssi': -60}, **keys).items())

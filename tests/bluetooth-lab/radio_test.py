@@ -3,8 +3,8 @@ import json
 import time
 import unittest
 
-from bluez import Program
-from lab import beacon, bluetoothd, event, power, radio
+from bluez import Program, wait_until
+from lab import beacon, bluetoothd, event, power, radio, radio_log
 
 ON, OFF = 'state BVGBluetoothStatePoweredOn', 'state  BVGBluetoothStatePoweredOff'
 RESETTING, UNSUPPORTED = 'state BVGBluetoothStateResetting', 'state BVGBluetoothStateUnsupported'
@@ -76,11 +76,30 @@ class TheScanner(RadioTest):
         self.heard_again()
 
     def test_a_controller_that_does_not_start_to_scan_at_once(self):
+        # The controller is asked to stop by the same command as to start, and a kernel whose
+        # controller refused to stop does not ask it again: the stop has to be over.
+        before = radio_log()
         self.probe.tell('stop')
-        radio('fail 200c 0c 2')
+        wait_until(lambda: 'scan off' in radio_log()[len(before):], 'the end of the scan')
+        radio('fail 200c 0c 2', 'mark faulty')
+        wait_until(lambda: 'faulty' in radio_log()[len(before):], 'the fault')
+        self.probe.skip()
         self.probe.tell('start')
-        time.sleep(1)
-        self.heard_again()
+        self.probe.expect(HEARD)
+        self.assertEqual(radio_log()[len(before):].count('fail op=200c'), 2)
+
+    def test_a_controller_that_did_not_stop_scans_again_after_its_power_was_off(self):
+        # The kernel then holds every further scan back, and BlueZ does not even answer.
+        radio('fail 200c 0c 1', 'mark refusing')
+        wait_until(lambda: 'refusing' in radio_log(), 'the fault')
+        self.probe.tell('stop')
+        wait_until(lambda: 'fail op=200c' in radio_log().split('refusing')[-1], 'the refusal')
+        self.probe.tell('start')
+        power(False)
+        self.probe.expect(OFF)
+        power(True)
+        self.probe.expect(ON)
+        self.probe.expect(HEARD)
 
     def test_the_version_comes_from_the_kernel(self):
         self.probe.tell('version')
