@@ -1,9 +1,4 @@
-#include <gmock/gmock.h>
-
-#include "tessel/BVBeaconScanner.h"
-#include "tessel/TSLDiscovery.h"
-#include "tests/discovery/Adverts.h"
-#include "tests/support/SimWorld.h"
+#include "tests/discovery/DiscoveryFixture.h"
 
 namespace tessel::test {
 namespace {
@@ -11,54 +6,6 @@ namespace {
 using namespace std::chrono_literals;
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-constexpr std::uint16_t kMajor = 0xC0A8;
-constexpr std::uint16_t kMinor = 0x0164;
-constexpr const char* kURL = "http://192.168.1.100:55555/device-details.xml";
-
-std::string details(const std::string& name) {
-  return "<device><friendlyName>" + name + "</friendlyName></device>";
-}
-
-class TSLDiscoveryTest : public testing::Test {
- protected:
-  void hear(const Bytes& data, int RSSI = -50) {
-    central->hear(data, RSSI);
-    world.run();
-  }
-  void hearHub(int RSSI = -50) { hear(hubAdvert(kMajor, kMinor), RSSI); }
-  // Answers the last request.
-  void answer(const std::string& body, long status = 200) {
-    world.http.last()->respond(body, {}, status);
-    world.run();
-  }
-  std::shared_ptr<BVBeacon> entry(std::size_t row = 0) { return discovery->beacons().at(row); }
-  std::vector<std::string> urls() {
-    std::vector<std::string> list;
-    for (const auto& exchange : world.http.requests) list.push_back(exchange->request.url);
-    return list;
-  }
-  void observe() {
-    discovery->observeBeacons([this](const BeaconListChange& change) {
-      static const char* const kKinds[] = {"insertion", "removal", "update"};
-      changes.push_back(std::string{kKinds[static_cast<int>(change.kind)]} + " " +
-                        std::to_string(change.index));
-      onMainQueue = onMainQueue && world.scheduler.mainQueue()->isCurrent();
-    });
-  }
-
-  // For so long the main queue does nothing else.
-  void keepMainQueueBusy(platform::Clock::Duration duration) {
-    world.scheduler.mainQueue()->async([this, duration] { world.scheduler.sleep(duration); });
-    world.run();
-  }
-
-  SimWorld world;
-  std::shared_ptr<TSLDiscovery> discovery = TSLDiscovery::init();
-  std::shared_ptr<FakeCentral> central = world.bluetooth.last();
-  std::vector<std::string> changes;
-  bool onMainQueue = true;
-};
 
 TEST_F(TSLDiscoveryTest, MajorAndMinorYieldTheAddressAndAFetchOfTheDetails) {
   hearHub(-52);
@@ -82,18 +29,6 @@ TEST_F(TSLDiscoveryTest, AHubEntersTheListWithItsAddressAndItsNameAskedFor) {
   });
   hearHub();
   EXPECT_TRUE(entered);
-}
-
-TEST_F(TSLDiscoveryTest, AskingForTheNameMarksTheBeaconAsHeardNow) {
-  const auto beacon = BVBeacon::initWithProximityUUID(TSLHubProximityUUID, kMajor, kMinor, -59);
-  world.advance(7s);
-  discovery->friendlyNameForBeacon(beacon);
-  EXPECT_EQ(beacon->lastUpdated(), world.now() - 7s);
-  discovery->updateFriendlyNameForBeacon(beacon);
-  EXPECT_EQ(beacon->lastUpdated(), world.now());
-  world.advance(7s);
-  discovery->addBeaconsObject(beacon);
-  EXPECT_EQ(beacon->lastUpdated(), world.now());
 }
 
 TEST_F(TSLDiscoveryTest, AKnownHubKeepsTheTimeAtWhichItWasHeard) {
@@ -122,18 +57,6 @@ TEST_F(TSLDiscoveryTest, TheHubsAreToldApartOnTheScannersQueue) {
   EXPECT_EQ(discovery->beacons().size(), 1U);
 }
 
-TEST_F(TSLDiscoveryTest, AnAnswerIsTakenWithoutTheMainQueue) {
-  observe();
-  hearHub();
-  keepMainQueueBusy(3s);
-  answer(details("Room 1"));
-  EXPECT_EQ(entry()->friendlyName(), "Room 1");
-  EXPECT_EQ(entry()->lastGetFriendlyName(), world.now());
-  EXPECT_THAT(changes, ElementsAre("insertion 0"));  // observers wait for the main queue
-  world.advance(3s);
-  EXPECT_THAT(changes, ElementsAre("insertion 0", "update 0"));
-}
-
 TEST_F(TSLDiscoveryTest, OfTwoEqualEntriesTheFirstIsFoundAndRemoved) {
   const auto first = BVBeacon::initWithProximityUUID(TSLHubProximityUUID, kMajor, kMinor, -59);
   const auto second = first->copy();
@@ -143,11 +66,6 @@ TEST_F(TSLDiscoveryTest, OfTwoEqualEntriesTheFirstIsFoundAndRemoved) {
   second->setLastUpdated(world.now() - 16s);
   world.advance(2s);
   EXPECT_THAT(discovery->beacons(), ElementsAre(second));
-}
-
-TEST_F(TSLDiscoveryTest, NobodyWaitsForAFetchThatAnAdvertisementCaused) {
-  hearHub();
-  EXPECT_TRUE(world.http.last()->background);
 }
 
 TEST_F(TSLDiscoveryTest, AddressesWithAZeroOctetAreLoggedAndStillListed) {
@@ -183,24 +101,6 @@ TEST_F(TSLDiscoveryTest, ABeaconOfAnotherProximityUUIDNeverEntersTheList) {
   hear(advert(UUID{}, kMajor, kMinor));
   EXPECT_THAT(discovery->beacons(), IsEmpty());
   EXPECT_THAT(world.http.requests, IsEmpty());
-}
-
-TEST_F(TSLDiscoveryTest, TheNameIsTheTextOfFriendlyName) {
-  hearHub();
-  answer(details("Room 1"));
-  EXPECT_EQ(entry()->friendlyName(), "Room 1");
-  EXPECT_EQ(entry()->lastGetFriendlyName(), world.now());
-}
-
-TEST_F(TSLDiscoveryTest, AnHTTPErrorStatusCountsAsACompletedFetch) {
-  hearHub();
-  answer(details("Room 1"));
-  world.advance(10s);
-  hearHub();
-  discovery->updateFriendlyNameForBeacon(entry());
-  answer("<html><body>Not found</body></html>", 404);
-  EXPECT_EQ(entry()->friendlyName(), std::nullopt);
-  EXPECT_EQ(entry()->lastGetFriendlyName(), world.now());
 }
 
 TEST_F(TSLDiscoveryTest, RowForBeaconIgnoresTheUUID) {
@@ -253,14 +153,6 @@ TEST_F(TSLDiscoveryTest, AHubHeardAgainAfterItsRemovalEntersAsNew) {
   EXPECT_EQ(world.http.requests.size(), 2U);
 }
 
-TEST_F(TSLDiscoveryTest, WhiteSpaceAfterFriendlyNameBecomesTheName) {
-  hearHub();
-  answer(
-      "<device>\n  <friendlyName>Room 1</friendlyName>\n  <specVersion>1.6</specVersion>\n"
-      "</device>");
-  EXPECT_EQ(entry()->friendlyName(), "\n  ");
-}
-
 TEST_F(TSLDiscoveryTest, AKnownHubIsUpdatedInPlace) {
   hearHub(-50);
   answer(details("Room 1"));
@@ -276,92 +168,6 @@ TEST_F(TSLDiscoveryTest, AKnownHubIsUpdatedInPlace) {
   EXPECT_EQ(before->friendlyName(), "Room 1");
   EXPECT_EQ(before->lastGetFriendlyName(), world.now() - 3s);
   EXPECT_EQ(world.http.requests.size(), 1U);
-}
-
-TEST_F(TSLDiscoveryTest, ANameIsFetchedAgainAfterSixtySeconds) {
-  hearHub();
-  answer(details("Room 1"));
-  for (int second = 10; second < 60; second += 10) {
-    world.advance(10s);
-    hearHub();
-  }
-  world.advance(9s);
-  hearHub();
-  EXPECT_EQ(world.http.requests.size(), 1U);
-  world.advance(1s);
-  hearHub();
-  EXPECT_EQ(world.http.requests.size(), 2U);
-  answer(details("Room 2"));
-  EXPECT_EQ(entry()->friendlyName(), "Room 2");
-}
-
-TEST_F(TSLDiscoveryTest, AHubWithoutANameIsFetchedAtEveryAdvertisementInASessionOfItsOwn) {
-  for (int i = 0; i < 5; ++i) hearHub();
-  EXPECT_EQ(world.http.requests.size(), 5U);
-  EXPECT_EQ(world.http.sessionsMade, 5);
-}
-
-TEST_F(TSLDiscoveryTest, AFailedFetchChangesNothingAndTheNextAdvertisementFetchesAgain) {
-  hearHub();
-  world.http.last()->fail({"tessel.url", 7, "refused"});
-  world.run();
-  EXPECT_EQ(entry()->friendlyName(), std::nullopt);
-  EXPECT_EQ(entry()->lastGetFriendlyName(), std::nullopt);
-  EXPECT_THAT(world.log.lines(), IsEmpty());
-  hearHub();
-  EXPECT_EQ(world.http.requests.size(), 2U);
-}
-
-TEST_F(TSLDiscoveryTest, AFailedRefreshKeepsTheNameAndTheDateOfItsFetch) {
-  hearHub();
-  answer(details("Room 1"));
-  const Date fetched = world.now();
-  for (int i = 0; i < 6; ++i) {
-    world.advance(10s);
-    hearHub();
-  }
-  EXPECT_EQ(world.http.requests.size(), 2U);
-  world.http.last()->fail({"tessel.url", 28, "timed out"});
-  world.run();
-  EXPECT_EQ(entry()->friendlyName(), "Room 1");
-  EXPECT_EQ(entry()->lastGetFriendlyName(), fetched);
-}
-
-TEST_F(TSLDiscoveryTest, ADocumentWithoutANameOrWithAOneLetterNameIsFetchedAgainAndAgain) {
-  hearHub();
-  answer(details("R"));
-  EXPECT_EQ(entry()->friendlyName(), std::nullopt);
-  EXPECT_EQ(entry()->lastGetFriendlyName(), world.now());
-  hearHub();
-  answer("<device/>");
-  hearHub();
-  EXPECT_EQ(world.http.requests.size(), 3U);
-}
-
-TEST_F(TSLDiscoveryTest, DetailsThatNeverComeLeaveTheHubListedWithItsAddress) {
-  for (int second = 0; second < 180; ++second) {
-    hearHub();
-    world.advance(1s);
-    ASSERT_EQ(discovery->beacons().size(), 1U);
-  }
-  EXPECT_EQ(entry()->IPAddr(), "192.168.1.100");
-  EXPECT_EQ(entry()->friendlyName(), std::nullopt);
-  EXPECT_THAT(world.log.lines(), IsEmpty());
-  world.advance(17s);
-  EXPECT_THAT(discovery->beacons(), IsEmpty());
-}
-
-TEST_F(TSLDiscoveryTest, ANameOfOneMebibyteIsKeptAsItCame) {
-  const std::string name(std::size_t{1} << 20, 'x');
-  hearHub();
-  answer(details(name));
-  EXPECT_EQ(entry()->friendlyName(), name);
-}
-
-TEST_F(TSLDiscoveryTest, ControlCharactersInANameAreKeptAsTheyCame) {
-  hearHub();
-  answer(details("\x1B[2J\a\x01 Room"));
-  EXPECT_EQ(entry()->friendlyName(), "\x1B[2J\a\x01 Room");
 }
 
 TEST_F(TSLDiscoveryTest, ANullBeaconIsIgnored) {
@@ -398,15 +204,6 @@ TEST_F(TSLDiscoveryTest, TheIndexOfAChangeIsTheOneInTheListAsItIsThen) {
   EXPECT_THAT(changes, ElementsAre("insertion 1", "removal 0"));
   hearHub();
   EXPECT_THAT(changes, ElementsAre("insertion 1", "removal 0", "update 0"));
-}
-
-TEST_F(TSLDiscoveryTest, ADetailsAnswerForAHubThatHasLeftIsNoChange) {
-  observe();
-  hearHub();
-  world.advance(16s);
-  changes.clear();
-  answer(details("Room 1"));
-  EXPECT_THAT(changes, IsEmpty());
 }
 
 TEST_F(TSLDiscoveryTest, NoObserverIsCalledAfterTheDirectoryIsGone) {
