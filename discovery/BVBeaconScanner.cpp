@@ -155,7 +155,7 @@ std::shared_ptr<BVBeaconScanner> BVBeaconScanner::sharedBeaconScanner() {
 }
 
 std::shared_ptr<BVBeaconScanner> BVBeaconScanner::init() {
-  const std::shared_ptr<BVBeaconScanner> scanner{new BVBeaconScanner};
+  std::shared_ptr<BVBeaconScanner> scanner{new BVBeaconScanner};
   State& state = *scanner->state_;
   const auto& services = platform::services();
   state.managerQueue = services.queues->makeSerialQueue(kManagerQueueLabel);

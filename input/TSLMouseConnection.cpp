@@ -76,7 +76,7 @@ std::uint16_t coordinate(double value) {
 
 std::shared_ptr<TSLMouseConnection> TSLMouseConnection::initWithHub(
     const std::shared_ptr<TSLSession>& hub) {
-  const std::shared_ptr<TSLMouseConnection> connection(new TSLMouseConnection(hub));
+  std::shared_ptr<TSLMouseConnection> connection(new TSLMouseConnection(hub));
   connection->activate();
   return connection;
 }

@@ -76,12 +76,12 @@ std::uint16_t checkBits(std::uint32_t counter) {
 std::array<bool, kCells> cellsOf(std::uint32_t counter) {
   std::array<bool, kCells> cells{};
   cells[0] = true;
-  for (int bit = 0; bit < 32; ++bit) {
-    cells[static_cast<std::size_t>(kCounterCell + bit)] = ((counter >> (31U - bit)) & 1U) != 0;
+  for (std::size_t bit = 0; bit < 32; ++bit) {
+    cells[kCounterCell + bit] = ((counter >> (31U - bit)) & 1U) != 0;
   }
   const std::uint32_t check = checkBits(counter);
-  for (int bit = 0; bit < 16; ++bit) {
-    cells[static_cast<std::size_t>(kCheckCell + bit)] = ((check >> (15U - bit)) & 1U) != 0;
+  for (std::size_t bit = 0; bit < 16; ++bit) {
+    cells[kCheckCell + bit] = ((check >> (15U - bit)) & 1U) != 0;
   }
   cells[kEndCell + 1] = true;
   return cells;
@@ -234,8 +234,8 @@ std::optional<std::uint32_t> readFrameCounter(const std::uint8_t* luma, int stri
     read[static_cast<std::size_t>(cell)] = level > (white + black) / 2;
   }
   std::uint32_t counter = 0;
-  for (int bit = 0; bit < 32; ++bit) {
-    counter = counter << 1U | (read[static_cast<std::size_t>(kCounterCell + bit)] ? 1U : 0U);
+  for (std::size_t bit = 0; bit < 32; ++bit) {
+    counter = counter << 1U | (read[kCounterCell + bit] ? 1U : 0U);
   }
   if (read != cellsOf(counter)) return std::nullopt;  // levels, check bits and end
   return counter;

@@ -1,7 +1,7 @@
 #include "apps/tessel/CastReport.h"
 
 #include <algorithm>
-#include <cstdio>
+#include <cmath>
 #include <iomanip>
 #include <iostream>
 #include <sstream>
@@ -16,9 +16,7 @@ namespace {
 
 void emit(const JsonLine& line) { std::cout << line.text() << std::endl; }
 
-double rounded(double value) {
-  return static_cast<double>(static_cast<long>(value * 10 + 0.5)) / 10;
-}
+double rounded(double value) { return std::round(value * 10) / 10; }
 
 double encodeMilliseconds(const TSLSessionStatistics& from, const TSLSessionStatistics& to) {
   const auto frames = std::max<std::int64_t>(to.framesEncoded - from.framesEncoded, 1);

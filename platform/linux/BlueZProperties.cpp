@@ -108,7 +108,7 @@ int readProperties(sd_bus_message* message, BusProperties& properties) {
   if (r <= 0) return r < 0 ? r : -EBADMSG;
   while ((r = sd_bus_message_enter_container(message, 'e', "sv")) > 0) {
     const char* name = nullptr;
-    if ((r = sd_bus_message_read_basic(message, 's', &name)) <= 0) return -EBADMSG;
+    if (sd_bus_message_read_basic(message, 's', &name) <= 0) return -EBADMSG;
     std::optional<BusValue> value;
     if ((r = readVariant(message, value)) < 0) return r;
     if (value) properties[name] = std::move(*value);
