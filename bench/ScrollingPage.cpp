@@ -14,24 +14,31 @@ constexpr std::uint32_t kInk = 0x202028;
 
 }  // namespace
 
-ScrollingPage::ScrollingPage() : connection_{xcb_connect(nullptr, nullptr)} {
+ScrollingPage::ScrollingPage(Extent extent) : connection_{xcb_connect(nullptr, nullptr)} {
   screen_ = xcb_setup_roots_iterator(xcb_get_setup(connection_.get())).data;
+  const std::uint16_t width = screen_->width_in_pixels;
+  const std::uint16_t height = screen_->height_in_pixels;
+  page_ = {0, 0, width, height};
+  if (extent == Extent::quarter) {
+    page_ = {static_cast<std::int16_t>(width / 4), static_cast<std::int16_t>(height / 4),
+             static_cast<std::uint16_t>(width / 2), static_cast<std::uint16_t>(height / 2)};
+  }
   context_ = xcb_generate_id(connection_.get());
   const std::array<std::uint32_t, 1> noEvents{0};
   xcb_create_gc(connection_.get(), context_, screen_->root, XCB_GC_GRAPHICS_EXPOSURES,
                 noEvents.data());
-  for (int top = 0; top < screen_->height_in_pixels; top += kLineHeight) drawLine(top);
+  for (int top = page_.y; top < bottom(); top += kLineHeight) drawLine(top);
 }
 
 void ScrollingPage::step() {
-  const auto width = screen_->width_in_pixels;
-  const auto rest = static_cast<std::uint16_t>(screen_->height_in_pixels - kStep);
-  xcb_copy_area(connection_.get(), screen_->root, screen_->root, context_, 0, kStep, 0, 0, width,
-                rest);
+  const auto from = static_cast<std::int16_t>(page_.y + kStep);
+  const auto rest = static_cast<std::uint16_t>(page_.height - kStep);
+  xcb_copy_area(connection_.get(), screen_->root, screen_->root, context_, page_.x, from, page_.x,
+                page_.y, page_.width, rest);
   offset_ += kStep;
   if (offset_ >= kLineHeight) {
     offset_ = 0;
-    drawLine(screen_->height_in_pixels - kLineHeight);
+    drawLine(bottom() - kLineHeight);
   }
   std::free(xcb_get_input_focus_reply(connection_.get(), xcb_get_input_focus(connection_.get()),
                                       nullptr));
@@ -39,9 +46,9 @@ void ScrollingPage::step() {
 
 void ScrollingPage::drawLine(int top) {
   const auto y = static_cast<std::int16_t>(top);
-  fill(kPaper, {0, y, screen_->width_in_pixels, kLineHeight});
+  fill(kPaper, {page_.x, y, page_.width, kLineHeight});
   std::vector<xcb_rectangle_t> marks;
-  for (std::int16_t x = 8; x < screen_->width_in_pixels - 12;
+  for (auto x = static_cast<std::int16_t>(page_.x + 8); x < right() - 12;
        x = static_cast<std::int16_t>(x + 8)) {
     random_ = random_ * 1664525U + 1013904223U;
     if (random_ >> 29U == 0) continue;  // a space
