@@ -44,7 +44,7 @@ constexpr std::array<EncoderCandidate, 7> kCandidates{{
      AV_HWDEVICE_TYPE_NONE,
      nullptr,
      nullptr,
-     {{{"preset", "ultrafast"}, {"tune", "zerolatency"}, {"crf", "23"}}}},
+     {{{"preset", "ultrafast"}, {"tune", "zerolatency"}}}},
     {"libopenh264",
      false,
      AV_PIX_FMT_YUV420P,

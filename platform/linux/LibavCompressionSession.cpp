@@ -53,8 +53,10 @@ class LibavCompressionSession::ParameterSets final : public FormatDescription {
 };
 
 LibavCompressionSession::LibavCompressionSession(std::int32_t width, std::int32_t height,
-                                                 CompressionOutputCallback callback)
+                                                 CompressionOutputCallback callback,
+                                                 std::shared_ptr<Clock> clock)
     : callback_{std::move(callback)},
+      clock_{std::move(clock)},
       width_{width},
       height_{height},
       lastTimestamp_{std::numeric_limits<std::int64_t>::min()} {
@@ -160,10 +162,17 @@ void LibavCompressionSession::encode(const Job& job) {
   if (timestamp <= lastTimestamp_) timestamp = lastTimestamp_ + 1;
   lastTimestamp_ = timestamp;
 
-  Status status = encoder_->send(job.picture, timestamp);
+  const int coarseness = governor_.coarseness(clock_->uptime());
+  if (coarseness != coarseness_) {
+    log("%s: frames %d steps coarser than meant", "-[LibavCompressionSession encode:]", coarseness);
+    coarseness_ = coarseness;
+  }
+  Status status = encoder_->setCoarseness(coarseness);
+  if (status == 0) status = encoder_->send(job.picture, timestamp);
   while (status == 0) {
     const AVPacket* packet = encoder_->receive(status);
     if (packet == nullptr) break;
+    governor_.add(static_cast<std::size_t>(packet->size), clock_->uptime());
     output(*packet);
   }
   if (status != 0) callback_(status, kInfoFrameDropped, nullptr);
@@ -179,7 +188,8 @@ void LibavCompressionSession::output(const AVPacket& packet) {
            nalType(unit) == NalType::pictureParameterSet;
   };
 
-  if (!parameterSets_) {
+  const bool keyFrame = (packet.flags & AV_PKT_FLAG_KEY) != 0;
+  if (keyFrame) {  // where an encoder may have begun anew
     std::vector<Bytes> sets;
     for (const NalUnit unit : splitAnnexB(encoder_->extradata())) {
       if (isParameterSet(unit)) sets.emplace_back(unit.begin(), unit.end());
@@ -206,7 +216,6 @@ void LibavCompressionSession::output(const AVPacket& packet) {
     }
   }
   keepParameterSets(std::move(within));
-  const bool keyFrame = (packet.flags & AV_PKT_FLAG_KEY) != 0;
   const EncodedFrame frame{keyFrame, parameterSets_, std::move(data)};
   callback_(0, 0, &frame);
 }

@@ -7,6 +7,8 @@
 #include <string>
 #include <thread>
 
+#include "platform/Clock.h"
+#include "platform/RateGovernor.h"
 #include "platform/VideoEncoder.h"
 #include "platform/linux/LibavEncoder.h"
 
@@ -17,7 +19,7 @@ namespace tessel::platform {
 class LibavCompressionSession final : public CompressionSession {
  public:
   LibavCompressionSession(std::int32_t width, std::int32_t height,
-                          CompressionOutputCallback callback);
+                          CompressionOutputCallback callback, std::shared_ptr<Clock> clock);
   ~LibavCompressionSession() override;
 
   void setAllowFrameReordering(bool allow) override;
@@ -41,6 +43,7 @@ class LibavCompressionSession final : public CompressionSession {
   void output(const AVPacket& packet);
 
   const CompressionOutputCallback callback_;
+  const std::shared_ptr<Clock> clock_;
   const std::int32_t width_;
   const std::int32_t height_;
 
@@ -59,6 +62,8 @@ class LibavCompressionSession final : public CompressionSession {
   // The thread's own.
   class ParameterSets;
   std::shared_ptr<ParameterSets> parameterSets_;
+  RateGovernor governor_;
+  int coarseness_ = 0;
   std::int64_t lastTimestamp_;
 };
 

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "platform/ScreenCapture.h"
@@ -32,6 +33,14 @@ class LibavEncoder {
   /// The parameter sets as Annex B; empty when the encoder sends them within the stream.
   std::span<const std::uint8_t> extradata() const;
 
+  /// What a status says, in words.
+  static std::string describe(Status status);
+
+  /// How much coarser than meant the next frames are to be; see RateGovernor. A change begins the
+  /// stream anew, with other parameter sets and a key frame. An encoder that governs its rate
+  /// itself takes no notice.
+  Status setCoarseness(int steps);
+
   /// Hands in a picture of the size asked for; one row or column more is cut off.
   Status send(const std::shared_ptr<const PixelBuffer>& picture, std::int64_t timestamp);
 
@@ -40,18 +49,22 @@ class LibavEncoder {
   const AVPacket* receive(Status& status);
 
  private:
-  explicit LibavEncoder(const EncoderCandidate& candidate) : candidate_{candidate} {}
+  LibavEncoder(const EncoderCandidate& candidate, const EncoderSettings& settings)
+      : candidate_{candidate}, settings_{settings} {}
 
   static StatusOr<std::unique_ptr<LibavEncoder>> open(const EncoderCandidate& candidate,
                                                       const EncoderSettings& settings);
-  Status configure(const EncoderSettings& settings);
-  Status prepareDevice(const EncoderSettings& settings);
-  Status prove(const EncoderSettings& settings);
+  bool holdsQuantiser() const;
+  Status configure(int coarseness);
+  Status prepareDevice();
+  Status prove();
   Frame wrap(const std::shared_ptr<const PixelBuffer>& picture) const;
   Frame convert(const PixelBuffer& picture) const;
   Frame upload(const AVFrame& picture) const;
 
   const EncoderCandidate& candidate_;
+  const EncoderSettings settings_;
+  std::optional<int> coarseness_;  // none when it could not be opened
   CodecContext context_;
   BufferReference frames_;  // pictures in the memory of the hardware, where it wants them there
   Packet packet_;

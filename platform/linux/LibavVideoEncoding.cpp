@@ -1,6 +1,5 @@
 #include "platform/linux/LibavVideoEncoding.h"
 
-#include <array>
 #include <utility>
 
 #include "platform/linux/LibavCompressionSession.h"
@@ -21,21 +20,11 @@ StatusOr<std::shared_ptr<CompressionSession>> LibavVideoEncoding::makeCompressio
   if (width < 2 || height < 2 || width > kLargest || height > kLargest) {
     return Status{AVERROR(EINVAL)};
   }
-  return std::make_shared<LibavCompressionSession>(width, height, std::move(callback));
+  return std::make_shared<LibavCompressionSession>(width, height, std::move(callback), clock_);
 }
 
 std::string LibavVideoEncoding::describe(Status status) const {
-  switch (status) {
-    case AVERROR_ENCODER_NOT_FOUND:
-      return "There is no H.264 encoder: install libavcodec with libx264.";
-    case AVERROR_EOF:
-      return "The encoder has been ended.";
-    default: {
-      std::array<char, AV_ERROR_MAX_STRING_SIZE> text{};
-      av_strerror(status, text.data(), text.size());
-      return text.data();
-    }
-  }
+  return LibavEncoder::describe(status);
 }
 
 }  // namespace tessel::platform

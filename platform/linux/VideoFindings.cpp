@@ -6,7 +6,6 @@
 
 #include "platform/linux/Findings.h"
 #include "platform/linux/LibavEncoder.h"
-#include "platform/linux/LibavVideoEncoding.h"
 #include "platform/linux/PipeSignalGuard.h"
 #include "platform/linux/ScreenChoice.h"
 #include "platform/linux/XConnection.h"
@@ -82,7 +81,7 @@ Finding findEncoder() {
   settings.height = 1080;
   const auto opened = LibavEncoder::openBest(settings);
   if (const Status* status = std::get_if<Status>(&opened)) {
-    finding.sentence = "No H.264 encoder works: " + LibavVideoEncoding{}.describe(*status);
+    finding.sentence = "No H.264 encoder works: " + LibavEncoder::describe(*status);
     finding.advice = "Install libavcodec with libx264.";
     return finding;
   }

@@ -14,9 +14,9 @@ VideoServices makeVideoServices(std::shared_ptr<Queues> queues, std::shared_ptr<
   VideoServices services;
   services.choice = choice;
   services.screens = std::make_shared<LinuxScreens>(choice);
-  services.screenCapture = std::make_shared<LinuxScreenCapture>(
-      choice, services.screens, std::move(queues), std::move(clock));
-  services.videoEncoding = std::make_shared<LibavVideoEncoding>();
+  services.screenCapture =
+      std::make_shared<LinuxScreenCapture>(choice, services.screens, std::move(queues), clock);
+  services.videoEncoding = std::make_shared<LibavVideoEncoding>(std::move(clock));
   return services;
 }
 

@@ -3,7 +3,10 @@ pkg_check_modules(LIBAV_TEST REQUIRED IMPORTED_TARGET libavcodec libavutil)
 tessel_tests(video_tests
   SOURCES
     Decoder.cpp
+    EncoderRateTest.cpp
     LibavSilenceTest.cpp
+    NalUnitsTest.cpp
+    RateGovernorTest.cpp
     ScreensTest.cpp
     TestPatternTest.cpp
     UnreportedChangeTest.cpp
