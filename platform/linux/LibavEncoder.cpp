@@ -110,9 +110,7 @@ Status LibavEncoder::configure(int coarseness) {
   context.framerate = {settings_.framesPerSecond, 1};
   context.max_b_frames = settings_.allowsReordering ? 2 : 0;
   context.gop_size = kKeyFrameSeconds * settings_.framesPerSecond;
-  if (holdsQuantiser()) {
-    context.i_quant_factor = 1;  // key frames alike
-  } else {
+  if (!holdsQuantiser()) {
     context.bit_rate = kMeanBitRate;
     context.rc_max_rate = kMaximumBitRate;
     context.rc_buffer_size = kRateBuffer;
