@@ -51,7 +51,7 @@ Advertiser::Advertiser(const std::string& address, Notice onNotice)
     : onNotice_{std::move(onNotice)},
       payload_{payloadFor(address)},
       client_{*this, "tessel.advert"},
-      retry_{client_.thread(), [this] { update(); }} {
+      retry_{client_.thread(), [this] { settled(); }} {
   if (!payload_.empty()) {
     client_.start();
   } else if (address.empty()) {
@@ -84,7 +84,6 @@ void Advertiser::serviceChanged(BlueZClient::Service service) {
   } else if (service == BlueZClient::Service::refused) {
     say(std::string{"Not advertised over Bluetooth: this user may not use it."} + kByAddress);
   }
-  update();
 }
 
 void Advertiser::interfaceAdded(const std::string& path, const std::string& interface,
@@ -95,14 +94,12 @@ void Advertiser::interfaceAdded(const std::string& path, const std::string& inte
     const auto* powered = platform::findProperty<bool>(properties, "Powered");
     adapters_[path].powered = powered != nullptr && *powered;
   }
-  update();
 }
 
 void Advertiser::interfaceRemoved(const std::string& path, const std::string& interface) {
   if (interface != kAdapter) return;
   adapters_.erase(path);
   if (path == adapter_) adapter_.clear();
-  update();
 }
 
 void Advertiser::propertiesChanged(const std::string& path, const std::string& interface,
@@ -111,7 +108,6 @@ void Advertiser::propertiesChanged(const std::string& path, const std::string& i
   const auto entry = adapters_.find(path);
   if (interface != kAdapter || powered == nullptr || entry == adapters_.end()) return;
   entry->second.powered = *powered;
-  update();
 }
 
 // The adapter in use as long as that works; else the first that does.
@@ -125,7 +121,7 @@ std::string Advertiser::chooseAdapter() const {
   return {};
 }
 
-void Advertiser::update() {
+void Advertiser::settled() {
   if (!listed_) return;
   const std::string chosen = chooseAdapter();
   if (chosen.empty()) {

@@ -42,8 +42,8 @@ class Advertiser : private platform::BlueZClient::Listener {
   void propertiesChanged(const std::string& path, const std::string& interface,
                          const platform::BusProperties& changed,
                          const std::vector<std::string>& invalidated) override;
+  void settled() override;
 
-  void update();
   std::string chooseAdapter() const;
   void registerAt(const std::string& adapter);
   void unregister();

@@ -39,7 +39,7 @@ BlueZCentral::BlueZCentral(const std::weak_ptr<CentralDelegate>& delegate,
       retry_{client_.thread(), [this] { manageDiscovery(); }},
       waitForRestart_{client_.thread(), [this] {
                         radio_.giveUpWaiting();
-                        update();
+                        settled();
                       }} {
   client_.start();
 }
@@ -63,19 +63,16 @@ void BlueZCentral::stopScan() {
 void BlueZCentral::serviceChanged(BlueZClient::Service service) {
   radio_.serviceChanged(service);
   if (service != BlueZClient::Service::listed) discovery_.adapter.clear();
-  update();
 }
 
 void BlueZCentral::interfaceAdded(const std::string& path, const std::string& interface,
                                   const BusProperties& properties) {
   radio_.interfaceAdded(path, interface, properties);
-  update();
 }
 
 void BlueZCentral::interfaceRemoved(const std::string& path, const std::string& interface) {
   radio_.interfaceRemoved(path, interface);
   if (interface == kAdapter && path == discovery_.adapter) discovery_.adapter.clear();
-  update();
 }
 
 void BlueZCentral::propertiesChanged(const std::string& path, const std::string& interface,
@@ -87,10 +84,9 @@ void BlueZCentral::propertiesChanged(const std::string& path, const std::string&
       !radio_.discovering(path)) {
     discovery_.adapter.clear();
   }
-  update();
 }
 
-void BlueZCentral::update() {
+void BlueZCentral::settled() {
   deliver();
   if (!radio_.restarting()) {
     waitForRestart_.disarm();

@@ -45,8 +45,8 @@ class BlueZCentral final : public BluetoothCentral, private BlueZClient::Listene
   void propertiesChanged(const std::string& path, const std::string& interface,
                          const BusProperties& changed,
                          const std::vector<std::string>& invalidated) override;
+  void settled() override;
 
-  void update();
   void publishState();
   void manageDiscovery();
   void startDiscovery(const std::string& adapter);

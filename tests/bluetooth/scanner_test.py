@@ -253,12 +253,12 @@ class WithAnAdapter(ScannerTest):
 
 class WithTwoAdapters(ScannerTest):
     def prepare(self):
+        self.bluez.plug('hci0', powered=False)
         self.bluez.plug('hci10')
         self.bluez.plug('hci2')
-        self.bluez.plug('hci0', powered=False)
 
     def test_the_first_powered_one_is_used(self):
-        self.probe.expect(ON)
+        self.assertEqual(self.probe.expect('state'), ON)
         self.bluez.wait_for_call('StartDiscovery', name='hci2')
         self.assertEqual(self.bluez.calls('hci10') + self.bluez.calls('hci0'), [])
 
