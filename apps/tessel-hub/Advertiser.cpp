@@ -1,5 +1,6 @@
 #include "Advertiser.h"
 
+#include <algorithm>
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <utility>
@@ -97,8 +98,13 @@ void Advertiser::interfaceAdded(const std::string& path, const std::string& inte
 }
 
 void Advertiser::interfaceRemoved(const std::string& path, const std::string& interface) {
-  if (interface != kAdapter) return;
-  adapters_.erase(path);
+  if (interface != kAdapter && interface != kManager) return;
+  if (interface == kAdapter) {
+    adapters_.erase(path);
+  } else if (const auto entry = adapters_.find(path); entry != adapters_.end()) {
+    entry->second.canAdvertise = false;
+  }
+  // The advertisement has gone with either.
   if (path == adapter_) adapter_.clear();
 }
 
@@ -121,14 +127,17 @@ std::string Advertiser::chooseAdapter() const {
   return {};
 }
 
+std::string Advertiser::whyNoneWorks() const {
+  if (adapters_.empty()) return "there is no Bluetooth adapter";
+  const bool powered =
+      std::ranges::any_of(adapters_, [](const auto& entry) { return entry.second.powered; });
+  return powered ? "the Bluetooth adapter cannot advertise" : "Bluetooth is powered off";
+}
+
 void Advertiser::settled() {
   if (!listed_) return;
   const std::string chosen = chooseAdapter();
-  if (chosen.empty()) {
-    say((adapters_.empty() ? "Not advertised over Bluetooth: there is no Bluetooth adapter."
-                           : "Not advertised over Bluetooth: Bluetooth is powered off.") +
-        std::string{kByAddress});
-  }
+  if (chosen.empty()) say("Not advertised over Bluetooth: " + whyNoneWorks() + "." + kByAddress);
   if (chosen == adapter_) return;
   if (!adapter_.empty()) unregister();
   if (!chosen.empty() && !retry_.armed()) registerAt(chosen);

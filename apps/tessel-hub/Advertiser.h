@@ -45,6 +45,7 @@ class Advertiser : private platform::BlueZClient::Listener {
   void settled() override;
 
   std::string chooseAdapter() const;
+  std::string whyNoneWorks() const;
   void registerAt(const std::string& adapter);
   void unregister();
   void registered(unsigned attempt, const char* errorName);

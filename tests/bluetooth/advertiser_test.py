@@ -84,6 +84,27 @@ class OnAnAdapter(AdvertiserTest):
         self.assertIn('no Bluetooth adapter', self.probe.expect(NOT))
 
 
+class OnAnAdapterThatCannotAdvertise(AdvertiserTest):
+    def prepare(self):
+        self.bluez.plug()
+        self.bluez.let_advertise(False)
+
+    def test_it_says_so_until_the_adapter_can(self):
+        self.assertIn('cannot advertise', self.probe.expect(NOT))
+        self.bluez.power(False)
+        self.assertIn('powered off', self.probe.expect(NOT))
+        self.bluez.power(True)
+        self.assertIn('cannot advertise', self.probe.expect(NOT))
+        self.bluez.let_advertise(True)
+        self.probe.expect(ADVERTISED)
+        self.bluez.let_advertise(False)
+        self.assertIn('cannot advertise', self.probe.expect(NOT))
+        self.bluez.let_advertise(True)
+        self.probe.expect(ADVERTISED)
+        self.assertEqual([method for method, _ in self.bluez.calls()],
+                         ['RegisterAdvertisement'] * 2)
+
+
 class OnAnAdapterThatIsFull(AdvertiserTest):
     def prepare(self):
         self.bluez.plug()
@@ -101,6 +122,11 @@ class WithoutAnAdapter(AdvertiserTest):
     def test_it_says_so_in_one_line(self):
         self.assertIn('no Bluetooth adapter', self.probe.expect(NOT))
         self.assertEqual(len(self.probe.lines), 1)
+
+    def test_one_that_is_plugged_in_is_used(self):
+        self.assertIn('no Bluetooth adapter', self.probe.expect(NOT))
+        self.bluez.plug()
+        self.assertTrue(self.probe.expect('').startswith(ADVERTISED))
 
 
 class OnAChosenAdapter(AdvertiserTest):
