@@ -46,20 +46,28 @@ std::vector<std::uint8_t> payloadFor(const std::string& address) {
   return payload;
 }
 
+// That of the first address that has one.
+std::vector<std::uint8_t> payloadFor(const std::vector<std::string>& addresses) {
+  for (const std::string& address : addresses) {
+    if (auto payload = payloadFor(address); !payload.empty()) return payload;
+  }
+  return {};
+}
+
 }  // namespace
 
-Advertiser::Advertiser(const std::string& address, Notice onNotice)
+Advertiser::Advertiser(const std::vector<std::string>& addresses, Notice onNotice)
     : onNotice_{std::move(onNotice)},
-      payload_{payloadFor(address)},
+      payload_{payloadFor(addresses)},
       client_{*this, "tessel.advert"},
       retry_{client_.thread(), [this] { settled(); }} {
   if (!payload_.empty()) {
     client_.start();
-  } else if (address.empty()) {
+  } else if (addresses.empty()) {
     say("Not advertised over Bluetooth: this machine has no network address.");
   } else {
-    say("Not advertised over Bluetooth: a beacon cannot carry the address " + address + "." +
-        kByAddress);
+    say("Not advertised over Bluetooth: a beacon cannot carry the address " + addresses.front() +
+        "." + kByAddress);
   }
 }
 

@@ -22,8 +22,9 @@ class Advertiser : private platform::BlueZClient::Listener {
   /// changes.
   using Notice = std::function<void(const std::string& sentence)>;
 
-  /// `address`: where senders reach the hub; empty when it is in no network.
-  Advertiser(const std::string& address, Notice onNotice);
+  /// `addresses`: where senders reach the hub; none when it is in no network. The first one that a
+  /// beacon can carry is advertised.
+  Advertiser(const std::vector<std::string>& addresses, Notice onNotice);
   /// Ends the advertisement.
   ~Advertiser() override;
   Advertiser(const Advertiser&) = delete;
