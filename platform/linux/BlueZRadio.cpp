@@ -106,14 +106,14 @@ std::optional<BlueZRadio::Advertisement> BlueZRadio::takeAdvertisement() {
 void BlueZRadio::choose() {
   const Adapter* current = chosen();
   // While the adapters are being listed, a later one may be the first.
-  if (current != nullptr && current->powered && service_ == Service::listed) return;
-  const auto powered =
-      std::ranges::find_if(adapters_, [](const auto& entry) { return entry.second.powered; });
-  if (powered != adapters_.end()) {
-    chosen_ = powered->first;
-  } else {
-    chosen_ = adapters_.empty() ? std::string{} : adapters_.begin()->first;
+  if (current != nullptr && current->lowEnergy && current->powered && service_ == Service::listed) {
+    return;
   }
+  const auto best =  // the first of equals
+      std::ranges::max_element(adapters_, {}, [](const auto& entry) {
+        return std::pair{entry.second.lowEnergy, entry.second.powered};
+      });
+  chosen_ = best != adapters_.end() ? best->first : std::string{};
 }
 
 const BlueZRadio::Adapter* BlueZRadio::chosen() const {

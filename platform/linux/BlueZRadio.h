@@ -13,15 +13,16 @@ namespace tessel::platform {
 
 /// What BlueZ tells, seen as one radio. No D-Bus in here; one thread at a time.
 ///
-/// The radio is the first powered adapter (hci0 before hci1), and stays that one for as long as it
-/// is powered; with none powered, the first adapter. The states:
+/// The radio is the first powered adapter with low energy (hci0 before hci1), and stays that one
+/// for as long as it is powered; with none powered, the first one with low energy. One without
+/// counts only when there is no other. The states:
 ///
 /// | State        | When                                                                        |
 /// |--------------|-----------------------------------------------------------------------------|
 /// | unknown      | BlueZ has not answered yet                                                  |
 /// | resetting    | bluetoothd was there and has gone, or has just come (back): the next        |
 /// |              | seconds will tell; see `restarting`                                         |
-/// | unsupported  | no system bus, no bluetoothd, no adapter, or one without low energy         |
+/// | unsupported  | no system bus, no bluetoothd, or no adapter with low energy                 |
 /// | unauthorized | the bus or BlueZ refuses to speak to this process                           |
 /// | powered off  | the adapter is off, blocked by a switch (rfkill) included                   |
 /// | powered on   | the adapter is on                                                           |

@@ -281,6 +281,29 @@ class WithAnAdapterWithoutLowEnergy(ScannerTest):
         self.assertEqual(self.bluez.calls(), [])
 
 
+    def test_one_with_low_energy_takes_over(self):
+        self.probe.expect(UNSUPPORTED)
+        self.bluez.plug('hci1', powered=False)
+        self.probe.expect(OFF)
+        self.bluez.power(True, 'hci1')
+        self.probe.expect(ON)
+        self.bluez.wait_for_call('StartDiscovery', name='hci1')
+        self.bluez.power(False, 'hci1')
+        self.probe.expect(OFF)
+        self.assertEqual(self.bluez.calls(), [])
+
+
+class WithASecondAdapterThatHasLowEnergy(ScannerTest):
+    def prepare(self):
+        self.bluez.plug(Roles=dbus.Array([], signature='s'))
+        self.bluez.plug('hci1')
+
+    def test_the_second_is_used(self):
+        self.assertEqual(self.probe.expect('state'), ON)
+        self.bluez.wait_for_call('StartDiscovery', name='hci1')
+        self.assertEqual(self.bluez.calls(), [])
+
+
 class WithARememberedDevice(ScannerTest):
     def prepare(self):
         self.bluez.plug()
