@@ -142,9 +142,9 @@ void BlueZCentral::discoveryAnswered(unsigned number, const char* errorName) {
     retryAfter_ = kFirstRetry;
     return;
   }
-  discovery_.adapter.clear();
+  const std::string adapter = std::exchange(discovery_.adapter, {});
   if (isRefusal(errorName)) {
-    radio_.refused();
+    radio_.refused(adapter);
     publishState();
     return;
   }

@@ -34,7 +34,6 @@ void BlueZRadio::serviceChanged(Service service) {
     const bool leaves = before == Service::listed;
     const bool comes = before == Service::absent && service == Service::starting;
     restarting_ = restarting_ || leaves || comes;
-    refused_ = false;
     adapters_.clear();
     devices_.clear();
   }
@@ -70,9 +69,17 @@ void BlueZRadio::propertiesChanged(const std::string& path, const std::string& i
   }
 }
 
+void BlueZRadio::refused(const std::string& adapter) {
+  const auto entry = adapters_.find(adapter);
+  if (entry != adapters_.end()) entry->second.refused = true;
+}
+
 void BlueZRadio::adapterChanged(const std::string& path, const BusProperties& changed) {
   Adapter& adapter = adapters_[path];
-  if (const auto* powered = findProperty<bool>(changed, "Powered")) adapter.powered = *powered;
+  if (const auto* powered = findProperty<bool>(changed, "Powered")) {
+    if (*powered != adapter.powered) adapter.refused = false;
+    adapter.powered = *powered;
+  }
   if (const auto* discovering = findProperty<bool>(changed, "Discovering")) {
     adapter.discovering = *discovering;
   }
@@ -126,9 +133,10 @@ bool BlueZRadio::inUse(const std::string& device) const {
 }
 
 CentralState BlueZRadio::state() const {
-  if (service_ == Service::refused || refused_) return CentralState::kUnauthorized;
+  if (service_ == Service::refused) return CentralState::kUnauthorized;
   if (const Adapter* adapter = chosen()) {
     if (!adapter->lowEnergy) return CentralState::kUnsupported;
+    if (adapter->refused) return CentralState::kUnauthorized;
     return adapter->powered ? CentralState::kPoweredOn : CentralState::kPoweredOff;
   }
   if (restarting_) return CentralState::kResetting;

@@ -244,11 +244,34 @@ class WithAnAdapter(ScannerTest):
         self.listed()
         self.probe.expect('beacon')
 
-    def test_a_refusal_of_bluez_is_no_authorization(self):
+    def refuse(self):
         self.bluez.power(False)
         self.bluez.fail('StartDiscovery', 'org.bluez.Error.NotAuthorized')
         self.bluez.power(True)
         self.probe.expect(UNAUTHORIZED)
+
+    def test_a_refusal_of_bluez_is_no_authorization_until_the_power_changes(self):
+        self.refuse()
+        self.bluez.power(False)
+        self.probe.expect(OFF)
+        self.bluez.power(True)
+        self.probe.expect(ON)
+        self.listed()
+        self.probe.expect('beacon')
+
+    def test_a_refusal_goes_with_its_adapter(self):
+        self.refuse()
+        self.bluez.unplug()
+        self.probe.expect(UNSUPPORTED)
+        self.bluez.plug()
+        self.probe.expect(ON)
+
+    def test_a_refusal_holds_for_no_other_adapter(self):
+        self.refuse()
+        self.bluez.plug('hci1')
+        self.bluez.unplug()
+        self.probe.expect(ON)
+        self.bluez.wait_for_call('StartDiscovery', name='hci1')
 
 
 class WithTwoAdapters(ScannerTest):
