@@ -82,7 +82,7 @@ void BlueZCentral::propertiesChanged(const std::string& path, const std::string&
   // An end that is signalled before the start was answered is the end of an earlier discovery.
   if (path == discovery_.adapter && discovery_.confirmed && changed.contains("Discovering") &&
       !radio_.discovering(path)) {
-    discovery_.adapter.clear();
+    discoveryEnded();
   }
 }
 
@@ -103,24 +103,26 @@ void BlueZCentral::publishState() {
   if (published_ == state || (!published_ && state == CentralState::kUnknown)) return;
   published_ = state;
   state_ = state;
-  if (state == CentralState::kPoweredOn) {
-    retry_.disarm();
-    retryAfter_ = kFirstRetry;
-  }
   queue_->async([delegate = delegate_, state] {
     if (const auto strong = delegate.lock()) strong->centralManagerDidUpdateState(state);
   });
 }
 
 void BlueZCentral::manageDiscovery() {
-  const std::string adapter = wanted_ ? radio_.poweredAdapter() : std::string{};
+  const std::string powered = radio_.poweredAdapter();
+  // What held up another adapter, or this one before it was off, is over.
+  if (std::exchange(powered_, powered) != powered) {
+    retry_.disarm();
+    retryAfter_ = kFirstRetry;
+  }
+  const std::string adapter = wanted_ ? powered : std::string{};
   if (adapter == discovery_.adapter) return;
   if (!discovery_.adapter.empty()) stopDiscovery();
   if (!adapter.empty() && !retry_.armed()) startDiscovery(adapter);
 }
 
 void BlueZCentral::startDiscovery(const std::string& adapter) {
-  discovery_ = {adapter, false, discovery_.number + 1};
+  discovery_ = {adapter, false, discovery_.number + 1, std::chrono::steady_clock::now()};
   client_.call(
       adapter, kAdapter, "SetDiscoveryFilter",
       [this](sd_bus_message* message) { fillFilter(message, *wanted_); }, nullptr);
@@ -139,7 +141,6 @@ void BlueZCentral::discoveryAnswered(unsigned number, const char* errorName) {
   if (number != discovery_.number || discovery_.adapter.empty()) return;
   if (errorName == nullptr) {
     discovery_.confirmed = true;
-    retryAfter_ = kFirstRetry;
     return;
   }
   const std::string adapter = std::exchange(discovery_.adapter, {});
@@ -149,6 +150,21 @@ void BlueZCentral::discoveryAnswered(unsigned number, const char* errorName) {
     return;
   }
   // Busy, or not quite up yet: BlueZ does not signal when that is over.
+  retryLater();
+}
+
+// Of a discovery that outlasted the pause, the next one may begin at once: however fast BlueZ ends
+// them, they stay apart.
+void BlueZCentral::discoveryEnded() {
+  discovery_.adapter.clear();
+  if (std::chrono::steady_clock::now() - discovery_.begun < retryAfter_) {
+    retryLater();
+  } else {
+    retryAfter_ = kFirstRetry;
+  }
+}
+
+void BlueZCentral::retryLater() {
   retry_.arm(retryAfter_);
   retryAfter_ = std::min(retryAfter_ * 2, kLongestRetry);
 }

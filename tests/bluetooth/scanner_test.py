@@ -1,4 +1,5 @@
 """The scanner against a BlueZ that the test plays."""
+import time
 import unittest
 
 import dbus
@@ -237,6 +238,40 @@ class WithAnAdapter(ScannerTest):
         self.bluez.wait_for_call('StartDiscovery', 3)
         self.listed()
         self.probe.expect('beacon')
+
+    def test_discoveries_that_end_at_once_are_kept_apart(self):
+        before = time.monotonic()
+        self.probe.expect(ON)
+        for count in 1, 2:
+            self.bluez.wait_for_call('StartDiscovery', count)
+            self.bluez.change(Discovering=dbus.Boolean(False))
+        self.bluez.wait_for_call('StartDiscovery', 3)
+        self.assertGreaterEqual(time.monotonic() - before, 2)
+        self.assertEqual(self.states(), [ON])
+
+    def held_up(self):
+        """The next try would be made in 8 s."""
+        self.scanning()
+        self.bluez.fail('StartDiscovery', *['org.bluez.Error.InProgress'] * 4)
+        self.bluez.power(False)
+        self.probe.expect(OFF)
+        self.bluez.power(True)
+        self.bluez.wait_for_call('StartDiscovery', 5)
+        return time.monotonic()
+
+    def test_a_power_off_and_on_ends_the_pause(self):
+        before = self.held_up()
+        self.bluez.power(False)
+        self.bluez.power(True)
+        self.bluez.wait_for_call('StartDiscovery', 6)
+        self.assertLess(time.monotonic() - before, 5)
+
+    def test_what_holds_up_one_adapter_holds_up_no_other(self):
+        before = self.held_up()
+        self.bluez.plug('hci1')
+        self.bluez.unplug()
+        self.bluez.wait_for_call('StartDiscovery', name='hci1')
+        self.assertLess(time.monotonic() - before, 5)
 
     def test_a_filter_that_bluez_does_not_take_is_done_without(self):
         self.bluez.fail('SetDiscoveryFilter', 'org.bluez.Error.NotSupported')
