@@ -12,6 +12,9 @@ constexpr const char* kAdapter = "org.bluez.Adapter1";
 constexpr const char* kDevice = "org.bluez.Device1";
 // The company whose manufacturer data beacons are.
 constexpr std::uint16_t kBeaconCompany = 0x004C;
+// What a controller can tell of a strength, in dBm.
+constexpr int kWeakest = -127;
+constexpr int kStrongest = 20;
 constexpr int kStrengthUnknown = 127;
 
 // The company identifier, little-endian, and its data: the form in which an advertisement carries
@@ -22,6 +25,14 @@ std::optional<Bytes> onTheAir(const ManufacturerData& data) {
   Bytes bytes{kBeaconCompany & 0xFF, kBeaconCompany >> 8};
   bytes.insert(bytes.end(), entry->second.begin(), entry->second.end());
   return bytes;
+}
+
+// None when it is not told, or no controller can have told it.
+std::optional<int> strengthIn(const BusProperties& properties) {
+  const auto* rssi = findProperty<std::int64_t>(properties, "RSSI");
+  if (rssi == nullptr) return std::nullopt;
+  const bool possible = (*rssi >= kWeakest && *rssi <= kStrongest) || *rssi == kStrengthUnknown;
+  return possible ? std::optional{static_cast<int>(*rssi)} : std::nullopt;
 }
 
 }  // namespace
@@ -95,12 +106,12 @@ void BlueZRadio::deviceChanged(const std::string& path, const BusProperties& cha
                                const std::vector<std::string>& invalidated, bool added) {
   Device& device = devices_[path];
   const auto* data = findProperty<ManufacturerData>(changed, "ManufacturerData");
-  const auto* rssi = findProperty<std::int64_t>(changed, "RSSI");
+  const std::optional<int> rssi = strengthIn(changed);
   if (data != nullptr) device.manufacturerData = onTheAir(*data);
-  if (rssi != nullptr) device.rssi = static_cast<int>(*rssi);
+  if (rssi) device.rssi = rssi;
   if (std::ranges::find(invalidated, "RSSI") != invalidated.end()) device.rssi.reset();
   // A device that is only remembered has no strength.
-  const bool heard = rssi != nullptr || (data != nullptr && !added);
+  const bool heard = rssi || (data != nullptr && !added);
   // What BlueZ lists at the start was heard some time ago.
   if (!heard || service_ != Service::listed || !device.manufacturerData || !inUse(path)) return;
   heard_ = {*device.manufacturerData, device.rssi.value_or(kStrengthUnknown)};

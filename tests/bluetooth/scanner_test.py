@@ -231,6 +231,18 @@ class WithAnAdapter(ScannerTest):
         self.assertEqual(self.probe.expect('beacon'), 'beacon 49320 356 -59 -62')
         self.assertEqual(self.states(), [ON])
 
+    def test_numbers_that_no_strength_can_be_are_ignored(self):
+        self.scanning()
+        self.listed()
+        self.probe.expect('beacon')
+        for value in [dbus.Int16(-128), dbus.Int16(21), dbus.Int16(126), dbus.Int16(128),
+                      dbus.Byte(200), dbus.UInt16(60000), dbus.Int32(2 ** 31 - 1),
+                      dbus.Int32(-2 ** 31), dbus.UInt32(2 ** 32 - 60)]:
+            self.bluez.hear(HERE, {'RSSI': value})
+        for value in [dbus.Int16(-127), dbus.Int16(20), dbus.Int16(127)]:
+            self.bluez.hear(HERE, {'RSSI': value})
+            self.assertEqual(self.probe.expect('beacon'), 'beacon 49320 356 -59 %d' % value)
+
     def test_a_busy_bluez_is_asked_again(self):
         self.bluez.fail('StartDiscovery', 'org.bluez.Error.InProgress', 'org.bluez.Error.Failed')
         self.bluez.power(False)
