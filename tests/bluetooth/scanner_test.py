@@ -342,6 +342,18 @@ class WithAnAdapterThatIsOff(ScannerTest):
         self.assertEqual(self.bluez.calls(), [])
 
 
+class WithABlockedAdapter(ScannerTest):
+    def prepare(self):
+        self.bluez.plug(powered=False, PowerState='off-blocked')
+
+    def test_it_is_powered_off_until_it_is_let_go(self):
+        self.assertEqual(self.probe.expect('state'), OFF)
+        self.bluez.change(PowerState='off')
+        self.bluez.change(PowerState='off-enabling')
+        self.bluez.change(PowerState='on', Powered=dbus.Boolean(True))
+        self.assertEqual(self.probe.expect('state'), ON)
+
+
 class WithAnAdapterWithoutLowEnergy(ScannerTest):
     def prepare(self):
         self.bluez.plug(Roles=dbus.Array([], signature='s'))
