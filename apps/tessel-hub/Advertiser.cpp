@@ -1,5 +1,6 @@
 #include "Advertiser.h"
 
+#include <algorithm>
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <utility>
@@ -45,20 +46,28 @@ std::vector<std::uint8_t> payloadFor(const std::string& address) {
   return payload;
 }
 
+// That of the first address that has one.
+std::vector<std::uint8_t> payloadFor(const std::vector<std::string>& addresses) {
+  for (const std::string& address : addresses) {
+    if (auto payload = payloadFor(address); !payload.empty()) return payload;
+  }
+  return {};
+}
+
 }  // namespace
 
-Advertiser::Advertiser(const std::string& address, Notice onNotice)
+Advertiser::Advertiser(const std::vector<std::string>& addresses, Notice onNotice)
     : onNotice_{std::move(onNotice)},
-      payload_{payloadFor(address)},
+      payload_{payloadFor(addresses)},
       client_{*this, "tessel.advert"},
-      retry_{client_.thread(), [this] { update(); }} {
+      retry_{client_.thread(), [this] { settled(); }} {
   if (!payload_.empty()) {
     client_.start();
-  } else if (address.empty()) {
+  } else if (addresses.empty()) {
     say("Not advertised over Bluetooth: this machine has no network address.");
   } else {
-    say("Not advertised over Bluetooth: a beacon cannot carry the address " + address + "." +
-        kByAddress);
+    say("Not advertised over Bluetooth: a beacon cannot carry the address " + addresses.front() +
+        "." + kByAddress);
   }
 }
 
@@ -84,7 +93,6 @@ void Advertiser::serviceChanged(BlueZClient::Service service) {
   } else if (service == BlueZClient::Service::refused) {
     say(std::string{"Not advertised over Bluetooth: this user may not use it."} + kByAddress);
   }
-  update();
 }
 
 void Advertiser::interfaceAdded(const std::string& path, const std::string& interface,
@@ -95,14 +103,17 @@ void Advertiser::interfaceAdded(const std::string& path, const std::string& inte
     const auto* powered = platform::findProperty<bool>(properties, "Powered");
     adapters_[path].powered = powered != nullptr && *powered;
   }
-  update();
 }
 
 void Advertiser::interfaceRemoved(const std::string& path, const std::string& interface) {
-  if (interface != kAdapter) return;
-  adapters_.erase(path);
+  if (interface != kAdapter && interface != kManager) return;
+  if (interface == kAdapter) {
+    adapters_.erase(path);
+  } else if (const auto entry = adapters_.find(path); entry != adapters_.end()) {
+    entry->second.canAdvertise = false;
+  }
+  // The advertisement has gone with either.
   if (path == adapter_) adapter_.clear();
-  update();
 }
 
 void Advertiser::propertiesChanged(const std::string& path, const std::string& interface,
@@ -111,7 +122,6 @@ void Advertiser::propertiesChanged(const std::string& path, const std::string& i
   const auto entry = adapters_.find(path);
   if (interface != kAdapter || powered == nullptr || entry == adapters_.end()) return;
   entry->second.powered = *powered;
-  update();
 }
 
 // The adapter in use as long as that works; else the first that does.
@@ -125,14 +135,17 @@ std::string Advertiser::chooseAdapter() const {
   return {};
 }
 
-void Advertiser::update() {
+std::string Advertiser::whyNoneWorks() const {
+  if (adapters_.empty()) return "there is no Bluetooth adapter";
+  const bool powered =
+      std::ranges::any_of(adapters_, [](const auto& entry) { return entry.second.powered; });
+  return powered ? "the Bluetooth adapter cannot advertise" : "Bluetooth is powered off";
+}
+
+void Advertiser::settled() {
   if (!listed_) return;
   const std::string chosen = chooseAdapter();
-  if (chosen.empty()) {
-    say((adapters_.empty() ? "Not advertised over Bluetooth: there is no Bluetooth adapter."
-                           : "Not advertised over Bluetooth: Bluetooth is powered off.") +
-        std::string{kByAddress});
-  }
+  if (chosen.empty()) say("Not advertised over Bluetooth: " + whyNoneWorks() + "." + kByAddress);
   if (chosen == adapter_) return;
   if (!adapter_.empty()) unregister();
   if (!chosen.empty() && !retry_.armed()) registerAt(chosen);

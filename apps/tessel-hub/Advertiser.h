@@ -22,8 +22,9 @@ class Advertiser : private platform::BlueZClient::Listener {
   /// changes.
   using Notice = std::function<void(const std::string& sentence)>;
 
-  /// `address`: where senders reach the hub; empty when it is in no network.
-  Advertiser(const std::string& address, Notice onNotice);
+  /// `addresses`: where senders reach the hub; none when it is in no network. The first one that a
+  /// beacon can carry is advertised.
+  Advertiser(const std::vector<std::string>& addresses, Notice onNotice);
   /// Ends the advertisement.
   ~Advertiser() override;
   Advertiser(const Advertiser&) = delete;
@@ -42,9 +43,10 @@ class Advertiser : private platform::BlueZClient::Listener {
   void propertiesChanged(const std::string& path, const std::string& interface,
                          const platform::BusProperties& changed,
                          const std::vector<std::string>& invalidated) override;
+  void settled() override;
 
-  void update();
   std::string chooseAdapter() const;
+  std::string whyNoneWorks() const;
   void registerAt(const std::string& adapter);
   void unregister();
   void registered(unsigned attempt, const char* errorName);

@@ -9,7 +9,6 @@
 #include <string>
 #include <utility>
 #include <variant>
-#include <vector>
 
 #include "Addresses.h"
 #include "Advertiser.h"
@@ -75,8 +74,7 @@ int run(const HubOptions& options, std::optional<Script> script) {
   hub.start(std::move(script));
   std::optional<Advertiser> advertiser;
   if (options.advertise) {
-    const std::vector<std::string> addresses = addressesForSenders(options.bind);
-    advertiser.emplace(addresses.empty() ? std::string{} : addresses.front(),
+    advertiser.emplace(addressesForSenders(options.bind),
                        [&reporter](const std::string& sentence) { reporter->notice(sentence); });
   }
   screen.run();

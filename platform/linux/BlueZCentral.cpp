@@ -39,7 +39,7 @@ BlueZCentral::BlueZCentral(const std::weak_ptr<CentralDelegate>& delegate,
       retry_{client_.thread(), [this] { manageDiscovery(); }},
       waitForRestart_{client_.thread(), [this] {
                         radio_.giveUpWaiting();
-                        update();
+                        settled();
                       }} {
   client_.start();
 }
@@ -63,19 +63,16 @@ void BlueZCentral::stopScan() {
 void BlueZCentral::serviceChanged(BlueZClient::Service service) {
   radio_.serviceChanged(service);
   if (service != BlueZClient::Service::listed) discovery_.adapter.clear();
-  update();
 }
 
 void BlueZCentral::interfaceAdded(const std::string& path, const std::string& interface,
                                   const BusProperties& properties) {
   radio_.interfaceAdded(path, interface, properties);
-  update();
 }
 
 void BlueZCentral::interfaceRemoved(const std::string& path, const std::string& interface) {
   radio_.interfaceRemoved(path, interface);
   if (interface == kAdapter && path == discovery_.adapter) discovery_.adapter.clear();
-  update();
 }
 
 void BlueZCentral::propertiesChanged(const std::string& path, const std::string& interface,
@@ -85,12 +82,11 @@ void BlueZCentral::propertiesChanged(const std::string& path, const std::string&
   // An end that is signalled before the start was answered is the end of an earlier discovery.
   if (path == discovery_.adapter && discovery_.confirmed && changed.contains("Discovering") &&
       !radio_.discovering(path)) {
-    discovery_.adapter.clear();
+    discoveryEnded();
   }
-  update();
 }
 
-void BlueZCentral::update() {
+void BlueZCentral::settled() {
   deliver();
   if (!radio_.restarting()) {
     waitForRestart_.disarm();
@@ -107,24 +103,26 @@ void BlueZCentral::publishState() {
   if (published_ == state || (!published_ && state == CentralState::kUnknown)) return;
   published_ = state;
   state_ = state;
-  if (state == CentralState::kPoweredOn) {
-    retry_.disarm();
-    retryAfter_ = kFirstRetry;
-  }
   queue_->async([delegate = delegate_, state] {
     if (const auto strong = delegate.lock()) strong->centralManagerDidUpdateState(state);
   });
 }
 
 void BlueZCentral::manageDiscovery() {
-  const std::string adapter = wanted_ ? radio_.poweredAdapter() : std::string{};
+  const std::string powered = radio_.poweredAdapter();
+  // What held up another adapter, or this one before it was off, is over.
+  if (std::exchange(powered_, powered) != powered) {
+    retry_.disarm();
+    retryAfter_ = kFirstRetry;
+  }
+  const std::string adapter = wanted_ ? powered : std::string{};
   if (adapter == discovery_.adapter) return;
   if (!discovery_.adapter.empty()) stopDiscovery();
   if (!adapter.empty() && !retry_.armed()) startDiscovery(adapter);
 }
 
 void BlueZCentral::startDiscovery(const std::string& adapter) {
-  discovery_ = {adapter, false, discovery_.number + 1};
+  discovery_ = {adapter, false, discovery_.number + 1, std::chrono::steady_clock::now()};
   client_.call(
       adapter, kAdapter, "SetDiscoveryFilter",
       [this](sd_bus_message* message) { fillFilter(message, *wanted_); }, nullptr);
@@ -143,16 +141,30 @@ void BlueZCentral::discoveryAnswered(unsigned number, const char* errorName) {
   if (number != discovery_.number || discovery_.adapter.empty()) return;
   if (errorName == nullptr) {
     discovery_.confirmed = true;
-    retryAfter_ = kFirstRetry;
     return;
   }
-  discovery_.adapter.clear();
+  const std::string adapter = std::exchange(discovery_.adapter, {});
   if (isRefusal(errorName)) {
-    radio_.refused();
+    radio_.refused(adapter);
     publishState();
     return;
   }
   // Busy, or not quite up yet: BlueZ does not signal when that is over.
+  retryLater();
+}
+
+// Of a discovery that outlasted the pause, the next one may begin at once: however fast BlueZ ends
+// them, they stay apart.
+void BlueZCentral::discoveryEnded() {
+  discovery_.adapter.clear();
+  if (std::chrono::steady_clock::now() - discovery_.begun < retryAfter_) {
+    retryLater();
+  } else {
+    retryAfter_ = kFirstRetry;
+  }
+}
+
+void BlueZCentral::retryLater() {
   retry_.arm(retryAfter_);
   retryAfter_ = std::min(retryAfter_ * 2, kLongestRetry);
 }

@@ -19,7 +19,7 @@ namespace tessel::platform {
 ///
 /// BlueZ ends a discovery for good when its adapter is switched off, reset or unplugged, and when
 /// bluetoothd ends. A scan wanted here is begun again whenever there is a powered adapter that
-/// does not discover for us.
+/// does not discover for us: after a pause when that failed, or did not last.
 class BlueZCentral final : public BluetoothCentral, private BlueZClient::Listener {
  public:
   BlueZCentral(const std::weak_ptr<CentralDelegate>& delegate, std::shared_ptr<SerialQueue> queue);
@@ -36,6 +36,7 @@ class BlueZCentral final : public BluetoothCentral, private BlueZClient::Listene
     std::string adapter;     // empty: none
     bool confirmed = false;  // BlueZ has answered that it runs
     unsigned number = 0;     // tells late answers about an earlier one apart
+    std::chrono::steady_clock::time_point begun;
   };
 
   void serviceChanged(BlueZClient::Service service) override;
@@ -45,13 +46,15 @@ class BlueZCentral final : public BluetoothCentral, private BlueZClient::Listene
   void propertiesChanged(const std::string& path, const std::string& interface,
                          const BusProperties& changed,
                          const std::vector<std::string>& invalidated) override;
+  void settled() override;
 
-  void update();
   void publishState();
   void manageDiscovery();
   void startDiscovery(const std::string& adapter);
   void stopDiscovery();
   void discoveryAnswered(unsigned number, const char* errorName);
+  void discoveryEnded();
+  void retryLater();
   void deliver();
 
   const std::weak_ptr<CentralDelegate> delegate_;
@@ -63,6 +66,7 @@ class BlueZCentral final : public BluetoothCentral, private BlueZClient::Listene
   std::optional<CentralState> published_;
   std::optional<bool> wanted_;  // whether with duplicates; none: no scan
   Discovery discovery_;
+  std::string powered_;  // the adapter that retryAfter_ and retry_ are about
   std::chrono::seconds retryAfter_;
   BlueZClient client_;
   OneShotTimer retry_;

@@ -62,8 +62,7 @@ void BlueZClient::connect() {
   matches_.clear();
   bus_.reset();
   reconnect_.arm(kReconnectAfter);
-  listener_.serviceChanged(opened == -EACCES || opened == -EPERM ? Service::refused
-                                                                 : Service::noBus);
+  tell(opened == -EACCES || opened == -EPERM ? Service::refused : Service::noBus);
 }
 
 void BlueZClient::disconnected() {
@@ -71,9 +70,8 @@ void BlueZClient::disconnected() {
   listing_.reset();
   listAgain_.disarm();
   bus_.reset();
-  owner_.clear();
   reconnect_.arm(kReconnectAfter);
-  listener_.serviceChanged(Service::noBus);
+  tell(Service::noBus);
 }
 
 bool BlueZClient::match(const char* rule, sd_bus_message_handler_t handler) {
@@ -109,6 +107,7 @@ bool BlueZClient::watch() {
 void BlueZClient::tell(Service service) {
   if (service != Service::listed) owner_.clear();
   listener_.serviceChanged(service);
+  listener_.settled();
 }
 
 void BlueZClient::listObjects() {
@@ -203,6 +202,7 @@ int BlueZClient::onInterfacesAdded(sd_bus_message* message, void* self, sd_bus_e
                  [&client](const auto& object, const auto& interface, const auto& p) {
                    client.listener_.interfaceAdded(object, interface, p);
                  });
+  client.listener_.settled();
   return 0;
 }
 
@@ -217,6 +217,7 @@ int BlueZClient::onInterfacesRemoved(sd_bus_message* message, void* self, sd_bus
   while (sd_bus_message_read_basic(message, 's', &interface) > 0) {
     client.listener_.interfaceRemoved(path, interface);
   }
+  client.listener_.settled();
   return 0;
 }
 
@@ -236,6 +237,7 @@ int BlueZClient::onPropertiesChanged(sd_bus_message* message, void* self, sd_bus
     while (sd_bus_message_read_basic(message, 's', &name) > 0) invalidated.emplace_back(name);
   }
   client.listener_.propertiesChanged(path, interface, changed, invalidated);
+  client.listener_.settled();
   return 0;
 }
 

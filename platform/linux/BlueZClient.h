@@ -37,6 +37,9 @@ class BlueZClient {
     virtual void propertiesChanged(const std::string& path, const std::string& interface,
                                    const BusProperties& changed,
                                    const std::vector<std::string>& invalidated) = 0;
+    /// What belongs together has been told by the calls before: the time to act on it. One message
+    /// may tell of many interfaces, the first listing of all there are.
+    virtual void settled() = 0;
   };
 
   /// Adds arguments to a call.

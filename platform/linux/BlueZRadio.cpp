@@ -12,6 +12,9 @@ constexpr const char* kAdapter = "org.bluez.Adapter1";
 constexpr const char* kDevice = "org.bluez.Device1";
 // The company whose manufacturer data beacons are.
 constexpr std::uint16_t kBeaconCompany = 0x004C;
+// What a controller can tell of a strength, in dBm.
+constexpr int kWeakest = -127;
+constexpr int kStrongest = 20;
 constexpr int kStrengthUnknown = 127;
 
 // The company identifier, little-endian, and its data: the form in which an advertisement carries
@@ -24,6 +27,14 @@ std::optional<Bytes> onTheAir(const ManufacturerData& data) {
   return bytes;
 }
 
+// None when it is not told, or no controller can have told it.
+std::optional<int> strengthIn(const BusProperties& properties) {
+  const auto* rssi = findProperty<std::int64_t>(properties, "RSSI");
+  if (rssi == nullptr) return std::nullopt;
+  const bool possible = (*rssi >= kWeakest && *rssi <= kStrongest) || *rssi == kStrengthUnknown;
+  return possible ? std::optional{static_cast<int>(*rssi)} : std::nullopt;
+}
+
 }  // namespace
 
 BlueZRadio::BlueZRadio(std::string onlyAdapter) : onlyAdapter_{std::move(onlyAdapter)} {}
@@ -34,7 +45,6 @@ void BlueZRadio::serviceChanged(Service service) {
     const bool leaves = before == Service::listed;
     const bool comes = before == Service::absent && service == Service::starting;
     restarting_ = restarting_ || leaves || comes;
-    refused_ = false;
     adapters_.clear();
     devices_.clear();
   }
@@ -70,9 +80,17 @@ void BlueZRadio::propertiesChanged(const std::string& path, const std::string& i
   }
 }
 
+void BlueZRadio::refused(const std::string& adapter) {
+  const auto entry = adapters_.find(adapter);
+  if (entry != adapters_.end()) entry->second.refused = true;
+}
+
 void BlueZRadio::adapterChanged(const std::string& path, const BusProperties& changed) {
   Adapter& adapter = adapters_[path];
-  if (const auto* powered = findProperty<bool>(changed, "Powered")) adapter.powered = *powered;
+  if (const auto* powered = findProperty<bool>(changed, "Powered")) {
+    if (*powered != adapter.powered) adapter.refused = false;
+    adapter.powered = *powered;
+  }
   if (const auto* discovering = findProperty<bool>(changed, "Discovering")) {
     adapter.discovering = *discovering;
   }
@@ -88,12 +106,12 @@ void BlueZRadio::deviceChanged(const std::string& path, const BusProperties& cha
                                const std::vector<std::string>& invalidated, bool added) {
   Device& device = devices_[path];
   const auto* data = findProperty<ManufacturerData>(changed, "ManufacturerData");
-  const auto* rssi = findProperty<std::int64_t>(changed, "RSSI");
+  const std::optional<int> rssi = strengthIn(changed);
   if (data != nullptr) device.manufacturerData = onTheAir(*data);
-  if (rssi != nullptr) device.rssi = static_cast<int>(*rssi);
+  if (rssi) device.rssi = rssi;
   if (std::ranges::find(invalidated, "RSSI") != invalidated.end()) device.rssi.reset();
   // A device that is only remembered has no strength.
-  const bool heard = rssi != nullptr || (data != nullptr && !added);
+  const bool heard = rssi || (data != nullptr && !added);
   // What BlueZ lists at the start was heard some time ago.
   if (!heard || service_ != Service::listed || !device.manufacturerData || !inUse(path)) return;
   heard_ = {*device.manufacturerData, device.rssi.value_or(kStrengthUnknown)};
@@ -106,14 +124,14 @@ std::optional<BlueZRadio::Advertisement> BlueZRadio::takeAdvertisement() {
 void BlueZRadio::choose() {
   const Adapter* current = chosen();
   // While the adapters are being listed, a later one may be the first.
-  if (current != nullptr && current->powered && service_ == Service::listed) return;
-  const auto powered =
-      std::ranges::find_if(adapters_, [](const auto& entry) { return entry.second.powered; });
-  if (powered != adapters_.end()) {
-    chosen_ = powered->first;
-  } else {
-    chosen_ = adapters_.empty() ? std::string{} : adapters_.begin()->first;
+  if (current != nullptr && current->lowEnergy && current->powered && service_ == Service::listed) {
+    return;
   }
+  const auto best =  // the first of equals
+      std::ranges::max_element(adapters_, {}, [](const auto& entry) {
+        return std::pair{entry.second.lowEnergy, entry.second.powered};
+      });
+  chosen_ = best != adapters_.end() ? best->first : std::string{};
 }
 
 const BlueZRadio::Adapter* BlueZRadio::chosen() const {
@@ -126,9 +144,10 @@ bool BlueZRadio::inUse(const std::string& device) const {
 }
 
 CentralState BlueZRadio::state() const {
-  if (service_ == Service::refused || refused_) return CentralState::kUnauthorized;
+  if (service_ == Service::refused) return CentralState::kUnauthorized;
   if (const Adapter* adapter = chosen()) {
     if (!adapter->lowEnergy) return CentralState::kUnsupported;
+    if (adapter->refused) return CentralState::kUnauthorized;
     return adapter->powered ? CentralState::kPoweredOn : CentralState::kPoweredOff;
   }
   if (restarting_) return CentralState::kResetting;

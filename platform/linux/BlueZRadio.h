@@ -13,16 +13,18 @@ namespace tessel::platform {
 
 /// What BlueZ tells, seen as one radio. No D-Bus in here; one thread at a time.
 ///
-/// The radio is the first powered adapter (hci0 before hci1), and stays that one for as long as it
-/// is powered; with none powered, the first adapter. The states:
+/// The radio is the first powered adapter with low energy (hci0 before hci1), and stays that one
+/// for as long as it is powered; with none powered, the first one with low energy. One without
+/// counts only when there is no other. The states:
 ///
 /// | State        | When                                                                        |
 /// |--------------|-----------------------------------------------------------------------------|
 /// | unknown      | BlueZ has not answered yet                                                  |
 /// | resetting    | bluetoothd was there and has gone, or has just come (back): the next        |
 /// |              | seconds will tell; see `restarting`                                         |
-/// | unsupported  | no system bus, no bluetoothd, no adapter, or one without low energy         |
-/// | unauthorized | the bus or BlueZ refuses to speak to this process                           |
+/// | unsupported  | no system bus, no bluetoothd, or no adapter with low energy                 |
+/// | unauthorized | the bus lets this process not speak to BlueZ; or BlueZ has refused it the   |
+/// |              | adapter, which holds until that is switched off or goes                     |
 /// | powered off  | the adapter is off, blocked by a switch (rfkill) included                   |
 /// | powered on   | the adapter is on                                                           |
 class BlueZRadio {
@@ -42,8 +44,8 @@ class BlueZRadio {
   /// `invalidated` are properties whose values are gone.
   void propertiesChanged(const std::string& path, const std::string& interface,
                          const BusProperties& changed, const std::vector<std::string>& invalidated);
-  /// BlueZ refused a request of this process.
-  void refused() { refused_ = true; }
+  /// BlueZ does not let this process use the adapter.
+  void refused(const std::string& adapter);
 
   /// Whether bluetoothd is on its way: until an adapter is there, or `giveUpWaiting`.
   bool restarting() const { return restarting_; }
@@ -67,6 +69,7 @@ class BlueZRadio {
     bool powered = false;
     bool discovering = false;
     bool lowEnergy = true;
+    bool refused = false;
   };
   struct Device {
     std::optional<Bytes> manufacturerData;
@@ -83,7 +86,6 @@ class BlueZRadio {
   const std::string onlyAdapter_;
   BlueZClient::Service service_ = BlueZClient::Service::starting;
   bool restarting_ = false;
-  bool refused_ = false;
   std::map<std::string, Adapter, ByNumber> adapters_;
   std::string chosen_;  // path of the adapter in use
   std::map<std::string, Device> devices_;

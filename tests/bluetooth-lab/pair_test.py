@@ -34,7 +34,7 @@ class PairTest(unittest.TestCase):
         self.hub.interrupt()
         ended = time.monotonic()
         _, gone = event(program, 'gone', address=ADDRESS, name=NAME)
-        self.assertLess(gone - ended, 17.5)
+        self.assertLess(gone - ended, 17)
 
     def test_both_go_on_after_a_restart_of_bluetoothd(self):
         program = self.discover()

@@ -1,14 +1,15 @@
-// advertiser_probe ADDRESS: advertises a hub at that address until standard input ends, and prints
-// what the advertiser tells.
+// advertiser_probe ADDRESS...: advertises a hub at these addresses until standard input ends, and
+// prints what the advertiser tells.
 
 #include <iostream>
 #include <string>
+#include <vector>
 
 #include "apps/tessel-hub/Advertiser.h"
 
 int main(int argc, char** argv) {
   const tessel::hub::Advertiser advertiser{
-      argc > 1 ? argv[1] : "",
+      std::vector<std::string>(argv + 1, argv + argc),
       [](const std::string& sentence) { std::cout << sentence << std::endl; }};
   std::string line;
   while (std::getline(std::cin, line)) {

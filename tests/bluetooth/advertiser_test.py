@@ -9,7 +9,7 @@ ADVERTISED, NOT = 'Advertised over Bluetooth', 'Not advertised over Bluetooth'
 
 
 class AdvertiserTest(unittest.TestCase):
-    address = '10.77.1.5'
+    addresses = ['10.77.1.5']
     environment = {}
 
     def setUp(self):
@@ -20,7 +20,7 @@ class AdvertiserTest(unittest.TestCase):
         self.bus.start()
         self.bluez.start()
         self.prepare()
-        self.probe = Program('bin/advertiser_probe', self.address, env=self.environment)
+        self.probe = Program('bin/advertiser_probe', *self.addresses, env=self.environment)
         self.addCleanup(self.end)
 
     def prepare(self):
@@ -43,15 +43,17 @@ class AdvertiserTest(unittest.TestCase):
                 pass
         return None
 
+    def beacon(self):
+        data = self.advertised()['ManufacturerData']
+        self.assertEqual(list(data), [0x004C])
+        return bytes(data[0x004C]).hex().upper()
+
 
 class OnAnAdapter(AdvertiserTest):
     def test_the_beacon_carries_the_address(self):
         self.probe.expect(ADVERTISED)
-        properties = self.advertised()
-        self.assertEqual(properties['Type'], 'broadcast')
-        data = properties['ManufacturerData']
-        self.assertEqual(list(data), [0x004C])
-        self.assertEqual(bytes(data[0x004C]).hex().upper(), '0215' + HUB + '0A4D' + '0105' + 'C5')
+        self.assertEqual(self.advertised()['Type'], 'broadcast')
+        self.assertEqual(self.beacon(), '0215' + HUB + '0A4D' + '0105' + 'C5')
 
     def test_power_off_and_on(self):
         self.probe.expect(ADVERTISED)
@@ -84,6 +86,27 @@ class OnAnAdapter(AdvertiserTest):
         self.assertIn('no Bluetooth adapter', self.probe.expect(NOT))
 
 
+class OnAnAdapterThatCannotAdvertise(AdvertiserTest):
+    def prepare(self):
+        self.bluez.plug()
+        self.bluez.let_advertise(False)
+
+    def test_it_says_so_until_the_adapter_can(self):
+        self.assertIn('cannot advertise', self.probe.expect(NOT))
+        self.bluez.power(False)
+        self.assertIn('powered off', self.probe.expect(NOT))
+        self.bluez.power(True)
+        self.assertIn('cannot advertise', self.probe.expect(NOT))
+        self.bluez.let_advertise(True)
+        self.probe.expect(ADVERTISED)
+        self.bluez.let_advertise(False)
+        self.assertIn('cannot advertise', self.probe.expect(NOT))
+        self.bluez.let_advertise(True)
+        self.probe.expect(ADVERTISED)
+        self.assertEqual([method for method, _ in self.bluez.calls()],
+                         ['RegisterAdvertisement'] * 2)
+
+
 class OnAnAdapterThatIsFull(AdvertiserTest):
     def prepare(self):
         self.bluez.plug()
@@ -101,6 +124,11 @@ class WithoutAnAdapter(AdvertiserTest):
     def test_it_says_so_in_one_line(self):
         self.assertIn('no Bluetooth adapter', self.probe.expect(NOT))
         self.assertEqual(len(self.probe.lines), 1)
+
+    def test_one_that_is_plugged_in_is_used(self):
+        self.assertIn('no Bluetooth adapter', self.probe.expect(NOT))
+        self.bluez.plug()
+        self.assertTrue(self.probe.expect('').startswith(ADVERTISED))
 
 
 class OnAChosenAdapter(AdvertiserTest):
@@ -124,11 +152,26 @@ class WithAnEmptyChoice(AdvertiserTest):
         self.bluez.wait_for_call('RegisterAdvertisement', name='hci0')
 
 
-class AtAnAddressWithAZero(AdvertiserTest):
-    address = '127.0.0.2'
+class AtAddressesThatNoBeaconCanCarry(AdvertiserTest):
+    addresses = ['127.0.0.2', 'fe80::1']
 
-    def test_a_beacon_cannot_carry_it(self):
+    def test_the_first_one_is_told(self):
         self.assertIn('cannot carry the address 127.0.0.2', self.probe.expect(NOT))
+
+
+class AtSeveralAddresses(AdvertiserTest):
+    addresses = ['10.0.0.5', 'fe80::1', '10.77.1.5', '10.77.1.6']
+
+    def test_the_first_one_that_a_beacon_can_carry_is_advertised(self):
+        self.probe.expect(ADVERTISED)
+        self.assertEqual(self.beacon(), '0215' + HUB + '0A4D' + '0105' + 'C5')
+
+
+class AtNoAddress(AdvertiserTest):
+    addresses = []
+
+    def test_there_is_no_network(self):
+        self.assertIn('no network address', self.probe.expect(NOT))
 
 
 if __name__ == '__main__':

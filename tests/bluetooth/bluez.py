@@ -111,6 +111,9 @@ class BlueZ:
     def unplug(self, name='hci0'):
         self.test.Remove('/org/bluez/' + name)
 
+    def let_advertise(self, may, name='hci0'):
+        self.test.LetAdvertise('/org/bluez/' + name, may)
+
     def change(self, name='hci0', **changed):
         self.test.Change('/org/bluez/' + name, ADAPTER, dbus.Dictionary(changed, signature='sv'),
                          dbus.Array([], signature='s'))

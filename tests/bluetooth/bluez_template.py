@@ -42,9 +42,14 @@ def load(mock, _parameters):
     pass
 
 
-def added(manager, path):
+def added(manager, path, interfaces):
     manager.EmitSignal(OBJECT_MANAGER, 'InterfacesAdded', 'oa{sa{sv}}',
-                       [dbus.ObjectPath(path), mockobject.objects[path].props])
+                       [dbus.ObjectPath(path), interfaces])
+
+
+def removed(manager, path, interfaces):
+    manager.EmitSignal(OBJECT_MANAGER, 'InterfacesRemoved', 'oas',
+                       [dbus.ObjectPath(path), interfaces])
 
 
 @dbus.service.method(TEST, in_signature='ssa{sv}', out_signature='')
@@ -61,15 +66,26 @@ def Add(manager, path, interface, properties):
         thing.AddMethods(ADVERTISING, [('RegisterAdvertisement', 'oa{sv}', '', REGISTER),
                                        ('UnregisterAdvertisement', 'o', '', UNREGISTER)])
         thing.props[ADVERTISING] = {}
-    added(manager, path)
+    added(manager, path, thing.props)
 
 
 @dbus.service.method(TEST, in_signature='s', out_signature='')
 def Remove(manager, path):
     interfaces = list(mockobject.objects[path].props)
     manager.RemoveObject(path)
-    manager.EmitSignal(OBJECT_MANAGER, 'InterfacesRemoved', 'oas',
-                       [dbus.ObjectPath(path), interfaces])
+    removed(manager, path, interfaces)
+
+
+@dbus.service.method(TEST, in_signature='sb', out_signature='')
+def LetAdvertise(manager, path, may):
+    """Whether an adapter has the interface to advertise."""
+    thing = mockobject.objects[path]
+    if may:
+        thing.props[ADVERTISING] = {}
+        added(manager, path, {ADVERTISING: {}})
+    else:
+        del thing.props[ADVERTISING]
+        removed(manager, path, [ADVERTISING])
 
 
 @dbus.service.method(TEST, in_signature='ssa{sv}as', out_signature='')

@@ -1,4 +1,5 @@
 """The scanner against a BlueZ that the test plays."""
+import time
 import unittest
 
 import dbus
@@ -230,6 +231,18 @@ class WithAnAdapter(ScannerTest):
         self.assertEqual(self.probe.expect('beacon'), 'beacon 49320 356 -59 -62')
         self.assertEqual(self.states(), [ON])
 
+    def test_numbers_that_no_strength_can_be_are_ignored(self):
+        self.scanning()
+        self.listed()
+        self.probe.expect('beacon')
+        for value in [dbus.Int16(-128), dbus.Int16(21), dbus.Int16(126), dbus.Int16(128),
+                      dbus.Byte(200), dbus.UInt16(60000), dbus.Int32(2 ** 31 - 1),
+                      dbus.Int32(-2 ** 31), dbus.UInt32(2 ** 32 - 60)]:
+            self.bluez.hear(HERE, {'RSSI': value})
+        for value in [dbus.Int16(-127), dbus.Int16(20), dbus.Int16(127)]:
+            self.bluez.hear(HERE, {'RSSI': value})
+            self.assertEqual(self.probe.expect('beacon'), 'beacon 49320 356 -59 %d' % value)
+
     def test_a_busy_bluez_is_asked_again(self):
         self.bluez.fail('StartDiscovery', 'org.bluez.Error.InProgress', 'org.bluez.Error.Failed')
         self.bluez.power(False)
@@ -238,27 +251,84 @@ class WithAnAdapter(ScannerTest):
         self.listed()
         self.probe.expect('beacon')
 
+    def test_discoveries_that_end_at_once_are_kept_apart(self):
+        before = time.monotonic()
+        self.probe.expect(ON)
+        for count in 1, 2:
+            self.bluez.wait_for_call('StartDiscovery', count)
+            self.bluez.change(Discovering=dbus.Boolean(False))
+        self.bluez.wait_for_call('StartDiscovery', 3)
+        self.assertGreaterEqual(time.monotonic() - before, 2)
+        self.assertEqual(self.states(), [ON])
+
+    def held_up(self):
+        """The next try would be made in 8 s."""
+        self.scanning()
+        self.bluez.fail('StartDiscovery', *['org.bluez.Error.InProgress'] * 4)
+        self.bluez.power(False)
+        self.probe.expect(OFF)
+        self.bluez.power(True)
+        self.bluez.wait_for_call('StartDiscovery', 5)
+        return time.monotonic()
+
+    def test_a_power_off_and_on_ends_the_pause(self):
+        before = self.held_up()
+        self.bluez.power(False)
+        self.bluez.power(True)
+        self.bluez.wait_for_call('StartDiscovery', 6)
+        self.assertLess(time.monotonic() - before, 5)
+
+    def test_what_holds_up_one_adapter_holds_up_no_other(self):
+        before = self.held_up()
+        self.bluez.plug('hci1')
+        self.bluez.unplug()
+        self.bluez.wait_for_call('StartDiscovery', name='hci1')
+        self.assertLess(time.monotonic() - before, 5)
+
     def test_a_filter_that_bluez_does_not_take_is_done_without(self):
         self.bluez.fail('SetDiscoveryFilter', 'org.bluez.Error.NotSupported')
         self.scanning()
         self.listed()
         self.probe.expect('beacon')
 
-    def test_a_refusal_of_bluez_is_no_authorization(self):
+    def refuse(self):
         self.bluez.power(False)
         self.bluez.fail('StartDiscovery', 'org.bluez.Error.NotAuthorized')
         self.bluez.power(True)
         self.probe.expect(UNAUTHORIZED)
 
+    def test_a_refusal_of_bluez_is_no_authorization_until_the_power_changes(self):
+        self.refuse()
+        self.bluez.power(False)
+        self.probe.expect(OFF)
+        self.bluez.power(True)
+        self.probe.expect(ON)
+        self.listed()
+        self.probe.expect('beacon')
+
+    def test_a_refusal_goes_with_its_adapter(self):
+        self.refuse()
+        self.bluez.unplug()
+        self.probe.expect(UNSUPPORTED)
+        self.bluez.plug()
+        self.probe.expect(ON)
+
+    def test_a_refusal_holds_for_no_other_adapter(self):
+        self.refuse()
+        self.bluez.plug('hci1')
+        self.bluez.unplug()
+        self.probe.expect(ON)
+        self.bluez.wait_for_call('StartDiscovery', name='hci1')
+
 
 class WithTwoAdapters(ScannerTest):
     def prepare(self):
+        self.bluez.plug('hci0', powered=False)
         self.bluez.plug('hci10')
         self.bluez.plug('hci2')
-        self.bluez.plug('hci0', powered=False)
 
     def test_the_first_powered_one_is_used(self):
-        self.probe.expect(ON)
+        self.assertEqual(self.probe.expect('state'), ON)
         self.bluez.wait_for_call('StartDiscovery', name='hci2')
         self.assertEqual(self.bluez.calls('hci10') + self.bluez.calls('hci0'), [])
 
@@ -272,12 +342,47 @@ class WithAnAdapterThatIsOff(ScannerTest):
         self.assertEqual(self.bluez.calls(), [])
 
 
+class WithABlockedAdapter(ScannerTest):
+    def prepare(self):
+        self.bluez.plug(powered=False, PowerState='off-blocked')
+
+    def test_it_is_powered_off_until_it_is_let_go(self):
+        self.assertEqual(self.probe.expect('state'), OFF)
+        self.bluez.change(PowerState='off')
+        self.bluez.change(PowerState='off-enabling')
+        self.bluez.change(PowerState='on', Powered=dbus.Boolean(True))
+        self.assertEqual(self.probe.expect('state'), ON)
+
+
 class WithAnAdapterWithoutLowEnergy(ScannerTest):
     def prepare(self):
         self.bluez.plug(Roles=dbus.Array([], signature='s'))
 
     def test_it_is_unsupported(self):
         self.probe.expect(UNSUPPORTED)
+        self.assertEqual(self.bluez.calls(), [])
+
+
+    def test_one_with_low_energy_takes_over(self):
+        self.probe.expect(UNSUPPORTED)
+        self.bluez.plug('hci1', powered=False)
+        self.probe.expect(OFF)
+        self.bluez.power(True, 'hci1')
+        self.probe.expect(ON)
+        self.bluez.wait_for_call('StartDiscovery', name='hci1')
+        self.bluez.power(False, 'hci1')
+        self.probe.expect(OFF)
+        self.assertEqual(self.bluez.calls(), [])
+
+
+class WithASecondAdapterThatHasLowEnergy(ScannerTest):
+    def prepare(self):
+        self.bluez.plug(Roles=dbus.Array([], signature='s'))
+        self.bluez.plug('hci1')
+
+    def test_the_second_is_used(self):
+        self.assertEqual(self.probe.expect('state'), ON)
+        self.bluez.wait_for_call('StartDiscovery', name='hci1')
         self.assertEqual(self.bluez.calls(), [])
 
 

@@ -146,7 +146,7 @@ TEST(BinaryPropertyListTest, EveryTruncationIsRefused) {
 }
 
 TEST(BinaryPropertyListTest, EverySingleByteChangeIsReadOrRefusedInBounds) {
-  const Bytes whole = sampleFile();
+  const Bytes& whole = sampleFile();
   int refused = 0;
   for (std::size_t at = 0; at < whole.size(); ++at) {
     for (int value = 0; value < 256; ++value) {
