@@ -42,16 +42,17 @@ std::string bars(const std::optional<int>& rssi) {
 
 class JsonHubReport final : public HubReport {
  public:
-  explicit JsonHubReport(std::ostream& out) : out_{out} {}
+  JsonHubReport(std::ostream& out, SteadyClock now) : out_{out}, now_{std::move(now)} {}
 
   void present(const Hub& hub) override {
     const auto name = cut(hub.name);
+    const auto now = now_();
     const auto told = told_.find(hub.address);
     if (told != told_.end() && told->second.name == name) {
-      const bool soon = hub.lastHeard - told->second.at < 1s;
+      const bool soon = now - told->second.at < 1s;
       if (told->second.rssi == hub.rssi || soon) return;
     }
-    told_[hub.address] = {name, hub.rssi, hub.lastHeard};
+    told_[hub.address] = {name, hub.rssi, now};
     JsonLine line{"hub"};
     out_ << line.add("address", hub.address).add("name", name).add("rssi", hub.rssi).text()
          << std::endl;
@@ -63,7 +64,10 @@ class JsonHubReport final : public HubReport {
     out_ << line.add("address", hub.address).add("name", cut(hub.name)).text() << std::endl;
   }
 
-  void list(const std::vector<Hub>&, Date) override {}
+  // What came too soon to be told.
+  void list(const std::vector<Hub>& hubs, Date) override {
+    for (const Hub& hub : hubs) present(hub);
+  }
 
   void bluetooth(const std::string& sentence, bool) override {
     JsonLine line{"bluetooth"};
@@ -74,7 +78,7 @@ class JsonHubReport final : public HubReport {
   struct Told {
     std::optional<std::string> name;
     std::optional<int> rssi;
-    Date at;
+    std::chrono::steady_clock::time_point at;
   };
 
   static std::optional<std::string> cut(const std::optional<std::string>& name) {
@@ -82,6 +86,7 @@ class JsonHubReport final : public HubReport {
   }
 
   std::ostream& out_;
+  const SteadyClock now_;
   std::map<std::string, Told> told_;  // what was told last, by address
 };
 
@@ -168,8 +173,8 @@ class TerminalHubReport final : public HubReport {
 
 }  // namespace
 
-std::unique_ptr<HubReport> makeJsonHubReport(std::ostream& out) {
-  return std::make_unique<JsonHubReport>(out);
+std::unique_ptr<HubReport> makeJsonHubReport(std::ostream& out, SteadyClock now) {
+  return std::make_unique<JsonHubReport>(out, std::move(now));
 }
 
 std::unique_ptr<HubReport> makePlainHubReport(std::ostream& out) {

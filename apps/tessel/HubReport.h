@@ -1,5 +1,7 @@
 #pragma once
 
+#include <chrono>
+#include <functional>
 #include <memory>
 #include <ostream>
 #include <string>
@@ -23,9 +25,13 @@ class HubReport {
   virtual void bluetooth(const std::string& sentence, bool usable) = 0;
 };
 
+/// A clock that never jumps.
+using SteadyClock = std::function<std::chrono::steady_clock::time_point()>;
+
 /// One JSON object a line for every change. A change of the signal alone is told at most once a
-/// second for each hub.
-std::unique_ptr<HubReport> makeJsonHubReport(std::ostream& out);
+/// second for each hub; the last one when that second is over, with the next list.
+std::unique_ptr<HubReport> makeJsonHubReport(std::ostream& out,
+                                             SteadyClock now = std::chrono::steady_clock::now);
 
 /// One line for every hub that comes, gets another name, or goes.
 std::unique_ptr<HubReport> makePlainHubReport(std::ostream& out);

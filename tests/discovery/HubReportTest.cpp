@@ -91,20 +91,50 @@ TEST_F(HubReportTest, JsonTellsEachChangeOnce) {
 }
 
 TEST_F(HubReportTest, JsonTellsTheSignalAtMostOnceASecond) {
-  const auto report = makeJsonHubReport(out);
+  std::chrono::steady_clock::time_point now{1h};
+  const auto report = makeJsonHubReport(out, [&now] { return now; });
   Hub changing = hub();
   report->present(changing);
   take();
   changing.rssi = -60;
-  changing.lastHeard += 999ms;
+  now += 999ms;
   report->present(changing);
   EXPECT_EQ(take(), "");
-  changing.lastHeard += 1ms;
+  now += 1ms;
   report->present(changing);
   EXPECT_THAT(take(), HasSubstr("\"rssi\":-60"));
-  changing.lastHeard += 2s;
+  now += 2s;
   report->present(changing);
   EXPECT_EQ(take(), "");
+}
+
+TEST_F(HubReportTest, JsonTellsTheLastSignalWhenTheSecondIsOver) {
+  std::chrono::steady_clock::time_point now{1h};
+  const auto report = makeJsonHubReport(out, [&now] { return now; });
+  Hub changing = hub();
+  report->present(changing);
+  changing.rssi = -60;
+  report->present(changing);
+  take();
+  now += 999ms;
+  report->list({changing}, kNow);
+  EXPECT_EQ(take(), "");
+  now += 1ms;
+  report->list({changing}, kNow);
+  EXPECT_THAT(take(), HasSubstr("\"rssi\":-60"));
+}
+
+TEST_F(HubReportTest, JsonTellsTheSignalAlthoughTheDateHasJumpedBack) {
+  std::chrono::steady_clock::time_point now{1h};
+  const auto report = makeJsonHubReport(out, [&now] { return now; });
+  Hub changing = hub();
+  report->present(changing);
+  take();
+  changing.rssi = -60;
+  changing.lastHeard -= 24h;
+  now += 1s;
+  report->present(changing);
+  EXPECT_THAT(take(), HasSubstr("\"rssi\":-60"));
 }
 
 TEST_F(HubReportTest, JsonCutsNames) {
