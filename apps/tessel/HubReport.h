@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <ostream>
@@ -36,7 +37,14 @@ std::unique_ptr<HubReport> makeJsonHubReport(std::ostream& out,
 /// One line for every hub that comes, gets another name, or goes.
 std::unique_ptr<HubReport> makePlainHubReport(std::ostream& out);
 
-/// A table that changes in place on a terminal with `rows` lines.
-std::unique_ptr<HubReport> makeTerminalHubReport(std::ostream& out, std::size_t rows);
+struct TerminalSize {
+  std::size_t rows = 24;
+  std::size_t columns = 80;
+};
+
+/// A table that changes in place on a terminal. The size is asked for at each drawing: people
+/// resize their windows.
+std::unique_ptr<HubReport> makeTerminalHubReport(std::ostream& out,
+                                                 std::function<TerminalSize()> size);
 
 }  // namespace tessel::apps
