@@ -80,7 +80,8 @@ class DiscoverTest(unittest.TestCase):
         self.bluez.wait_for_call('StartDiscovery')
         for i in range(1, 13):
             self.bluez.appear('C0_1E_AC_5B_00_%02X' % i, {
-                'RSSI': dbus.Int16(-52), 'ManufacturerData': beacon(major=0x7F01, minor=0x0300 + i)})
+                'RSSI': dbus.Int16(-52),
+                'ManufacturerData': beacon(major=0x7F01, minor=0x0300 + i)})
         self.assertEqual(len(terminal.expect('127.1.3.12 ')), 13)
         terminal.resize(8, 60)
         lines = terminal.expect('... and 7 more')

@@ -1,7 +1,7 @@
 """`tessel-hub` where there is no Bluetooth adapter."""
+import http.client
 import json
 import unittest
-import urllib.request
 
 from bluez import BlueZ, Bus, Program
 
@@ -31,8 +31,10 @@ class HubWithoutAdapterTest(unittest.TestCase):
     def test_it_says_so_once_and_serves(self):
         hub = self.hub('127.1.5.1')
         hub.expect(NONE)
-        with urllib.request.urlopen('http://127.1.5.1:55555/device-details.xml', timeout=30) as answer:
-            self.assertIn(b'<friendlyName>', answer.read())
+        sender = http.client.HTTPConnection('127.1.5.1', 55555, timeout=30)
+        self.addCleanup(sender.close)
+        sender.request('GET', '/device-details.xml')
+        self.assertIn(b'<friendlyName>', sender.getresponse().read())
         notices = self.notices_at_the_end(hub)
         self.assertEqual(len(notices), 1)
         self.assertTrue(notices[0].startswith(NONE))
