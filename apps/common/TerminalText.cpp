@@ -3,7 +3,10 @@
 #include <array>
 #include <cstdint>
 #include <cstdio>
+#include <locale.h>
 #include <optional>
+#include <sstream>
+#include <wchar.h>
 
 namespace tessel::apps {
 namespace {
@@ -54,21 +57,35 @@ std::string escaped(std::uint32_t value) {
   return text.data();
 }
 
+// How the character at the start of `text` is shown.
+std::string shownAs(const Character& character, std::string_view text) {
+  if (!character.codePoint) return escaped(static_cast<std::uint8_t>(text[0]));
+  if (isInterpreted(*character.codePoint)) return escaped(*character.codePoint);
+  return std::string{text.substr(0, character.size)};
+}
+
+// None for an accent that joins the letter before it, two for an ideograph. The C library knows
+// that in a UTF-8 locale, which need not be the user's; what it does not know is taken for one.
+std::size_t columnsOf(char32_t c) {
+  static const locale_t utf8 = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
+  const locale_t before = uselocale(utf8);
+  const int columns = wcwidth(static_cast<wchar_t>(c));
+  uselocale(before);
+  return columns < 0 ? 1 : static_cast<std::size_t>(columns);
+}
+
 }  // namespace
 
 std::string terminalText(std::string_view text, std::size_t most) {
   std::string shown;
-  std::size_t count = 0;
-  while (!text.empty()) {
-    if (count++ == most) return shown += kCut;
+  std::size_t columns = 0;
+  for (std::size_t count = 0; !text.empty(); ++count) {
     const Character character = firstCharacter(text);
-    if (!character.codePoint) {
-      shown += escaped(static_cast<std::uint8_t>(text[0]));
-    } else if (isInterpreted(*character.codePoint)) {
-      shown += escaped(*character.codePoint);
-    } else {
-      shown += text.substr(0, character.size);
-    }
+    const std::string piece = shownAs(character, text);
+    columns += columnCount(piece);
+    // The characters too: letters can carry accents without end.
+    if (columns > most || count == most) return shown += kCut;
+    shown += piece;
     text.remove_prefix(character.size);
   }
   return shown;
@@ -85,12 +102,27 @@ std::string cutText(std::string_view text, std::size_t most) {
   return std::string{text};
 }
 
-std::size_t characterCount(std::string_view text) {
-  std::size_t count = 0;
-  for (const char c : text) {
-    if ((static_cast<std::uint8_t>(c) & 0xC0) != 0x80) ++count;
+std::size_t columnCount(std::string_view text) {
+  std::size_t columns = 0;
+  while (!text.empty()) {
+    const Character character = firstCharacter(text);
+    columns += columnsOf(character.codePoint.value_or(U'?'));
+    text.remove_prefix(character.size);
   }
-  return count;
+  return columns;
+}
+
+std::vector<std::string> wrapped(const std::string& text, std::size_t columns) {
+  std::vector<std::string> lines;
+  std::istringstream words{text};
+  for (std::string word; words >> word;) {
+    if (lines.empty() || columnCount(lines.back()) + 1 + columnCount(word) > columns) {
+      lines.push_back(word);
+    } else {
+      lines.back() += ' ' + word;
+    }
+  }
+  return lines;
 }
 
 }  // namespace tessel::apps

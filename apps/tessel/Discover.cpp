@@ -76,12 +76,18 @@ std::string heardSoFar(const std::vector<Hub>& hubs) {
   return text + ".";
 }
 
+TerminalSize terminalSize() {
+  winsize size{};
+  if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_row == 0 || size.ws_col == 0) {
+    return {};
+  }
+  return {size.ws_row, size.ws_col};
+}
+
 std::unique_ptr<HubReport> makeReport(bool json) {
   if (json) return makeJsonHubReport(std::cout);
   if (isatty(STDOUT_FILENO) == 0) return makePlainHubReport(std::cout);
-  winsize size{};
-  const bool known = ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_row > 0;
-  return makeTerminalHubReport(std::cout, known ? size.ws_row : 24);
+  return makeTerminalHubReport(std::cout, terminalSize);
 }
 
 /// One run of `tessel discover`. Main thread; kept alive by the loop's tick.

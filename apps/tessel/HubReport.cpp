@@ -13,19 +13,25 @@ namespace {
 
 using namespace std::chrono_literals;
 
+constexpr const char* kNoName = "(no name yet)";
 constexpr std::size_t kMostInTable = 32;
+constexpr std::size_t kLeastInTable = 4;  // with less room no name is shown
 constexpr std::size_t kMostInLine = 64;
 constexpr std::size_t kMostInJson = 256;
+// Columns of the table.
+constexpr std::size_t kAfterName = 4;  // "..." and a space
 constexpr std::size_t kAddressWidth = 17;
+constexpr std::size_t kSignalWidth = 15;
+constexpr std::size_t kHeardWidth = 8;
 
 std::string padded(std::string text, std::size_t width) {
-  const std::size_t length = characterCount(text);
-  if (length < width) text.append(width - length, ' ');
+  const std::size_t columns = columnCount(text);
+  if (columns < width) text.append(width - columns, ' ');
   return text;
 }
 
 std::string nameOf(const Hub& hub, std::size_t most) {
-  return hub.name ? terminalText(*hub.name, most) : "(no name yet)";
+  return hub.name ? terminalText(*hub.name, most) : kNoName;
 }
 
 std::string strength(const std::optional<int>& rssi) {
@@ -42,16 +48,17 @@ std::string bars(const std::optional<int>& rssi) {
 
 class JsonHubReport final : public HubReport {
  public:
-  explicit JsonHubReport(std::ostream& out) : out_{out} {}
+  JsonHubReport(std::ostream& out, SteadyClock now) : out_{out}, now_{std::move(now)} {}
 
   void present(const Hub& hub) override {
     const auto name = cut(hub.name);
+    const auto now = now_();
     const auto told = told_.find(hub.address);
     if (told != told_.end() && told->second.name == name) {
-      const bool soon = hub.lastHeard - told->second.at < 1s;
+      const bool soon = now - told->second.at < 1s;
       if (told->second.rssi == hub.rssi || soon) return;
     }
-    told_[hub.address] = {name, hub.rssi, hub.lastHeard};
+    told_[hub.address] = {name, hub.rssi, now};
     JsonLine line{"hub"};
     out_ << line.add("address", hub.address).add("name", name).add("rssi", hub.rssi).text()
          << std::endl;
@@ -63,7 +70,10 @@ class JsonHubReport final : public HubReport {
     out_ << line.add("address", hub.address).add("name", cut(hub.name)).text() << std::endl;
   }
 
-  void list(const std::vector<Hub>&, Date) override {}
+  // What came too soon to be told.
+  void list(const std::vector<Hub>& hubs, Date) override {
+    for (const Hub& hub : hubs) present(hub);
+  }
 
   void bluetooth(const std::string& sentence, bool) override {
     JsonLine line{"bluetooth"};
@@ -74,7 +84,7 @@ class JsonHubReport final : public HubReport {
   struct Told {
     std::optional<std::string> name;
     std::optional<int> rssi;
-    Date at;
+    std::chrono::steady_clock::time_point at;
   };
 
   static std::optional<std::string> cut(const std::optional<std::string>& name) {
@@ -82,6 +92,7 @@ class JsonHubReport final : public HubReport {
   }
 
   std::ostream& out_;
+  const SteadyClock now_;
   std::map<std::string, Told> told_;  // what was told last, by address
 };
 
@@ -116,7 +127,8 @@ class PlainHubReport final : public HubReport {
 
 class TerminalHubReport final : public HubReport {
  public:
-  TerminalHubReport(std::ostream& out, std::size_t rows) : out_{out}, rows_{rows} {}
+  TerminalHubReport(std::ostream& out, std::function<TerminalSize()> size)
+      : out_{out}, size_{std::move(size)} {}
 
   void present(const Hub&) override {}
   void gone(const Hub&) override {}
@@ -125,24 +137,11 @@ class TerminalHubReport final : public HubReport {
     // The cursor goes back over what was drawn; a line too long for the terminal does not wrap.
     std::string picture = drawn_ > 0 ? "\r\x1b[" + std::to_string(drawn_) + "A" : "\r";
     picture += "\x1b[?7l";
-    std::size_t lines = 0;
-    const auto add = [&](const std::string& line) {
-      picture += line + "\x1b[K\n";
-      ++lines;
-    };
-    if (!usable_) add(sentence_);
-    if (hubs.empty()) {
-      add(usable_ ? "Listening for hubs ... (Ctrl-C to stop)" : "No hubs.");
-    } else {
-      add(padded("NAME", kMostInTable + 4) + padded("ADDRESS", kAddressWidth) +
-          padded("SIGNAL", 15) + "HEARD");
-    }
-    const std::size_t room = rows_ > lines + 2 ? rows_ - lines - 2 : 1;
-    for (std::size_t i = 0; i < std::min(hubs.size(), room); ++i) add(row(hubs[i], now));
-    if (hubs.size() > room) add("... and " + std::to_string(hubs.size() - room) + " more");
+    const std::vector<std::string> lines = table(hubs, now);
+    for (const std::string& line : lines) picture += line + "\x1b[K\n";
     picture += "\x1b[?7h\x1b[J";
     out_ << picture << std::flush;
-    drawn_ = lines;
+    drawn_ = lines.size();
   }
 
   void bluetooth(const std::string& sentence, bool usable) override {
@@ -151,16 +150,50 @@ class TerminalHubReport final : public HubReport {
   }
 
  private:
-  static std::string row(const Hub& hub, Date now) {
+  std::vector<std::string> table(const std::vector<Hub>& hubs, Date now) const {
+    const TerminalSize size = size_();
+    const std::size_t most = std::max<std::size_t>(size.rows, 2) - 1;  // the cursor has the last
+    std::vector<std::string> lines;
+    if (!usable_) lines = wrapped(sentence_, size.columns);
+    if (hubs.empty()) {
+      lines.emplace_back(usable_ ? "Listening for hubs ... (Ctrl-C to stop)" : "No hubs.");
+    } else {
+      const std::size_t nameWidth = nameWidthIn(size.columns);
+      lines.push_back(row(nameWidth, "NAME", "ADDRESS", "SIGNAL", "HEARD"));
+      const std::size_t room = most > lines.size() + 1 ? most - lines.size() - 1 : 1;
+      for (std::size_t i = 0; i < std::min(hubs.size(), room); ++i) {
+        lines.push_back(row(nameWidth, hubs[i], now));
+      }
+      if (hubs.size() > room) {
+        lines.push_back("... and " + std::to_string(hubs.size() - room) + " more");
+      }
+    }
+    lines.resize(std::min(lines.size(), most));
+    return lines;
+  }
+
+  // What the other columns leave, since an address is enough to cast to.
+  static std::size_t nameWidthIn(std::size_t columns) {
+    constexpr std::size_t kOthers = kAddressWidth + kSignalWidth + kHeardWidth;
+    if (columns < kOthers + kLeastInTable + kAfterName) return 0;
+    return std::min(columns - kOthers, kMostInTable + kAfterName);
+  }
+
+  static std::string row(std::size_t nameWidth, const std::string& name, const std::string& address,
+                         const std::string& signal, const std::string& heard) {
+    return (nameWidth > 0 ? padded(terminalText(name, nameWidth - kAfterName), nameWidth) : "") +
+           padded(address, kAddressWidth) + padded(signal, kSignalWidth) + heard;
+  }
+
+  static std::string row(std::size_t nameWidth, const Hub& hub, Date now) {
     const auto silent = std::chrono::duration_cast<std::chrono::seconds>(now - hub.lastHeard);
-    return padded(nameOf(hub, kMostInTable), kMostInTable + 4) +
-           padded(hub.address, kAddressWidth) +
-           padded(bars(hub.rssi) + " " + strength(hub.rssi), 15) +
-           std::to_string(std::max<std::int64_t>(silent.count(), 0)) + " s ago";
+    return row(nameWidth, hub.name.value_or(kNoName), hub.address,
+               bars(hub.rssi) + " " + strength(hub.rssi),
+               std::to_string(std::max<std::int64_t>(silent.count(), 0)) + " s ago");
   }
 
   std::ostream& out_;
-  const std::size_t rows_;
+  const std::function<TerminalSize()> size_;
   std::string sentence_;
   bool usable_ = true;
   std::size_t drawn_ = 0;  // lines on the screen above the cursor
@@ -168,16 +201,17 @@ class TerminalHubReport final : public HubReport {
 
 }  // namespace
 
-std::unique_ptr<HubReport> makeJsonHubReport(std::ostream& out) {
-  return std::make_unique<JsonHubReport>(out);
+std::unique_ptr<HubReport> makeJsonHubReport(std::ostream& out, SteadyClock now) {
+  return std::make_unique<JsonHubReport>(out, std::move(now));
 }
 
 std::unique_ptr<HubReport> makePlainHubReport(std::ostream& out) {
   return std::make_unique<PlainHubReport>(out);
 }
 
-std::unique_ptr<HubReport> makeTerminalHubReport(std::ostream& out, std::size_t rows) {
-  return std::make_unique<TerminalHubReport>(out, rows);
+std::unique_ptr<HubReport> makeTerminalHubReport(std::ostream& out,
+                                                 std::function<TerminalSize()> size) {
+  return std::make_unique<TerminalHubReport>(out, std::move(size));
 }
 
 }  // namespace tessel::apps

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <chrono>
+#include <cstddef>
+#include <functional>
 #include <memory>
 #include <ostream>
 #include <string>
@@ -23,14 +26,25 @@ class HubReport {
   virtual void bluetooth(const std::string& sentence, bool usable) = 0;
 };
 
+/// A clock that never jumps.
+using SteadyClock = std::function<std::chrono::steady_clock::time_point()>;
+
 /// One JSON object a line for every change. A change of the signal alone is told at most once a
-/// second for each hub.
-std::unique_ptr<HubReport> makeJsonHubReport(std::ostream& out);
+/// second for each hub; the last one when that second is over, with the next list.
+std::unique_ptr<HubReport> makeJsonHubReport(std::ostream& out,
+                                             SteadyClock now = std::chrono::steady_clock::now);
 
 /// One line for every hub that comes, gets another name, or goes.
 std::unique_ptr<HubReport> makePlainHubReport(std::ostream& out);
 
-/// A table that changes in place on a terminal with `rows` lines.
-std::unique_ptr<HubReport> makeTerminalHubReport(std::ostream& out, std::size_t rows);
+struct TerminalSize {
+  std::size_t rows = 24;
+  std::size_t columns = 80;
+};
+
+/// A table that changes in place on a terminal. The size is asked for at each drawing: people
+/// resize their windows.
+std::unique_ptr<HubReport> makeTerminalHubReport(std::ostream& out,
+                                                 std::function<TerminalSize()> size);
 
 }  // namespace tessel::apps

@@ -18,11 +18,11 @@ std::string firstLine(const std::string& path) {
 enum class Switch { none, soft, hard };
 
 // What keeps the Bluetooth radio off: a setting (airplane mode), or a switch of the machine.
-Switch blockedBy() {
+Switch blockedBy(const std::string& switches) {
   constexpr int kMostSwitches = 64;
   Switch found = Switch::none;
   for (int i = 0; i < kMostSwitches; ++i) {
-    const std::string folder = "/sys/class/rfkill/rfkill" + std::to_string(i);
+    const std::string folder = switches + "/rfkill" + std::to_string(i);
     if (firstLine(folder + "/type") != "bluetooth") continue;
     if (firstLine(folder + "/hard") == "1") return Switch::hard;
     if (firstLine(folder + "/soft") == "1") found = Switch::soft;
@@ -30,8 +30,8 @@ Switch blockedBy() {
   return found;
 }
 
-std::string adviceWhenOff() {
-  switch (blockedBy()) {
+std::string adviceWhenOff(const std::string& switches) {
+  switch (blockedBy(switches)) {
     case Switch::hard:
       return "A switch or key of this computer keeps Bluetooth off: flip it";
     case Switch::soft:
@@ -44,12 +44,12 @@ std::string adviceWhenOff() {
 
 }  // namespace
 
-std::string bluetoothAdvice(CentralState state) {
+std::string bluetoothAdvice(CentralState state, const std::string& switches) {
   switch (state) {
     case CentralState::kPoweredOn:
       return {};
     case CentralState::kPoweredOff:
-      return adviceWhenOff() + "." + kWithoutBluetooth;
+      return adviceWhenOff(switches) + "." + kWithoutBluetooth;
     case CentralState::kUnauthorized:
       return std::string{
                  "Ask the administrator to let this user speak to org.bluez on the system bus "

@@ -12,8 +12,9 @@ namespace tessel::platform {
 Finding findScreen();
 Finding findEncoder();
 Finding findInput();
-/// What to do about a radio in that state; empty when nothing needs doing.
-std::string bluetoothAdvice(CentralState state);
+/// What to do about a radio in that state; empty when nothing needs doing. `switches`: the folder
+/// in which the kernel tells what keeps radios off.
+std::string bluetoothAdvice(CentralState state, const std::string& switches = "/sys/class/rfkill");
 
 /// All of them as one service.
 std::shared_ptr<Inspection> makeInspection();

@@ -1,7 +1,12 @@
 """What the tests stand on: a private system bus, a BlueZ on it, and programs that use them."""
+import fcntl
 import os
+import re
+import select
+import struct
 import subprocess
 import tempfile
+import termios
 import threading
 import time
 from pathlib import Path
@@ -214,3 +219,37 @@ class Program:
         self.reader.join()
         self.process.stdout.close()
         return status
+
+
+class Terminal:
+    """A program of the build that draws its table on a terminal."""
+
+    def __init__(self, rows, columns, *command):
+        self.drawn = ''
+        self.terminal, program_side = os.openpty()
+        self.resize(rows, columns)
+        self.process = subprocess.Popen([str(BUILD / command[0]), *command[1:]],
+                                        stdin=program_side, stdout=program_side,
+                                        stderr=program_side)
+        os.close(program_side)
+
+    def resize(self, rows, columns):
+        fcntl.ioctl(self.terminal, termios.TIOCSWINSZ, struct.pack('4H', rows, columns, 0, 0))
+
+    def expect(self, *texts):
+        """Waits for a table with these texts that is drawn from now on; returns its lines."""
+        end = time.monotonic() + PATIENCE
+        self.drawn = ''
+        while True:
+            for table in re.findall(r'\x1b\[\?7l(.*?)\x1b\[\?7h', self.drawn, re.DOTALL):
+                if all(text in table for text in texts):
+                    return table.replace('\x1b[K', '').splitlines()
+            left = max(0, end - time.monotonic())
+            if not select.select([self.terminal], [], [], left)[0]:
+                raise AssertionError('no table with %s in %s' % (texts, self.drawn))
+            self.drawn += os.read(self.terminal, 65536).decode(errors='replace')
+
+    def close(self):
+        self.process.kill()
+        self.process.wait()
+        os.close(self.terminal)

@@ -6,7 +6,7 @@ import unittest
 
 import dbus
 
-from bluez import BUILD, PATIENCE, BlueZ, Bus, Program, beacon
+from bluez import BUILD, PATIENCE, BlueZ, Bus, Program, Terminal, beacon
 
 DEVICE = 'C0_1E_AC_5B_00_01'
 
@@ -52,16 +52,76 @@ class DiscoverTest(unittest.TestCase):
         self.appear(127)
         self.assertIsNone(json.loads(program.expect('"hub"'))['rssi'])
 
-    def test_the_name_is_read_from_the_hub(self):
-        hub = Program('bin/tessel-hub', '--bind', '127.1.2.3', '--name', 'Room "1" & 2',
-                      '--headless', '--no-advertise', '--json')
+    def hub(self, address, name):
+        hub = Program('bin/tessel-hub', '--bind', address, '--name', name, '--headless',
+                      '--no-advertise', '--json')
         self.addCleanup(hub.interrupt)
         hub.expect('"listening"')
+        return hub
+
+    def test_the_name_is_read_from_the_hub(self):
+        self.hub('127.1.2.3', 'Room "1" & 2')
         program = self.start('--json')
         self.appear(major=0x7F01, minor=0x0203)
         self.assertEqual(json.loads(program.expect('"name":"')),
                          {'event': 'hub', 'address': '127.1.2.3', 'name': 'Room "1" & 2',
                           'rssi': -52})
+
+    def test_the_last_signal_is_told_although_nothing_follows(self):
+        program = self.start('--json')
+        self.appear(major=0x7F01, minor=0x0206)
+        program.expect('"rssi":-52')
+        self.bluez.hear(DEVICE, {'RSSI': dbus.Int16(-80)})
+        program.expect('"rssi":-80')
+
+    def test_the_table_follows_the_size_of_the_terminal(self):
+        terminal = Terminal(24, 80, 'bin/tessel', 'discover')
+        self.addCleanup(terminal.close)
+        self.bluez.wait_for_call('StartDiscovery')
+        for i in range(1, 13):
+            self.bluez.appear('C0_1E_AC_5B_00_%02X' % i, {
+                'RSSI': dbus.Int16(-52),
+                'ManufacturerData': beacon(major=0x7F01, minor=0x0300 + i)})
+        self.assertEqual(len(terminal.expect('127.1.3.12 ')), 13)
+        terminal.resize(8, 60)
+        lines = terminal.expect('... and 7 more')
+        self.assertEqual(lines[0], 'NAME                ADDRESS          SIGNAL         HEARD')
+        self.assertEqual(len(lines), 7)
+
+    def test_a_hostile_name_leaves_the_table_as_it_is(self):
+        self.hub('127.1.2.4', '\u202e\x9b2J' + '\u4e2d' * 300)
+        terminal = Terminal(24, 80, 'bin/tessel', 'discover')
+        self.addCleanup(terminal.close)
+        self.appear(major=0x7F01, minor=0x0204)
+        row = terminal.expect('\u4e2d')[1]
+        name, rest = row.split('127.1.2.4')
+        self.assertEqual(name.rstrip(), '\\u{202e}\\x9b2J' + '\u4e2d' * 9 + '...')
+        self.assertEqual(len(name) + name.count('\u4e2d'), 36)
+        self.assertRegex(rest, r'^ +\|{4} -52 dBm   \d+ s ago$')
+
+    def test_a_hostile_name_is_plain_ascii_in_json(self):
+        self.hub('127.1.2.5', '\u202e\x9b2J' + '\u4e2d' * 300)
+        program = self.start('--json')
+        self.appear(major=0x7F01, minor=0x0205)
+        line = program.expect('"name":"')
+        self.assertTrue(line.isascii() and line.isprintable(), line)
+        self.assertEqual(json.loads(line)['name'], '\u202e\x9b2J' + '\u4e2d' * 252 + '...')
+
+    def test_a_cast_by_name_goes_to_the_hub_of_that_name(self):
+        others, wanted = self.hub('127.1.4.1', 'Room 1'), self.hub('127.1.4.2', 'Room 2')
+        program = Program('bin/tessel', 'cast', '--name', 'Room 2', '--screen', 'pattern:320x240',
+                          '--json')
+        self.addCleanup(program.interrupt)
+        self.bluez.wait_for_call('StartDiscovery')
+        for number, rssi in ((1, -40), (2, -70)):
+            self.bluez.appear('C0_1E_AC_5B_00_0%d' % number, {
+                'RSSI': dbus.Int16(rssi),
+                'ManufacturerData': beacon(major=0x7F01, minor=0x0400 + number)})
+        program.expect('"state":2')
+        wanted.expect('"session"')
+        self.assertEqual(program.interrupt(), 0)
+        others.interrupt()
+        self.assertFalse([line for line in others.lines if '"session"' in line])
 
     def test_a_cast_to_the_first_hub_listens_no_longer_once_it_has_found_one(self):
         # A hub that takes the connection and never answers.

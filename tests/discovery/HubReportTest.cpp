@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <gmock/gmock.h>
+#include <regex>
 #include <sstream>
 
 #include "apps/common/JsonLine.h"
@@ -10,6 +11,8 @@ namespace tessel::apps {
 namespace {
 
 using namespace std::chrono_literals;
+using testing::ElementsAre;
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -17,6 +20,12 @@ const Date kNow{std::chrono::hours{24 * 365 * 50}};
 
 Hub hub(std::optional<std::string> name = std::nullopt, std::optional<int> rssi = -52) {
   return {"192.168.1.100", std::move(name), rssi, kNow};
+}
+
+std::string repeated(const std::string& text, int times) {
+  std::string all;
+  for (int i = 0; i < times; ++i) all += text;
+  return all;
 }
 
 TEST(TerminalTextTest, PlainTextStaysAsItIs) {
@@ -39,10 +48,10 @@ TEST(TerminalTextTest, MarksThatTurnTheDirectionAreEscaped) {
 
 TEST(TerminalTextTest, BytesThatAreNoUTF8AreEscaped) {
   EXPECT_EQ(terminalText("\xFF\x80", 20), "\\xff\\x80");
-  EXPECT_EQ(terminalText("\xC0\xAF", 20), "\\xc0\\xaf");                   // overlong
-  EXPECT_EQ(terminalText("\xED\xA0\x80", 20), "\\xed\\xa0\\x80");          // surrogate
-  EXPECT_EQ(terminalText("\xF4\x90\x80\x80", 9), "\\xf4\\x90\\x80\\x80");  // beyond the last
-  EXPECT_EQ(terminalText("a\xE4\xB8", 20), "a\\xe4\\xb8");                 // cut short
+  EXPECT_EQ(terminalText("\xC0\xAF", 20), "\\xc0\\xaf");                    // overlong
+  EXPECT_EQ(terminalText("\xED\xA0\x80", 20), "\\xed\\xa0\\x80");           // surrogate
+  EXPECT_EQ(terminalText("\xF4\x90\x80\x80", 20), "\\xf4\\x90\\x80\\x80");  // beyond the last
+  EXPECT_EQ(terminalText("a\xE4\xB8", 20), "a\\xe4\\xb8");                  // cut short
 }
 
 TEST(TerminalTextTest, LongTextIsCut) {
@@ -50,6 +59,31 @@ TEST(TerminalTextTest, LongTextIsCut) {
   EXPECT_EQ(terminalText("abcdefg", 6), "abcdef...");
   EXPECT_EQ(terminalText(std::string(std::size_t{1} << 20, 'x'), 4), "xxxx...");
   EXPECT_EQ(cutText("\xC3\xA9\xC3\xA9\xC3\xA9", 2), "\xC3\xA9\xC3\xA9...");
+}
+
+TEST(TerminalTextTest, WhatIsShownIsCutByItsColumns) {
+  EXPECT_EQ(terminalText(repeated("\xE2\x80\xAE", 40), 20), "\\u{202e}\\u{202e}...");
+  EXPECT_EQ(terminalText(repeated("\xE4\xB8\xAD", 40), 5), "\xE4\xB8\xAD\xE4\xB8\xAD...");
+  EXPECT_EQ(terminalText("e\xCC\x81"
+                         "te\xCC\x81",
+                         5),
+            "e\xCC\x81"
+            "te\xCC\x81");
+  // Accents without end are an end all the same.
+  EXPECT_EQ(terminalText("Z" + repeated("\xCC\x81", 40), 3), "Z\xCC\x81\xCC\x81...");
+}
+
+TEST(TerminalTextTest, ColumnsAreCountedAsATerminalDrawsThem) {
+  EXPECT_EQ(columnCount("Room \xC3\xA9"), 6U);
+  EXPECT_EQ(columnCount("\xE4\xB8\xAD\xF0\x9F\x93\xBA"), 4U);
+  EXPECT_EQ(columnCount("Ze\xCC\x81\xCC\x81"), 2U);
+}
+
+TEST(TerminalTextTest, SentencesAreWrappedBetweenWords) {
+  EXPECT_THAT(wrapped("No hub is here, none at all.", 10),
+              ElementsAre("No hub is", "here, none", "at all."));
+  EXPECT_THAT(wrapped("an unbreakable word", 5), ElementsAre("an", "unbreakable", "word"));
+  EXPECT_THAT(wrapped("", 5), testing::IsEmpty());
 }
 
 TEST(JsonLineTest, MembersComeInTheOrderAdded) {
@@ -71,6 +105,18 @@ class HubReportTest : public testing::Test {
     out.str("");
     return text;
   }
+  // The lines of a table, without what moves the cursor.
+  std::vector<std::string> drawn() {
+    static const std::regex kControl{"\r|\x1b\\[[?0-9]*[A-Za-z]"};
+    std::istringstream table{std::regex_replace(take(), kControl, "")};
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(table, line);) lines.push_back(line);
+    return lines;
+  }
+  static std::function<TerminalSize()> terminal(std::size_t rows, std::size_t columns) {
+    return [rows, columns] { return TerminalSize{rows, columns}; };
+  }
+
   std::ostringstream out;
 };
 
@@ -91,20 +137,50 @@ TEST_F(HubReportTest, JsonTellsEachChangeOnce) {
 }
 
 TEST_F(HubReportTest, JsonTellsTheSignalAtMostOnceASecond) {
-  const auto report = makeJsonHubReport(out);
+  std::chrono::steady_clock::time_point now{1h};
+  const auto report = makeJsonHubReport(out, [&now] { return now; });
   Hub changing = hub();
   report->present(changing);
   take();
   changing.rssi = -60;
-  changing.lastHeard += 999ms;
+  now += 999ms;
   report->present(changing);
   EXPECT_EQ(take(), "");
-  changing.lastHeard += 1ms;
+  now += 1ms;
   report->present(changing);
   EXPECT_THAT(take(), HasSubstr("\"rssi\":-60"));
-  changing.lastHeard += 2s;
+  now += 2s;
   report->present(changing);
   EXPECT_EQ(take(), "");
+}
+
+TEST_F(HubReportTest, JsonTellsTheLastSignalWhenTheSecondIsOver) {
+  std::chrono::steady_clock::time_point now{1h};
+  const auto report = makeJsonHubReport(out, [&now] { return now; });
+  Hub changing = hub();
+  report->present(changing);
+  changing.rssi = -60;
+  report->present(changing);
+  take();
+  now += 999ms;
+  report->list({changing}, kNow);
+  EXPECT_EQ(take(), "");
+  now += 1ms;
+  report->list({changing}, kNow);
+  EXPECT_THAT(take(), HasSubstr("\"rssi\":-60"));
+}
+
+TEST_F(HubReportTest, JsonTellsTheSignalAlthoughTheDateHasJumpedBack) {
+  std::chrono::steady_clock::time_point now{1h};
+  const auto report = makeJsonHubReport(out, [&now] { return now; });
+  Hub changing = hub();
+  report->present(changing);
+  take();
+  changing.rssi = -60;
+  changing.lastHeard -= 24h;
+  now += 1s;
+  report->present(changing);
+  EXPECT_THAT(take(), HasSubstr("\"rssi\":-60"));
 }
 
 TEST_F(HubReportTest, JsonCutsNames) {
@@ -134,7 +210,7 @@ TEST_F(HubReportTest, PlainLinesTellComingNameAndGoing) {
 }
 
 TEST_F(HubReportTest, TheTableTellsNameAddressSignalAndSilence) {
-  const auto report = makeTerminalHubReport(out, 24);
+  const auto report = makeTerminalHubReport(out, terminal(24, 80));
   report->list({hub("Room 1")}, kNow + 3500ms);
   const std::string table = take();
   EXPECT_THAT(table, HasSubstr("Room 1"));
@@ -143,7 +219,7 @@ TEST_F(HubReportTest, TheTableTellsNameAddressSignalAndSilence) {
 }
 
 TEST_F(HubReportTest, TheTableIsDrawnOverTheOneBefore) {
-  const auto report = makeTerminalHubReport(out, 24);
+  const auto report = makeTerminalHubReport(out, terminal(24, 80));
   report->list({hub("Room 1"), hub("Room 2", -80)}, kNow);
   take();
   report->list({}, kNow);
@@ -153,15 +229,62 @@ TEST_F(HubReportTest, TheTableIsDrawnOverTheOneBefore) {
 }
 
 TEST_F(HubReportTest, TheTableFitsTheTerminal) {
-  const auto report = makeTerminalHubReport(out, 6);
+  const auto report = makeTerminalHubReport(out, terminal(6, 80));
   report->list(std::vector<Hub>(10, hub("Room")), kNow);
   const std::string table = take();
   EXPECT_EQ(std::count(table.begin(), table.end(), '\n'), 5);
   EXPECT_THAT(table, HasSubstr("... and 7 more"));
 }
 
+TEST_F(HubReportTest, NothingPushesAddressSignalAndSilenceOffTheTerminal) {
+  const std::string names[] = {repeated("\xE2\x80\xAE", 40), repeated("\xE4\xB8\xAD", 40),
+                               "Z" + repeated("\xCC\x81", 40), "Room 1"};
+  for (const std::size_t columns : {80, 60, 48, 40}) {
+    const auto report = makeTerminalHubReport(out, terminal(24, columns));
+    for (const std::string& name : names) {
+      report->list({hub(name)}, kNow + 13s);
+      const std::vector<std::string> lines = drawn();
+      ASSERT_EQ(lines.size(), 2U);
+      EXPECT_THAT(lines[1], EndsWith("192.168.1.100    |||| -52 dBm   13 s ago"));
+      EXPECT_EQ(columnCount(lines[1]), std::min<std::size_t>(columns, 76));
+    }
+  }
+}
+
+TEST_F(HubReportTest, ANarrowTableShowsTheBeginningOfTheName) {
+  const auto report = makeTerminalHubReport(out, terminal(24, 60));
+  report->list({hub("A room with a long name")}, kNow);
+  EXPECT_THAT(drawn(), ElementsAre("NAME                ADDRESS          SIGNAL         HEARD",
+                                   "A room with a lo... 192.168.1.100    |||| -52 dBm   0 s ago"));
+}
+
+TEST_F(HubReportTest, TheTableFollowsTheTerminalsSize) {
+  TerminalSize size{24, 80};
+  const auto report = makeTerminalHubReport(out, [&size] { return size; });
+  const std::vector<Hub> hubs(10, hub("Room"));
+  report->list(hubs, kNow);
+  EXPECT_THAT(drawn(), testing::SizeIs(11));
+  size = {6, 60};
+  report->list(hubs, kNow);
+  const std::vector<std::string> lines = drawn();
+  EXPECT_THAT(lines, testing::SizeIs(5));
+  EXPECT_THAT(lines[0], testing::StartsWith("NAME                ADDRESS"));
+  size = {3, 60};
+  report->list(hubs, kNow);
+  EXPECT_THAT(drawn(), testing::SizeIs(2));  // and the cursor's line
+}
+
+TEST_F(HubReportTest, TheWholeSentenceCanBeRead) {
+  const auto report = makeTerminalHubReport(out, terminal(24, 40));
+  report->bluetooth("Your hardware does not support it. \"tessel doctor\" says what to do.", false);
+  report->list({hub()}, kNow);
+  EXPECT_THAT(drawn(), ElementsAre("Your hardware does not support it.",
+                                   "\"tessel doctor\" says what to do.", HasSubstr("ADDRESS"),
+                                   HasSubstr("192.168.1.100")));
+}
+
 TEST_F(HubReportTest, TheTableTellsWhyNothingIsHeard) {
-  const auto report = makeTerminalHubReport(out, 24);
+  const auto report = makeTerminalHubReport(out, terminal(24, 80));
   report->bluetooth("Bluetooth is powered off.", false);
   report->list({}, kNow);
   EXPECT_THAT(take(), HasSubstr("Bluetooth is powered off."));

@@ -9,7 +9,10 @@ namespace tessel::platform {
 namespace {
 
 using ::testing::ElementsAre;
-using Line = TransferLine<std::string>;
+
+struct Line : TransferLine<std::string> {
+  explicit Line(std::size_t mostRunningOfOneServer = 2) : TransferLine{mostRunningOfOneServer} {}
+};
 
 bool add(Line& line, const std::string& server, const std::string& name) {
   auto transfer = std::make_unique<std::string>(name);
@@ -34,9 +37,40 @@ TEST(TransferLineTest, AServerWithItsShareIsPassedByTheOthers) {
   Line line;
   for (const char* name : {"1", "2", "3", "4"}) add(line, "dead", name);
   add(line, "alive", "5");
-  EXPECT_THAT(startAll(line), ElementsAre("1", "2", "5"));
+  EXPECT_THAT(startAll(line), ElementsAre("1", "5", "2"));
   line.ended("dead");
   EXPECT_THAT(startAll(line), ElementsAre("3"));
+}
+
+TEST(TransferLineTest, AServersShareMayBeOne) {
+  Line line{1};
+  for (const char* name : {"1", "2"}) add(line, "a", name);
+  EXPECT_THAT(startAll(line), ElementsAre("1"));
+  line.ended("a");
+  EXPECT_THAT(startAll(line), ElementsAre("2"));
+}
+
+TEST(TransferLineTest, AFreePlaceGoesToTheServerThatHasLeastRunning) {
+  Line line;
+  for (int i = 0; i < 8; ++i) {
+    for (const char* name : {"1", "2", "3"}) add(line, "dead " + std::to_string(i), name);
+  }
+  EXPECT_THAT(startAll(line), testing::SizeIs(16));
+  add(line, "alive", "alive");
+  line.ended("dead 0");
+  EXPECT_THAT(startAll(line), ElementsAre("alive"));
+}
+
+TEST(TransferLineTest, AServerJustServedGoesBehindTheOthers) {
+  Line line{1};
+  for (int i = 0; i < 17; ++i) {
+    for (const char* round : {" first", " second"})
+      add(line, std::to_string(i), std::to_string(i) + round);
+  }
+  EXPECT_THAT(startAll(line), testing::SizeIs(16));
+  add(line, "newcomer", "newcomer");
+  for (const char* server : {"0", "1", "2"}) line.ended(server);
+  EXPECT_THAT(startAll(line), ElementsAre("16 first", "newcomer", "0 second"));
 }
 
 TEST(TransferLineTest, SixteenRunAtOnce) {
