@@ -13,6 +13,8 @@ using namespace std::chrono_literals;
 constexpr double kRate = 12e6;
 // Bits: a key frame of 1920 by 1080 full of small text, and what scrolling adds in a moment.
 constexpr double kBucket = 8e6;
+// What runs over is forgotten where there is nothing left to do about it.
+constexpr double kFull = 2 * kBucket;
 // Seconds after which what has come out counts for a third.
 constexpr double kMemory = 1;
 constexpr int kStep = 3;
@@ -27,7 +29,7 @@ constexpr auto kBeforeFiner = 1s;
 void RateGovernor::add(std::size_t bytes, Clock::Duration uptime) {
   passTime(uptime);
   const double bits = static_cast<double>(bytes) * 8;
-  bucket_ += bits;
+  bucket_ = std::min(bucket_ + bits, kFull);
   recent_ += bits;
   lastFrame_ = uptime;
 }
@@ -36,11 +38,11 @@ int RateGovernor::coarseness(Clock::Duration uptime) {
   passTime(uptime);
   const Clock::Duration settled = uptime - changed_;
   int wanted = coarseness_;
-  if (bucket_ > kBucket) {
+  if (uptime - lastFrame_ >= kBeforeFiner) {
+    wanted = 0;
+  } else if (bucket_ > kBucket) {
     if (coarseness_ > 0 && settled < kBeforeCoarser) return coarseness_;
     while (wanted < kCoarsest && rateAt(wanted) > kRate) wanted += kStep;
-  } else if (uptime - lastFrame_ >= kBeforeFiner) {
-    wanted = 0;
   } else if (settled >= kBeforeFiner) {
     while (wanted > 0 && rateAt(wanted - kStep) < kMargin * kRate) wanted -= kStep;
   }

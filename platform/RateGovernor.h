@@ -12,14 +12,16 @@ namespace tessel::platform {
 /// What the encoder puts out flows into a bucket that drains at the rate allowed. As long as the
 /// bucket does not run over, frames are as sharp as they are meant to be: a page that is turned
 /// costs what it costs. When it does, as with a film, frames get so much coarser that no more flows
-/// in than drains. They are sharp again as soon as that would fit, and after a rest at once.
+/// in than drains. They are sharp again as soon as that would fit, and after a second's rest at
+/// once. A picture that then stands still stays as its last frame has shown it, so none is made so
+/// coarse that it could not be looked at for long.
 ///
 /// Time is the clock's and not the stream's: frames come only when the screen changes, and the time
 /// in which it stands still makes room for the next page.
 class RateGovernor {
  public:
-  /// In steps of a quantiser, six of which halve what the encoder puts out.
-  static constexpr int kCoarsest = 27;
+  /// In steps of a quantiser, of which six halve what the encoder puts out.
+  static constexpr int kCoarsest = 18;
 
   /// A frame of this many bytes has come out; `uptime` never goes back.
   void add(std::size_t bytes, Clock::Duration uptime);

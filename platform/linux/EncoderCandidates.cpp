@@ -7,8 +7,8 @@
 namespace tessel::platform {
 namespace {
 
-// Options that keep each encoder from holding frames back, and let it aim at a quality below a cap
-// on the bit rate. What all have in common is set on the context.
+// Options that keep each encoder from holding frames back. How sharp and how large frames are,
+// LibavEncoder says.
 constexpr std::array<EncoderCandidate, 7> kCandidates{{
     {"h264_vaapi",
      true,

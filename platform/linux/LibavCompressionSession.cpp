@@ -156,18 +156,12 @@ void LibavCompressionSession::run() {
 }
 
 void LibavCompressionSession::encode(const Job& job) {
-  const auto framesPerSecond = static_cast<std::int64_t>(settings_.framesPerSecond);
-  std::int64_t timestamp = job.time.value * framesPerSecond / job.time.timescale;
+  std::int64_t timestamp = job.time.value * encoder_->framesPerSecond() / job.time.timescale;
   // Encoders insist that time goes on.
   if (timestamp <= lastTimestamp_) timestamp = lastTimestamp_ + 1;
   lastTimestamp_ = timestamp;
 
-  const int coarseness = governor_.coarseness(clock_->uptime());
-  if (coarseness != coarseness_) {
-    log("%s: frames %d steps coarser than meant", "-[LibavCompressionSession encode:]", coarseness);
-    coarseness_ = coarseness;
-  }
-  Status status = encoder_->setCoarseness(coarseness);
+  Status status = encoder_->holdsQuantiser() ? govern() : 0;
   if (status == 0) status = encoder_->send(job.picture, timestamp);
   while (status == 0) {
     const AVPacket* packet = encoder_->receive(status);
@@ -176,6 +170,15 @@ void LibavCompressionSession::encode(const Job& job) {
     output(*packet);
   }
   if (status != 0) callback_(status, kInfoFrameDropped, nullptr);
+}
+
+Status LibavCompressionSession::govern() {
+  const int coarseness = governor_.coarseness(clock_->uptime());
+  if (coarseness != coarseness_) {
+    log("%s: frames %d steps coarser than meant", "-[LibavCompressionSession govern]", coarseness);
+    coarseness_ = coarseness;
+  }
+  return encoder_->setCoarseness(coarseness);
 }
 
 void LibavCompressionSession::output(const AVPacket& packet) {

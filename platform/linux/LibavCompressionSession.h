@@ -40,6 +40,7 @@ class LibavCompressionSession final : public CompressionSession {
   Status open() const;
   void run();
   void encode(const Job& job);
+  Status govern();
   void output(const AVPacket& packet);
 
   const CompressionOutputCallback callback_;

@@ -20,7 +20,8 @@ namespace {
 
 // x264's quantiser at which a desktop's text is sharp. It is held there, for x264's own control of
 // the rate costs as much again as encoding: every frame is looked at twice. And it counts frames
-// where time has to count: of slides shown a minute apart, the third was a blur.
+// where time has to count: of slides shown a minute apart, the third was a blur. Key frames come
+// out three steps finer: a better reference leaves more to skip.
 constexpr const char* kQuantiser = "qp";
 constexpr int kSharp = 23;
 
@@ -30,9 +31,9 @@ constexpr std::int64_t kMeanBitRate = 6'000'000;
 constexpr std::int64_t kMaximumBitRate = 12'000'000;
 constexpr int kRateBuffer = 9'000'000;
 
-// A receiver that has lost its place, or a recording that is wound forward, finds it again within
-// this time. No more often: on a reliable channel nothing is lost, and a key frame is the most
-// expensive frame there is.
+// Of a screen that changes all the time; frames are what is counted. A recording that is wound
+// forward finds its place again there. No more often: on a reliable channel nothing is lost, and a
+// key frame is the most expensive frame there is.
 constexpr int kKeyFrameSeconds = 10;
 
 // Added to the level of every message of a context: below all that anybody listens for, and still
@@ -60,25 +61,31 @@ class Options {
 }  // namespace
 
 StatusOr<std::unique_ptr<LibavEncoder>> LibavEncoder::openBest(const EncoderSettings& settings) {
-  const HostSignalsBlocked inherited;  // by the threads that an encoder may start
-  Status status = AVERROR_ENCODER_NOT_FOUND;
+  const HostSignalsBlocked inherited;          // by the threads that an encoder may start
+  Status failure = AVERROR_ENCODER_NOT_FOUND;  // the first that is more than an absence
+  const auto failed = [&failure](Status status) {
+    if (failure == AVERROR_ENCODER_NOT_FOUND) failure = status;
+  };
   for (const EncoderCandidate& candidate : encoderCandidates()) {
     if (!hasDevice(candidate)) continue;
     auto opened = open(candidate, settings);
     if (std::holds_alternative<Status>(opened)) {
-      status = std::get<Status>(opened);
+      failed(std::get<Status>(opened));
       continue;
     }
     if (!candidate.hardware) return opened;
     // A driver may open and then fail, or hold frames back: it is asked for a few first, and
     // opened afresh so that the stream begins with a key frame.
-    status = std::get<std::unique_ptr<LibavEncoder>>(opened)->prove();
-    if (status != 0) continue;
+    if (const Status status = std::get<std::unique_ptr<LibavEncoder>>(opened)->prove();
+        status != 0) {
+      failed(status);
+      continue;
+    }
     std::get<std::unique_ptr<LibavEncoder>>(opened).reset();
     opened = open(candidate, settings);
     if (std::holds_alternative<std::unique_ptr<LibavEncoder>>(opened)) return opened;
   }
-  return status;
+  return failure;
 }
 
 StatusOr<std::unique_ptr<LibavEncoder>> LibavEncoder::open(const EncoderCandidate& candidate,
@@ -198,8 +205,7 @@ std::string LibavEncoder::describe(Status status) {
 }
 
 Status LibavEncoder::setCoarseness(int steps) {
-  if (!holdsQuantiser() || coarseness_ == steps) return 0;
-  return configure(steps);
+  return coarseness_ == steps ? 0 : configure(steps);
 }
 
 Status LibavEncoder::send(const std::shared_ptr<const PixelBuffer>& picture,

@@ -29,6 +29,7 @@ class LibavEncoder {
 
   const char* name() const { return context_->codec->name; }
   bool isHardware() const;
+  std::int64_t framesPerSecond() const { return settings_.framesPerSecond; }
 
   /// The parameter sets as Annex B; empty when the encoder sends them within the stream.
   std::span<const std::uint8_t> extradata() const;
@@ -36,9 +37,12 @@ class LibavEncoder {
   /// What a status says, in words.
   static std::string describe(Status status);
 
+  /// Whether frames are as sharp as is asked for; other encoders keep to a bit rate by themselves.
+  bool holdsQuantiser() const;
+
   /// How much coarser than meant the next frames are to be; see RateGovernor. A change begins the
-  /// stream anew, with other parameter sets and a key frame. An encoder that governs its rate
-  /// itself takes no notice.
+  /// stream anew, with other parameter sets and a key frame; frames held back are lost. Only for
+  /// one that `holdsQuantiser`.
   Status setCoarseness(int steps);
 
   /// Hands in a picture of the size asked for; one row or column more is cut off.
@@ -54,7 +58,6 @@ class LibavEncoder {
 
   static StatusOr<std::unique_ptr<LibavEncoder>> open(const EncoderCandidate& candidate,
                                                       const EncoderSettings& settings);
-  bool holdsQuantiser() const;
   Status configure(int coarseness);
   Status prepareDevice();
   Status prove();

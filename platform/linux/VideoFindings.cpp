@@ -81,7 +81,9 @@ Finding findEncoder() {
   settings.height = 1080;
   const auto opened = LibavEncoder::openBest(settings);
   if (const Status* status = std::get_if<Status>(&opened)) {
-    finding.sentence = "No H.264 encoder works: " + LibavEncoder::describe(*status);
+    finding.sentence = *status == AVERROR_ENCODER_NOT_FOUND
+                           ? "There is no H.264 encoder."
+                           : "No H.264 encoder works: " + LibavEncoder::describe(*status);
     finding.advice = "Install libavcodec with libx264.";
     return finding;
   }

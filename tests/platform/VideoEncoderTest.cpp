@@ -83,7 +83,7 @@ TEST(VideoEncoderTest, OddSizesAreCutToEvenOnes) {
   EXPECT_EQ(readFrameCounter(shown->data[0], shown->linesize[0], 640, 360), 5U);
 }
 
-TEST(VideoEncoderTest, KeyFrameComesEveryTenSeconds) {
+TEST(VideoEncoderTest, AScreenThatAlwaysChangesHasAKeyFrameEveryTenSeconds) {
   Output output;
   const auto session = makeSession(64, 48, output);
   ASSERT_NE(session, nullptr);
