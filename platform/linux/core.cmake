@@ -2,6 +2,8 @@
 add_library(tessel_asio OBJECT AsioImplementation.cpp)
 target_compile_definitions(tessel_asio PUBLIC
   ASIO_STANDALONE ASIO_SEPARATE_COMPILATION ASIO_NO_DEPRECATED)
+# A host may have an Asio of its own: neither may end up in the other's.
+target_compile_definitions(tessel_asio PUBLIC ASIO_DISABLE_VISIBILITY)
 if(TESSEL_SANITIZE MATCHES thread)
   # Asio's fences are on top of its locks. The sanitizer does not understand fences, but locks.
   target_compile_definitions(tessel_asio PUBLIC ASIO_DISABLE_FENCED_BLOCK)

@@ -49,6 +49,13 @@ _ctypes.dlclose(ctypes.CDLL(sys.argv[1])._handle)
 sys.exit("libtessel" not in open("/proc/self/maps").read())' "$(find "$folder/usr" -name libtessel.so)" ||
   fail "the code of the threads is gone"
 
+echo "What can be linked to"
+exported=$(nm -DC --defined-only "$(find "$folder/usr" -name libtessel.so)" | cut -d' ' -f3-)
+grep -q '^tessel::TSLSession::connect()$' <<< "$exported" || fail "the library's names are not told"
+others=$(grep -Ev '^((typeinfo|typeinfo name|vtable) for )?tessel::' <<< "$exported" ||
+  grep '^tessel::platform::' <<< "$exported" || true)
+[ -z "$others" ] || fail "more than the public interface: $others"
+
 echo "Through find_package"
 project found "find_package(Tessel 1.0 REQUIRED)"
 configure found -D CMAKE_PREFIX_PATH="$folder/usr"
