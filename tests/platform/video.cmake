@@ -3,6 +3,7 @@ pkg_check_modules(LIBAV_TEST REQUIRED IMPORTED_TARGET libavcodec libavutil)
 tessel_tests(video_tests
   SOURCES
     Decoder.cpp
+    EncoderCandidatesTest.cpp
     EncoderRateTest.cpp
     LibavSilenceTest.cpp
     NalUnitsTest.cpp
