@@ -111,7 +111,7 @@ class TSLDisplayConnection : public XMLParserDelegate,
 
   /// @name Properties
   /// @{
-  /// A link error has asked the session to disconnect.
+  /// The session is being ended by an accident: a link error, or a hub that has fallen silent.
   bool terminateAccidentally() const { return terminateAccidentally_; }
   void setTerminateAccidentally(bool accidentally) { terminateAccidentally_ = accidentally; }
   /// From the connection's ready state until it fails, is cancelled or stopped.

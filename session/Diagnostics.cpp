@@ -21,7 +21,8 @@ Finding findConfiguration() {
   }
   if (!file->pCfgDict()) {
     return {"configuration", false,
-            "The configuration file in " + folder + " is damaged, so the built-in settings hold.",
+            "The configuration file in " + folder +
+                " is damaged or may not be read, so the built-in settings hold.",
             "Remove VexCfg.plist there; a new one is made at the next start."};
   }
   return {"configuration", true, "The configuration file is " + folder + "/VexCfg.plist.", {}};

@@ -55,7 +55,8 @@ class CastSession final : public std::enable_shared_from_this<CastSession>, Fram
   /// Takes an input channel of this session's sender; a second one of its kind is refused.
   void addMouse(std::shared_ptr<ChannelStream> stream);
   void addKeyboard(std::shared_ptr<ChannelStream> stream);
-  /// Ends the session; the end handler is called once its last picture is done.
+  /// Ends the session; the end handler is called once the screen has
+  /// its last picture.
   void end(const std::string& problem);
 
   const std::string& address() const { return display_->address(); }

@@ -49,7 +49,7 @@ class FramePipeline {
     std::function<void(FrameReport)> done;
     /// A frame has been taken off a queue that was full.
     std::function<void()> room;
-    /// The last frame is done, after `finish`.
+    /// After `finish`: every frame is done or with the screen, which may have the last one to show.
     std::function<void()> finished;
     std::function<void(const std::string& sentence)> trouble;
   };

@@ -68,7 +68,8 @@ class Line {
     const char* end = text.data() + text.size();
     const auto [rest, error] = std::from_chars(text.data(), end, value);
     if (error != std::errc{} || rest != end || !(value >= 0) || value > most) {
-      fail(wanted + " must be a number from 0 to 3600, not \"" + text + "\"");
+      fail(wanted + " must be a number from 0 to " + std::to_string(static_cast<long>(most)) +
+           ", not \"" + text + "\"");
     }
     return value;
   }

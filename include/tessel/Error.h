@@ -19,7 +19,8 @@ namespace tessel {
 /// | 9    | the hub is busy                                                             |
 TESSEL_EXPORT extern const std::string TSLErrorDomain;
 
-/// Why something failed. Nothing in this library throws across its interface.
+/// Why something failed. Nothing in this library throws across its
+/// interface, unless the system has no thread or no memory left.
 struct Error {
   /// Who raised it: `TSLErrorDomain`, or the domain of a platform service.
   std::string domain;
