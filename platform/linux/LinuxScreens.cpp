@@ -95,6 +95,11 @@ bool LinuxScreens::connected() {
   nextAttempt_ = now + kAttemptInterval;
   connection_ = XConnection::open();
   if (!connection_) return false;
+  choice_->noteXwayland(connection_->isXwayland());
+  if (choice_->kind() != ScreenChoice::Kind::x11) {
+    connection_.reset();
+    return false;
+  }
   connection_->watchLayout();
   nextLayout_ = {};
   return true;

@@ -15,6 +15,8 @@ PixelArea intersection(const PixelArea& a, const PixelArea& b) {
           std::max(0, std::min(a.bottom(), b.bottom()) - y)};
 }
 
+bool isXwaylandOutput(std::string_view name) { return name.starts_with("XWAYLAND"); }
+
 std::unique_ptr<XConnection> XConnection::open() {
   int screenNumber = 0;
   const std::string display = environment("DISPLAY");
@@ -41,8 +43,12 @@ XConnection::XConnection(xcb_connection_t* connection, int screenNumber, std::st
       reply(xcb_randr_query_version_reply, xcb_randr_query_version(connection, 1, 5));
   if (!version) return;
   randrEvent_ = xcb_get_extension_data(connection, &xcb_randr_id)->first_event;
-  hasMonitors_ =
-      version->major_version > 1 || (version->major_version == 1 && version->minor_version >= 5);
+  const auto reaches = [&](std::uint32_t minor) {
+    return version->major_version > 1 ||
+           (version->major_version == 1 && version->minor_version >= minor);
+  };
+  hasMonitors_ = reaches(5);
+  hasRandr_ = reaches(3);
 }
 
 bool XConnection::succeeded(xcb_void_cookie_t cookie) const {
@@ -70,6 +76,30 @@ bool XConnection::has(xcb_extension_t& extension) const {
   const XWatch::Wait bounded{watch_};
   const xcb_query_extension_reply_t* data = xcb_get_extension_data(get(), &extension);
   return data != nullptr && data->present != 0;
+}
+
+bool XConnection::isXwayland() const {
+  // Recent ones say so themselves, and name their outputs as the desktop does.
+  constexpr std::string_view kExtension = "XWAYLAND";
+  const auto extension = reply(
+      xcb_query_extension_reply,
+      xcb_query_extension(get(), static_cast<std::uint16_t>(kExtension.size()), kExtension.data()));
+  if (extension && extension->present != 0) return true;
+  if (!hasRandr_) return false;
+  const auto resources = reply(xcb_randr_get_screen_resources_current_reply,
+                               xcb_randr_get_screen_resources_current(get(), root()));
+  if (!resources) return false;
+  const xcb_randr_output_t* outputs =
+      xcb_randr_get_screen_resources_current_outputs(resources.get());
+  const int count = xcb_randr_get_screen_resources_current_outputs_length(resources.get());
+  return std::any_of(outputs, outputs + count, [this](xcb_randr_output_t output) {
+    const auto info = reply(xcb_randr_get_output_info_reply,
+                            xcb_randr_get_output_info(get(), output, XCB_CURRENT_TIME));
+    return info &&
+           isXwaylandOutput(
+               {reinterpret_cast<const char*>(xcb_randr_get_output_info_name(info.get())),
+                static_cast<std::size_t>(xcb_randr_get_output_info_name_length(info.get()))});
+  });
 }
 
 void XConnection::watchLayout() {

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 #include <xcb/xcb.h>
 
@@ -51,6 +52,9 @@ struct XLayout {
   std::vector<XMonitor> monitors;  ///< the primary one first; empty when the server is gone
   bool operator==(const XLayout&) const = default;
 };
+
+/// Whether an output of that name belongs to an X server that only stands in for a Wayland desktop.
+bool isXwaylandOutput(std::string_view name);
 
 /// A connection to an X server. One thread at a time, within a PipeSignalGuard. It stays usable as
 /// an object when the server goes away: requests then have no effect and no reply. A server that
@@ -103,6 +107,9 @@ class XConnection {
   /// of an extension may be made before this has been asked.
   bool has(xcb_extension_t& extension) const;
 
+  /// Whether the server only stands in for a Wayland desktop, whose pixels it does not have.
+  bool isXwayland() const;
+
   /// Asks for events that tell of changes of the layout.
   void watchLayout();
   bool tellsOfLayout(const xcb_generic_event_t& event) const;
@@ -122,6 +129,7 @@ class XConnection {
   mutable XWatch watch_;
   const xcb_screen_t* screen_ = nullptr;
   bool hasMonitors_ = false;     // RandR 1.5
+  bool hasRandr_ = false;        // RandR 1.3 at least
   std::uint8_t randrEvent_ = 0;  // first event of RandR; 0 without it
 };
 
