@@ -3,18 +3,23 @@
 #include "platform/linux/Findings.h"
 #include "platform/linux/PipeSignalGuard.h"
 #include "platform/linux/ScreenChoice.h"
+#include "platform/linux/XConnection.h"
 #include "platform/linux/XTestDisplay.h"
 
 namespace tessel::platform {
 
 Finding findInput() {
   // An X server beside a Wayland desktop takes faked input, for its own few clients.
-  if (isWaylandDesktop()) {
+  const PipeSignalGuard guard;
+  const auto isXwayland = [] {
+    const auto connection = XConnection::open();
+    return connection && connection->isXwayland();
+  };
+  if (isWaylandDesktop() || isXwayland()) {
     return {"input", false,
             "This is a Wayland desktop, which the hub's mouse and keyboard cannot drive yet.",
             "Log in to an X11 session."};
   }
-  const PipeSignalGuard guard;
   std::string reason;
   if (!XTestDisplay::open(reason)) {
     return {"input", false,

@@ -72,8 +72,8 @@ Point LinuxScreens::mouseLocation() {
   const PipeSignalGuard guard;
   refresh();
   if (!connection_) return mouse_;
-  const XReply<xcb_query_pointer_reply_t> pointer{xcb_query_pointer_reply(
-      connection_->get(), xcb_query_pointer(connection_->get(), connection_->root()), nullptr)};
+  const auto pointer = connection_->reply(
+      xcb_query_pointer_reply, xcb_query_pointer(connection_->get(), connection_->root()));
   if (pointer) mouse_ = point(pointer->root_x, pointer->root_y);
   return mouse_;
 }
@@ -95,6 +95,11 @@ bool LinuxScreens::connected() {
   nextAttempt_ = now + kAttemptInterval;
   connection_ = XConnection::open();
   if (!connection_) return false;
+  choice_->noteXwayland(connection_->isXwayland());
+  if (choice_->kind() != ScreenChoice::Kind::x11) {
+    connection_.reset();
+    return false;
+  }
   connection_->watchLayout();
   nextLayout_ = {};
   return true;
@@ -108,7 +113,7 @@ void LinuxScreens::refresh() {
   }
   const auto now = steady_clock::now();
   bool stale = now >= nextLayout_;
-  while (const XEvent event{xcb_poll_for_event(connection_->get())}) {
+  while (const XEvent event = connection_->event()) {
     stale = stale || connection_->tellsOfLayout(*event);
   }
   if (connection_->alive() && !stale) return;

@@ -11,6 +11,10 @@
 namespace tessel::platform {
 namespace {
 
+constexpr const char* kWayland =
+    "Casting a Wayland desktop is not there yet: log in to an X11 session, or cast the test "
+    "picture.";
+
 Error obstacleBecause(std::string sentence) {
   return {kCaptureErrorDomain, kCaptureErrorUnknown, std::move(sentence)};
 }
@@ -29,7 +33,12 @@ bool isWaylandDesktop() {
 
 void ScreenChoice::choose(ScreenSource source, Size patternSize) {
   choice_.set({source, patternSize});
+  noteXwayland(false);
 }
+
+void ScreenChoice::noteXwayland(bool isXwayland) { isXwayland_.set(isXwayland); }
+
+bool ScreenChoice::isWayland() const { return isWaylandDesktop() || isXwayland_.get(); }
 
 ScreenChoice::Kind ScreenChoice::kind() const {
   switch (choice_.get().source) {
@@ -37,7 +46,7 @@ ScreenChoice::Kind ScreenChoice::kind() const {
       return Kind::pattern;
     case ScreenSource::automatic:
       // The X server beside a Wayland desktop shows nothing but black.
-      if (isWaylandDesktop()) return Kind::none;
+      if (isWayland()) return Kind::none;
       [[fallthrough]];
     case ScreenSource::x11:
       return *environment("DISPLAY") == '\0' ? Kind::none : Kind::x11;
@@ -45,17 +54,14 @@ ScreenChoice::Kind ScreenChoice::kind() const {
   return Kind::none;
 }
 
-std::optional<Error> ScreenChoice::obstacle() const {
+std::optional<Error> ScreenChoice::obstacle() {
   const Choice choice = choice_.get();
   if (choice.source == ScreenSource::pattern) {
     if (choice.patternSize.width >= 2 && choice.patternSize.height >= 2) return std::nullopt;
     return obstacleBecause("The test picture needs at least 2 by 2 pixels.");
   }
-  if (choice.source == ScreenSource::automatic && isWaylandDesktop()) {
-    return obstacleBecause(
-        "Casting a Wayland desktop is not there yet: log in to an X11 session, or cast the test "
-        "picture.");
-  }
+  const bool automatic = choice.source == ScreenSource::automatic;
+  if (automatic && isWaylandDesktop()) return obstacleBecause(kWayland);
   const std::string display = environment("DISPLAY");
   if (display.empty()) {
     return obstacleBecause(
@@ -63,7 +69,11 @@ std::optional<Error> ScreenChoice::obstacle() const {
         "cast the test picture.");
   }
   const PipeSignalGuard guard;
-  if (XConnection::open()) return std::nullopt;
+  if (const auto connection = XConnection::open()) {
+    noteXwayland(connection->isXwayland());
+    if (automatic && isWayland()) return obstacleBecause(kWayland);
+    return std::nullopt;
+  }
   return obstacleBecause("The X server of display " + display +
                          " cannot be reached: check DISPLAY and XAUTHORITY, or cast the test "
                          "picture.");

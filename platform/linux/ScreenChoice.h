@@ -25,7 +25,12 @@ class ScreenChoice {
   Size patternSize() const { return choice_.get().patternSize; }
 
   /// Why the choice comes to nothing, and what to do about it; none when it does not.
-  std::optional<Error> obstacle() const;
+  std::optional<Error> obstacle();
+
+  /// Takes in whether the X server that DISPLAY names only stands in for a Wayland desktop, which
+  /// the variables do not tell where they have not been passed on (ssh, sudo). Until the next
+  /// choice.
+  void noteXwayland(bool isXwayland);
 
  private:
   struct Choice {
@@ -33,10 +38,13 @@ class ScreenChoice {
     Size patternSize{1920, 1080};
   };
 
+  bool isWayland() const;
+
   Synchronized<Choice> choice_;
+  Synchronized<bool> isXwayland_;
 };
 
-/// Whether the desktop that this process belongs to is a Wayland one.
+/// Whether the desktop that this process belongs to is a Wayland one, as far as its variables tell.
 bool isWaylandDesktop();
 
 /// The value of an environment variable; empty when it is not set.

@@ -13,6 +13,8 @@
 #include "platform/Log.h"
 #include "platform/linux/HostSignals.h"
 #include "platform/linux/PipeSignalGuard.h"
+#include "platform/linux/ScreenChoice.h"
+#include "platform/linux/XConnect.h"
 #include "platform/linux/XFrameSource.h"
 
 namespace tessel::platform {
@@ -29,6 +31,9 @@ constexpr Duration kDefaultFrameDuration = Duration{seconds{1}} / 30;
 // How often the server's word is checked, and how long it is given to tell late.
 constexpr Duration kVerifyInterval = seconds{1};
 constexpr Duration kVerifyAgain = milliseconds{50};
+
+// How often a server that does not answer is tried again.
+constexpr Duration kRetryInterval = seconds{1};
 
 }  // namespace
 
@@ -58,12 +63,33 @@ class XCaptureSession::Loop {
 
   void run() {
     const PipeSignalGuard guard;
-    source_ = XFrameSource::open(input_.displayID, static_cast<int>(output_.size.width),
-                                 static_cast<int>(output_.size.height));
-    if (!source_) {
-      log("%s: no frame will come: the X server cannot be read", kStart);
-      return;
-    }
+    bool hasAnswered = false;
+    bool wasSilent = false;
+    do {
+      source_ = XFrameSource::open(input_.displayID, static_cast<int>(output_.size.width),
+                                   static_cast<int>(output_.size.height));
+      if (source_) {
+        hasAnswered = true;
+        if (!capture()) break;  // told to stop
+      }
+      const bool silent = source_ ? source_->silent() : isSilentXServer(environment("DISPLAY"));
+      source_.reset();
+      // A server that has gone after all shows it at the next try.
+      if (!silent && !wasSilent) {
+        log(hasAnswered ? "%s: no further frame will come: the X server is gone"
+                        : "%s: no frame will come: the X server cannot be read",
+            kStart);
+        return;
+      }
+      if (!wasSilent) log("%s: no frame comes until the X server answers again", kStart);
+      wasSilent = silent;
+    } while (sleepUntil(clock_->uptime() + kRetryInterval));
+    source_.reset();
+  }
+
+ private:
+  // Until the server is lost, or false when told to stop.
+  bool capture() {
     nextFrame_ = clock_->uptime();
     nextVerify_ = nextFrame_ + kVerifyInterval;
     do {
@@ -76,11 +102,9 @@ class XCaptureSession::Loop {
       // What the server said while it was asked has been read already: poll would not wake for it.
       source_->processEvents();
     } while (source_->alive() && sleep());
-    if (!source_->alive()) log("%s: no further frame will come: the X server is gone", kStart);
-    source_.reset();
+    return !source_->alive();
   }
 
- private:
   void frame(Duration now) {
     // The rhythm is kept, unless a frame came so late that the next would follow at once.
     nextFrame_ = std::max(nextFrame_ + frameDuration_, now + frameDuration_ / 2);
@@ -97,9 +121,13 @@ class XCaptureSession::Loop {
   // Until the server says something, or something is due. False when told to stop.
   bool sleep() {
     const Duration due = source_->changed() ? std::min(nextFrame_, nextVerify_) : nextVerify_;
+    return sleepUntil(due, source_->descriptor());
+  }
+
+  bool sleepUntil(Duration due, int descriptor = -1) const {
     const Duration left = std::max(due - clock_->uptime(), Duration::zero());
     const timespec timeout{left / seconds{1}, (left % seconds{1}).count()};
-    std::array<pollfd, 2> files{{{wake_, POLLIN, 0}, {source_->descriptor(), POLLIN, 0}}};
+    std::array<pollfd, 2> files{{{wake_, POLLIN, 0}, {descriptor, POLLIN, 0}}};
     ppoll(files.data(), files.size(), &timeout, nullptr);
     return files[0].revents == 0;
   }

@@ -6,10 +6,10 @@ namespace {
 bool understands(const XConnection& connection) {
   if (!connection.has(xcb_damage_id) || !connection.has(xcb_xfixes_id)) return false;
   // Both want to be told which version their client speaks.
-  const XReply<xcb_damage_query_version_reply_t> damage{xcb_damage_query_version_reply(
-      connection.get(), xcb_damage_query_version(connection.get(), 1, 1), nullptr)};
-  const XReply<xcb_xfixes_query_version_reply_t> fixes{xcb_xfixes_query_version_reply(
-      connection.get(), xcb_xfixes_query_version(connection.get(), 2, 0), nullptr)};
+  const auto damage = connection.reply(xcb_damage_query_version_reply,
+                                       xcb_damage_query_version(connection.get(), 1, 1));
+  const auto fixes = connection.reply(xcb_xfixes_query_version_reply,
+                                      xcb_xfixes_query_version(connection.get(), 2, 0));
   return damage && fixes && fixes->major_version >= 2;
 }
 
@@ -24,7 +24,7 @@ XDamage::XDamage(XConnection& connection) : connection_{connection} {
   xcb_damage_create(connection.get(), damage_, connection.root(),
                     XCB_DAMAGE_REPORT_LEVEL_NON_EMPTY);
   xcb_xfixes_create_region(connection.get(), region_, 0, nullptr);
-  xcb_flush(connection.get());
+  connection.flush();
 }
 
 XDamage::~XDamage() {
@@ -45,8 +45,8 @@ std::vector<PixelArea> XDamage::take() {
   // Cleared first: what changes from here on announces itself again.
   pending_ = false;
   xcb_damage_subtract(connection_.get(), damage_, XCB_NONE, region_);
-  const XReply<xcb_xfixes_fetch_region_reply_t> region{xcb_xfixes_fetch_region_reply(
-      connection_.get(), xcb_xfixes_fetch_region(connection_.get(), region_), nullptr)};
+  const auto region = connection_.reply(xcb_xfixes_fetch_region_reply,
+                                        xcb_xfixes_fetch_region(connection_.get(), region_));
   if (!region) return areas;
   const xcb_rectangle_t* rectangles = xcb_xfixes_fetch_region_rectangles(region.get());
   const int count = xcb_xfixes_fetch_region_rectangles_length(region.get());

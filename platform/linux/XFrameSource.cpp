@@ -103,7 +103,7 @@ XFrameSource::XFrameSource(std::unique_ptr<XConnection> connection, XPixelFormat
 }
 
 void XFrameSource::processEvents() {
-  while (const XEvent event{xcb_poll_for_event(connection_->get())}) {
+  while (const XEvent event = connection_->event()) {
     damage_.handle(*event);
     layoutChanged_ = layoutChanged_ || connection_->tellsOfLayout(*event);
   }

@@ -29,6 +29,9 @@ class XFrameSource {
   /// False once the server has gone.
   bool alive() const { return connection_->alive(); }
 
+  /// Whether it has gone only in so far as it did not answer: it may answer again.
+  bool silent() const { return connection_->silent(); }
+
   /// Takes in what the server has said. To be called whenever `descriptor` may have become
   /// readable.
   void processEvents();

@@ -15,8 +15,8 @@ std::size_t aligned(std::size_t size) { return (size + 63) / 64 * 64; }
 // MIT-SHM 1.2 takes the memory as a file descriptor, which needs no name that could leak.
 bool canTakeMemory(const XConnection& connection) {
   if (!connection.has(xcb_shm_id)) return false;
-  const XReply<xcb_shm_query_version_reply_t> version{xcb_shm_query_version_reply(
-      connection.get(), xcb_shm_query_version(connection.get()), nullptr)};
+  const auto version =
+      connection.reply(xcb_shm_query_version_reply, xcb_shm_query_version(connection.get()));
   return version && (version->major_version > 1 || version->minor_version >= 2);
 }
 
@@ -52,14 +52,15 @@ bool XGrabber::reserve(std::size_t size) {
   size_ = size;
   segment_ = xcb_generate_id(connection_.get());
   // The connection closes the descriptor.
-  const XReply<xcb_generic_error_t> error{xcb_request_check(
-      connection_.get(), xcb_shm_attach_fd_checked(connection_.get(), segment_, file, 0))};
-  if (!error && connection_.alive()) return true;
+  if (connection_.succeeded(xcb_shm_attach_fd_checked(connection_.get(), segment_, file, 0))) {
+    return true;
+  }
   segment_ = 0;
   release();
   return false;
 }
 
+// The server has its own mapping of the memory. One that answers late writes where nobody looks.
 void XGrabber::release() {
   if (segment_ != 0) xcb_shm_detach(connection_.get(), segment_);
   if (memory_ != nullptr) munmap(memory_, size_);
@@ -83,10 +84,7 @@ std::vector<const std::uint8_t*> XGrabber::grabShared(std::span<const PixelArea>
   }
   bool complete = true;
   for (const xcb_shm_get_image_cookie_t cookie : cookies) {
-    xcb_generic_error_t* error = nullptr;
-    const XReply<xcb_shm_get_image_reply_t> reply{
-        xcb_shm_get_image_reply(connection_.get(), cookie, &error)};
-    const XReply<xcb_generic_error_t> owned{error};
+    const auto reply = connection_.reply(xcb_shm_get_image_reply, cookie);
     complete = complete && reply;
   }
   if (!complete) pixels.clear();
@@ -106,10 +104,7 @@ std::vector<const std::uint8_t*> XGrabber::grabCopied(std::span<const PixelArea>
   std::vector<const std::uint8_t*> pixels;
   bool complete = true;
   for (std::size_t index = 0; index < areas.size(); ++index) {
-    xcb_generic_error_t* error = nullptr;
-    XReply<xcb_get_image_reply_t> reply{
-        xcb_get_image_reply(connection_.get(), cookies[index], &error)};
-    const XReply<xcb_generic_error_t> owned{error};
+    auto reply = connection_.reply(xcb_get_image_reply, cookies[index]);
     const std::size_t needed =
         format_.stride(areas[index].width) * static_cast<std::size_t>(areas[index].height);
     if (!reply || static_cast<std::size_t>(xcb_get_image_data_length(reply.get())) < needed) {

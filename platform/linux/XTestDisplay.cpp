@@ -1,9 +1,7 @@
 #include "platform/linux/XTestDisplay.h"
 
-#include <poll.h>
 #include <span>
 #include <utility>
-#include <xcb/xcbext.h>
 #include <xcb/xtest.h>
 
 #include "platform/linux/ScreenChoice.h"
@@ -21,8 +19,6 @@ constexpr std::uint8_t kAbsolute = 0;
 // As for the list of screens, whose coordinates these are: the server does not tell of monitors
 // that a user has defined.
 constexpr auto kLayoutAge = std::chrono::seconds{1};
-
-constexpr auto kLongestWait = std::chrono::seconds{1};
 
 }  // namespace
 
@@ -62,12 +58,13 @@ PixelArea XTestDisplay::firstScreen() {
 
 // Takes the errors too, and the events that the server sends to everybody, lest they pile up.
 void XTestDisplay::readEvents() {
-  while (const XEvent event{xcb_poll_for_event(connection_->get())}) {
+  while (const XEvent event = connection_->event()) {
     layoutChanged_ = layoutChanged_ || connection_->tellsOfLayout(*event);
   }
 }
 
 void XTestDisplay::fake(std::uint8_t type, std::uint8_t detail, std::int16_t x, std::int16_t y) {
+  const XWatch::Wait bounded = connection_->bounded();
   xcb_test_fake_input(connection_->get(), type, detail, XCB_CURRENT_TIME, connection_->root(), x, y,
                       0);
 }
@@ -86,24 +83,19 @@ void XTestDisplay::key(std::uint8_t evdev, bool down) {
 }
 
 void XTestDisplay::flush() {
-  xcb_flush(connection_->get());
+  connection_->flush();
   readEvents();
 }
 
-// Any request with a reply: requests are done in order.
-void XTestDisplay::finish() { await<void>(xcb_get_input_focus(connection_->get()).sequence); }
+void XTestDisplay::finish() { connection_->finish(); }
 
 std::optional<bool> XTestDisplay::modifierIsOn(std::uint8_t evdev) {
   auto* const connection = connection_->get();
-  const unsigned mapping = xcb_get_modifier_mapping(connection).sequence;
-  const unsigned pointer = xcb_query_pointer(connection, connection_->root()).sequence;
-  const auto state = await<xcb_query_pointer_reply_t>(pointer);
-  if (!state) {
-    xcb_discard_reply(connection, mapping);
-    return std::nullopt;
-  }
-  const auto map = await<xcb_get_modifier_mapping_reply_t>(mapping);  // came before
-  if (!map) return std::nullopt;
+  const xcb_get_modifier_mapping_cookie_t mapping = xcb_get_modifier_mapping(connection);
+  const xcb_query_pointer_cookie_t pointer = xcb_query_pointer(connection, connection_->root());
+  const auto map = connection_->reply(xcb_get_modifier_mapping_reply, mapping);
+  const auto state = connection_->reply(xcb_query_pointer_reply, pointer);
+  if (!map || !state) return std::nullopt;
   // A row of key codes for each modifier, in the order of the bits.
   const std::span codes{
       xcb_get_modifier_mapping_keycodes(map.get()),
@@ -113,29 +105,6 @@ std::optional<bool> XTestDisplay::modifierIsOn(std::uint8_t evdev) {
     return (state->mask >> i / map->keycodes_per_modifier & 1) != 0;
   }
   return false;
-}
-
-// The reply to a request; null after a second without it.
-template <typename Reply>
-XReply<Reply> XTestDisplay::await(unsigned sequence) {
-  auto* const connection = connection_->get();
-  xcb_flush(connection);
-  const auto end = steady_clock::now() + kLongestWait;
-  pollfd readable{xcb_get_file_descriptor(connection), POLLIN, 0};
-  while (alive()) {
-    void* reply = nullptr;
-    xcb_generic_error_t* error = nullptr;
-    const bool done = xcb_poll_for_reply(connection, sequence, &reply, &error) != 0;
-    XReply<Reply> replyHolder{static_cast<Reply*>(reply)};
-    const XReply<xcb_generic_error_t> errorHolder{error};
-    if (done) return replyHolder;
-    const auto left =
-        std::chrono::duration_cast<std::chrono::milliseconds>(end - steady_clock::now());
-    if (left.count() <= 0) break;
-    poll(&readable, 1, static_cast<int>(left.count()));
-  }
-  xcb_discard_reply(connection, sequence);
-  return nullptr;
 }
 
 }  // namespace tessel::platform

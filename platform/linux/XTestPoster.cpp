@@ -24,6 +24,14 @@ constexpr std::uint8_t kWheelDown = 5;
 // What a wheel's byte can ask for.
 constexpr std::int32_t kMostLines = 255;
 
+// A server that does not answer is tried again this often at most.
+constexpr auto kAttemptInterval = std::chrono::seconds{1};
+
+// Each of them once, however often it is noted.
+void note(std::vector<std::uint8_t>& codes, std::uint8_t code) {
+  if (std::ranges::count(codes, code) == 0) codes.push_back(code);
+}
+
 // The place of a coordinate among a screen's pixels.
 int pixel(double coordinate, int size) {
   const double last = std::max(size - 1, 0);
@@ -95,11 +103,36 @@ XTestPoster::XTestPoster(std::unique_ptr<XTestDisplay> display)
 
 XTestPoster::~XTestPoster() { close(); }
 
-bool XTestPoster::canPost() const { return display_ && !closed_ && display_->alive(); }
+bool XTestPoster::answers() {
+  if (!display_) return false;
+  if (!display_->alive() && display_->silent() && !closed_) reconnect();
+  return display_->alive();
+}
+
+void XTestPoster::reconnect() {
+  const auto now = std::chrono::steady_clock::now();
+  if (now < nextAttempt_) return;
+  nextAttempt_ = now + kAttemptInterval;
+  std::string reason;
+  std::unique_ptr<XTestDisplay> again = XTestDisplay::open(reason);
+  if (!again) return;
+  display_ = std::move(again);
+  for (const Held* keys : {&keys_, &keysReleased_}) {
+    std::for_each(keys->rbegin(), keys->rend(),
+                  [this](std::uint8_t key) { display_->key(key, false); });
+  }
+  for (const Held* buttons : {&buttons_, &buttonsReleased_}) {
+    for (const std::uint8_t button : *buttons) display_->button(button, false);
+  }
+  for (Held* each : {&keys_, &keysReleased_, &buttons_, &buttonsReleased_}) each->clear();
+  display_->flush();
+}
 
 std::optional<MouseEvent> XTestPoster::createMouseEvent(MouseEventType type, Point position,
                                                         MouseButton button) {
-  if (!display_ || !display_->alive()) return std::nullopt;
+  const std::lock_guard lock{mutex_};
+  const PipeSignalGuard guard;
+  if (!answers()) return std::nullopt;
   return MouseEvent{type, position, button, 1};
 }
 
@@ -149,11 +182,14 @@ void XTestPoster::postButton(std::uint8_t button, bool down) {
     buttons_.push_back(button);
   } else {
     std::erase(buttons_, button);
+    note(buttonsReleased_, button);
   }
 }
 
 std::optional<ScrollWheelEvent> XTestPoster::createScrollWheelEvent(std::int32_t lines) {
-  if (!display_ || !display_->alive()) return std::nullopt;
+  const std::lock_guard lock{mutex_};
+  const PipeSignalGuard guard;
+  if (!answers()) return std::nullopt;
   return ScrollWheelEvent{lines};
 }
 
@@ -168,12 +204,15 @@ void XTestPoster::post(const ScrollWheelEvent& event) {
     display_->button(button, true);
     display_->button(button, false);
   }
+  note(buttonsReleased_, button);
   display_->flush();
 }
 
 std::optional<KeyboardEvent> XTestPoster::createKeyboardEvent(std::uint16_t virtualKey,
                                                               bool keyDown) {
-  if (!display_ || !display_->alive() || !evdevCode(virtualKey)) return std::nullopt;
+  const std::lock_guard lock{mutex_};
+  const PipeSignalGuard guard;
+  if (!answers() || !evdevCode(virtualKey)) return std::nullopt;
   return KeyboardEvent{virtualKey, keyDown, 0};
 }
 
@@ -199,6 +238,7 @@ void XTestPoster::postKey(std::uint8_t evdev, bool down) {
     keys_.push_back(evdev);
   } else {
     std::erase(keys_, evdev);
+    note(keysReleased_, evdev);
   }
 }
 
@@ -219,6 +259,7 @@ void XTestPoster::releaseAll() {
 void XTestPoster::close() {
   const std::lock_guard lock{mutex_};
   const PipeSignalGuard guard;
+  nextAttempt_ = {};  // the last chance
   if (!canPost()) return;
   releaseHeld();
   display_->finish();

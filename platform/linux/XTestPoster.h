@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -22,6 +23,10 @@ namespace tessel::platform {
 ///
 /// A press of caps lock or num lock turns the computer's own lock, which would stay so when the
 /// hub's user has gone. So in the end a lock is turned back, if it was this poster that turned it.
+///
+/// When the server does not answer, events go nowhere until it does. What was on its way then is
+/// lost, so all that may be down by then is released first. What is held when the poster closes
+/// meanwhile stays down.
 class XTestPoster final : public EventPoster {
  public:
   /// Without a display it makes no events.
@@ -55,7 +60,9 @@ class XTestPoster final : public EventPoster {
     std::optional<bool> wasOn = std::nullopt;  ///< before they did, if the server told
   };
 
-  bool canPost() const;
+  bool answers();
+  bool canPost() { return !closed_ && answers(); }
+  void reconnect();
   void moveTo(Point position);
   void postButton(std::uint8_t button, bool down);
   void postKey(std::uint8_t evdev, bool down);
@@ -65,9 +72,13 @@ class XTestPoster final : public EventPoster {
   void turnBack(Lock& lock);
 
   std::mutex mutex_;  // guards all below: `releaseAll` and `close` come from any thread
-  const std::unique_ptr<XTestDisplay> display_;
+  std::unique_ptr<XTestDisplay> display_;
+  std::chrono::steady_clock::time_point nextAttempt_;
   Held buttons_;
   Held keys_;  // evdev codes
+  // What has been released over this connection: down still, if the server never read that.
+  Held buttonsReleased_;
+  Held keysReleased_;
   std::array<Lock, 2> locks_;
   bool closed_ = false;
 };

@@ -19,10 +19,12 @@ tessel_linux_service(video
     VideoFindings.cpp
     VideoServices.cpp
     XCaptureSession.cpp
+    XConnect.cpp
     XConnection.cpp
     XDamage.cpp
     XFrameSource.cpp
     XGrabber.cpp
     XPixelFormat.cpp
+    XWatch.cpp
   LINK PkgConfig::XCB PkgConfig::LIBAV ${YUV_LIBRARY} Threads::Threads)
 target_include_directories(tessel_linux_video SYSTEM PRIVATE ${YUV_INCLUDE})

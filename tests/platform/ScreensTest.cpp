@@ -5,6 +5,8 @@
 #include "platform/PatternCapture.h"
 #include "platform/Screens.h"
 #include "platform/TestPattern.h"
+#include "platform/linux/ScreenChoice.h"
+#include "platform/linux/XConnection.h"
 #include "tests/platform/Capture.h"
 #include "tests/support/PrivateXServer.h"
 
@@ -104,6 +106,30 @@ TEST(ScreensTest, WaylandDesktopIsRefusedInOneSentence) {
 
   EXPECT_EQ(obstacle(ScreenSource::x11), "");
   EXPECT_EQ(screens().screens().size(), 1U);
+}
+
+TEST(ScreensTest, XServerBesideAWaylandDesktopIsKnownByItsOutputs) {
+  EXPECT_TRUE(isXwaylandOutput("XWAYLAND0"));
+  EXPECT_TRUE(isXwaylandOutput("XWAYLAND12"));
+  for (const char* name : {"", "screen", "DP-1", "HDMI-A-1", "eDP-1", "VGA-XWAYLAND0", "XWAY"}) {
+    EXPECT_FALSE(isXwaylandOutput(name)) << name;
+  }
+  const PrivateXServer server;
+  EXPECT_FALSE(XConnection::open()->isXwayland());
+}
+
+TEST(ScreensTest, XServerBesideAWaylandDesktopIsCastOnlyWhenItIsNamed) {
+  const PrivateXServer server;
+  ScreenChoice choice;
+  EXPECT_EQ(choice.kind(), ScreenChoice::Kind::x11);
+  choice.noteXwayland(true);
+  EXPECT_EQ(choice.kind(), ScreenChoice::Kind::none);
+  choice.choose(ScreenSource::x11, {});
+  choice.noteXwayland(true);
+  EXPECT_EQ(choice.kind(), ScreenChoice::Kind::x11);
+  EXPECT_EQ(choice.obstacle(), std::nullopt);
+  choice.choose(ScreenSource::automatic, {});
+  EXPECT_EQ(choice.kind(), ScreenChoice::Kind::x11);
 }
 
 TEST(ScreensTest, NoDisplayIsToldInOneSentence) {

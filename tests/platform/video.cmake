@@ -9,6 +9,7 @@ tessel_tests(video_tests
     NalUnitsTest.cpp
     RateGovernorTest.cpp
     ScreensTest.cpp
+    SilentXServerTest.cpp
     TestPatternTest.cpp
     UnreportedChangeTest.cpp
     VideoEncoderTest.cpp

@@ -86,12 +86,21 @@ void PrivateXServer::end() {
     std::ofstream{own} << std::setw(10) << getpid() << '\n';
     std::rename(own.c_str(), lockFile().c_str());
   }
+  resume();
   kill(pid_, SIGKILL);
   waitpid(pid_, nullptr, 0);
   pid_ = 0;
   // A server that is killed leaves its socket behind.
   if (!display_.empty()) unlink(("/tmp/.X11-unix/X" + display_.substr(1)).c_str());
 }
+
+void PrivateXServer::suspend() const {
+  kill(pid_, SIGSTOP);
+  int status = 0;
+  waitpid(pid_, &status, WUNTRACED);
+}
+
+void PrivateXServer::resume() const { kill(pid_, SIGCONT); }
 
 std::string PrivateXServer::lockFile() const { return "/tmp/.X" + display_.substr(1) + "-lock"; }
 

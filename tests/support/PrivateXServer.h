@@ -35,6 +35,10 @@ class PrivateXServer {
   /// Ends the server and waits until it is gone. Its number stays taken as long as this object is.
   void end();
 
+  /// Lets the server answer nothing, as one that hangs; until it is resumed or this object ends.
+  void suspend() const;
+  void resume() const;
+
   /// Runs a program against the server ("xrandr --fb 800x600") and returns its exit status.
   int run(const std::string& command) const;
 

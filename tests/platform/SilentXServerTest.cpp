@@ -1,0 +1,226 @@
+#include <array>
+#include <chrono>
+#include <gtest/gtest.h>
+#include <linux/input-event-codes.h>
+#include <memory>
+#include <string>
+#include <sys/socket.h>
+#include <thread>
+#include <unistd.h>
+
+#include "platform/EventPoster.h"
+#include "platform/TestPattern.h"
+#include "platform/linux/XConnect.h"
+#include "platform/linux/XConnection.h"
+#include "platform/linux/XWatch.h"
+#include "tessel/Log.h"
+#include "tests/platform/Capture.h"
+#include "tests/support/Eventually.h"
+#include "tests/support/PrivateXServer.h"
+
+namespace tessel::platform {
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+using std::chrono::steady_clock;
+using test::PrivateXServer;
+using test::XPainter;
+
+// What one wait for the server may take, and what is left to a machine that is busy.
+constexpr auto kOneWait = kXServerPatience + seconds{2};
+
+// Calls that do not wait for the server in full.
+constexpr auto kAtOnce = seconds{2};
+static_assert(kAtOnce < kXServerPatience);
+
+// How long a piece of work takes.
+template <typename Work>
+milliseconds timeOf(Work work) {
+  const auto start = steady_clock::now();
+  work();
+  return std::chrono::duration_cast<milliseconds>(steady_clock::now() - start);
+}
+
+// Whether it comes to hold, in time.
+template <typename Holds>
+bool becomes(Holds holds) {
+  for (const auto end = steady_clock::now() + seconds{10}; steady_clock::now() < end;) {
+    if (holds()) return true;
+    std::this_thread::yield();
+  }
+  return false;
+}
+
+Screens& screens() { return *services().screens; }
+
+bool isDown(const XPainter& painter, int keyCode) {
+  const XReply<xcb_query_keymap_reply_t> keys{xcb_query_keymap_reply(
+      painter.connection(), xcb_query_keymap(painter.connection()), nullptr)};
+  return keys && (keys->keys[keyCode / 8] >> (keyCode % 8) & 1) != 0;
+}
+
+void postKey(EventPoster& poster, bool down) {
+  constexpr std::uint16_t kVirtualA = 0;
+  if (const auto event = poster.createKeyboardEvent(kVirtualA, down)) poster.post(*event);
+}
+constexpr int kKeyCodeA = KEY_A + 8;
+
+TEST(SilentXServerTest, StoppingACaptureWaitsForOneAnswerAtMost) {
+  const PrivateXServer server;
+  chooseScreen();
+  const Capture capture{{1280, 720}};
+  ASSERT_TRUE(capture.frames->waitForCount(1));
+  server.suspend();
+  // Longer than the interval at which it asks the server something, whatever changes.
+  EXPECT_FALSE(capture.frames->waitForCount(2, milliseconds{1200}));
+  EXPECT_LT(timeOf([&] { capture.session->stopRunning(); }), kOneWait);
+
+  // Nor does one that starts meanwhile wait for longer.
+  capture.session->startRunning();
+  EXPECT_LT(timeOf([&] { capture.session->stopRunning(); }), kOneWait);
+  EXPECT_LT(timeOf([&] { EXPECT_EQ(XConnection::open(), nullptr); }), kAtOnce);
+
+  server.resume();
+  const std::size_t count = capture.frames->frames().size();
+  capture.session->startRunning();
+  EXPECT_TRUE(capture.frames->waitForCount(count + 1));
+}
+
+TEST(SilentXServerTest, FramesGoOnWhenTheServerAnswersAgain) {
+  const auto silence = std::make_shared<test::Eventually<int>>(0);
+  setLogSink([silence](std::string_view line) {
+    if (line ==
+        "-[XCaptureSession startRunning]: no frame comes until the X server answers again") {
+      silence->update([](int& count) { ++count; });
+    }
+  });
+  const PrivateXServer server;
+  chooseScreen();
+  XPainter painter;
+  painter.clear(kGrey);
+  const Capture capture{{1280, 720}};
+  ASSERT_TRUE(capture.frames->waitForCount(1));
+  server.suspend();
+  EXPECT_TRUE(silence->becomes([](int count) { return count == 1; }));
+  server.resume();
+  painter.clear(kWhite);
+  EXPECT_NE(capture.frames->waitFor([](const PixelBuffer& picture) {
+    return isNear(lumaAt(picture, 640, 360), kWhiteLuma);
+  }),
+            nullptr);
+  EXPECT_EQ(silence->get(), 1);
+  setLogSink(nullptr);
+}
+
+TEST(SilentXServerTest, CursorIsWaitedForOnce) {
+  const PrivateXServer server;
+  chooseScreen();
+  XPainter painter;
+  painter.warpPointer(30, 20);
+  ASSERT_EQ(screens().mouseLocation(), (Point{30, 700}));
+  server.suspend();
+  EXPECT_LT(timeOf([] { screens().mouseLocation(); }), kOneWait);
+  EXPECT_LT(timeOf([] {
+              screens().mouseLocation();
+              screens().mouseLocation();
+              screens().screens();
+            }),
+            kAtOnce);
+  server.resume();
+  painter.warpPointer(40, 20);
+  EXPECT_TRUE(becomes([] { return screens().mouseLocation() == Point{40, 700}; }));
+}
+
+TEST(SilentXServerTest, ChoiceIsRefusedInTime) {
+  const PrivateXServer server;
+  server.suspend();
+  std::optional<Error> error;
+  EXPECT_LT(timeOf([&] { error = screens().select(ScreenSource::automatic, {}); }), kOneWait);
+  ASSERT_TRUE(error.has_value());
+  EXPECT_NE(error->localizedDescription.find(server.display()), std::string::npos);
+  server.resume();
+  EXPECT_TRUE(becomes([] { return !screens().select(ScreenSource::automatic, {}); }));
+}
+
+TEST(SilentXServerTest, PostingEndsInTimeHoweverMuchIsPosted) {
+  const PrivateXServer server;
+  chooseScreen();
+  const auto poster = services().eventPosting->makeEventPoster();
+  postKey(*poster, true);
+  postKey(*poster, false);
+  server.suspend();
+  // Far more than the socket takes.
+  EXPECT_LT(timeOf([&] {
+              for (int count = 0; count < 5000; ++count) postKey(*poster, count % 2 == 0);
+            }),
+            kOneWait);
+  EXPECT_LT(timeOf([&] {
+              if (const auto event = poster->createMouseEvent(MouseEventType::kMoved, {1, 1},
+                                                              MouseButton::kLeft)) {
+                poster->post(*event);
+              }
+              poster->releaseAll();
+              poster->close();
+            }),
+            kAtOnce);
+}
+
+TEST(SilentXServerTest, WhatIsHeldIsReleasedIfTheServerAnswersInTheEnd) {
+  const PrivateXServer server;
+  chooseScreen();
+  XPainter painter;
+  const auto poster = services().eventPosting->makeEventPoster();
+  postKey(*poster, true);
+  ASSERT_TRUE(becomes([&] { return isDown(painter, kKeyCodeA); }));
+  server.suspend();
+  // The release is on its way when the connection is given up, and is never read.
+  postKey(*poster, false);
+  const auto move = MouseEvent{MouseEventType::kMoved, {1, 1}, MouseButton::kLeft, 1};
+  EXPECT_LT(timeOf([&] { poster->post(move); }), kOneWait);
+  server.resume();
+  ASSERT_TRUE(becomes([] { return XConnection::open() != nullptr; }));
+  EXPECT_LT(timeOf([&] { poster->close(); }), kAtOnce);
+  EXPECT_TRUE(becomes([&] { return !isDown(painter, kKeyCodeA); }));
+}
+
+TEST(SilentXServerTest, SeveralConnectionsWaitInFullOnce) {
+  const PrivateXServer server;
+  chooseScreen();
+  screens().mouseLocation();
+  const auto mouse = services().eventPosting->makeEventPoster();
+  const auto keyBoard = services().eventPosting->makeEventPoster();
+  postKey(*keyBoard, true);
+  server.suspend();
+  EXPECT_LT(timeOf([&] {
+              screens().mouseLocation();
+              mouse->close();
+              keyBoard->close();
+            }),
+            kOneWait);
+}
+
+TEST(SilentXServerTest, WatchEndsTheCallThatWaits) {
+  std::array<int, 2> ends{};
+  ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, ends.data()), 0);
+  {
+    test::Eventually<int> losses{0};
+    XWatch watch{ends[0], [] { return milliseconds{50}; },
+                 [&] { losses.update([](int& count) { ++count; }); }};
+    for (int count = 0; count < 3; ++count) {
+      const XWatch::Wait quick{watch};
+    }
+    EXPECT_FALSE(watch.expired());
+    const XWatch::Wait wait{watch};
+    const XWatch::Wait within{watch};
+    char byte = 0;
+    EXPECT_EQ(recv(ends[0], &byte, 1, 0), 0);
+    EXPECT_TRUE(watch.expired());
+    EXPECT_EQ(losses.get(), 1);
+  }
+  close(ends[0]);
+  close(ends[1]);
+}
+
+}  // namespace
+}  // namespace tessel::platform
