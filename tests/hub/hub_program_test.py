@@ -316,6 +316,14 @@ class CommandLineTest(HubTest):
         self.assertEqual((result.returncode, result.stdout), (2, ""))
         self.assertIn('line 2: "fly" is not a word of the script language', result.stderr)
 
+    def test_a_folder_is_no_script(self):
+        folder = self.folder / "scripts\n"
+        folder.mkdir()
+        result = self.run_hub("--script", str(folder), "--headless")
+        self.assertEqual((result.returncode, result.stdout), (2, ""))
+        self.assertEqual(result.stderr,
+                         f"tessel-hub: The script {self.folder}/scripts\\x0a cannot be read.\n")
+
     def test_files_that_cannot_be_written_are_told(self):
         for option in ("--record", "--log"):
             result = self.run_hub("--bind", self.address, "--headless", option, "/nonexistent/file")
