@@ -43,6 +43,10 @@ void Hub::start(std::optional<Script> script) {
     throw std::runtime_error{"The recording " + options_.record + " cannot be written: " + problem +
                              "."};
   }
+  if (!options_.snapshot.empty() && !canWriteSnapshot(options_.snapshot, problem)) {
+    throw std::runtime_error{"The snapshot " + options_.snapshot +
+                             " cannot be written: " + problem + "."};
+  }
   if (options_.tlsPort != 0) prepareTls();
   startChannels();
   startHttp();

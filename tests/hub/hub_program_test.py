@@ -325,7 +325,7 @@ class CommandLineTest(HubTest):
                          f"tessel-hub: The script {self.folder}/scripts\\x0a cannot be read.\n")
 
     def test_files_that_cannot_be_written_are_told(self):
-        for option in ("--record", "--log"):
+        for option in ("--record", "--log", "--snapshot"):
             result = self.run_hub("--bind", self.address, "--headless", option, "/nonexistent/file")
             self.assertEqual(result.returncode, 1)
             self.assertIn("/nonexistent/file cannot be written", result.stderr)
