@@ -24,6 +24,12 @@ std::uint16_t inputPort(bool newProtocol) {
   return portNumber(newProtocol ? TSLMouseConnectorDefaultPort : TSLMouseConnectorOldPort);
 }
 
+// As nohup has it.
+bool isIgnored(int signal) {
+  struct sigaction action {};
+  return sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
+}
+
 }  // namespace
 
 Hub::Hub(const HubOptions& options, HubScreen& screen, HubReporter& reporter, HubLog& log)
@@ -51,6 +57,7 @@ void Hub::start(std::optional<Script> script) {
   startChannels();
   startHttp();
   for (const int number : {SIGINT, SIGTERM, SIGUSR1}) signals_.add(number);
+  if (!isIgnored(SIGHUP)) signals_.add(SIGHUP);
   awaitSignal();
   work_.emplace(context_.get_executor());
   thread_ = std::thread{[this] { context_.run(); }};

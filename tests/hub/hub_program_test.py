@@ -225,14 +225,33 @@ class SessionTest(HubTest):
         self.assertEqual(hub.wait_for("snapshot")["path"], str(picture))
         self.assertTrue(picture.read_bytes().startswith(b"\x89PNG"))
 
-    def test_an_interrupted_hub_ends_the_session_and_itself(self):
-        hub = self.hub()
+    def test_a_signal_ends_the_session_and_the_hub_with_a_snapshot(self):
+        for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
+            with self.subTest(signal=number):
+                self.address = next(ADDRESSES)
+                picture = self.folder / f"{number}.png"
+                hub, sender = self.hub("--snapshot", str(picture)), self.sender()
+                sender.open_display(WIDTH, HEIGHT)
+                sender.send_frames(self.frames[:1])
+                hub.signal(number)
+                hub.wait_for("ended")
+                hub.wait_for("snapshot", path=str(picture))
+                self.assertEqual(hub.stop(), 0)
+                self.assertTrue(is_closed(sender.display))
+
+    def test_a_hub_that_is_to_outlive_its_terminal_does(self):
+        nohup = self.folder / "nohup"
+        nohup.write_text(f'#!/bin/sh\nexec nohup "{PROGRAM}" "$@"\n')
+        nohup.chmod(0o700)
+        hub = Hub(str(nohup), self.address, "--headless")
+        self.addCleanup(hub.stop)
+        hub.wait_for("listening")
         sender = self.sender()
         sender.open_display(WIDTH, HEIGHT)
-        hub.signal(signal.SIGINT)
-        hub.wait_for("ended")
-        self.assertEqual(hub.stop(), 0)
-        self.assertTrue(is_closed(sender.display))
+        hub.signal(signal.SIGHUP)
+        sender.send_frames(self.frames)
+        sender.close()
+        self.assertEqual(hub.wait_for("ended")["framesShown"], 20)
 
 
 class InputTest(HubTest):
