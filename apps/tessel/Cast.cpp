@@ -15,8 +15,8 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto kTick = 250ms;
-// A hub that answers the mouse handshake wrongly leaves the connect waiting for ever, and so for
-// minutes does a firewall that swallows what is sent to the channel's port.
+// A hub that answers the mouse handshake wrongly leaves the connect waiting for ever; a firewall that
+// swallows what is sent to the channel's port, for half a minute.
 constexpr auto kPatience = 10s;
 
 /// One run of `tessel cast`. Lives on the loop's thread; the session calls it there too.
