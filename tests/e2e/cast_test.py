@@ -127,6 +127,8 @@ class Picture(ProgramTest):
                            DISPLAY=":0")
         self.assertEqual(caster.exit_code(), 1)
         self.assertRegex(caster.complaints, r"^[^\n]*Wayland[^\n]*\(--screen pattern\)\.\n$")
+        self.assertEqual([event["event"] for event in caster.events], ["failed"])
+        self.assertIn("Wayland", caster.events[0]["description"])
 
 
 class Ends(ProgramTest):
@@ -173,6 +175,17 @@ class Ends(ProgramTest):
         self.assertEqual(caster.exit_code(), 1)
         self.assertRegex(caster.complaints, r"127\.0\.3\.22 cannot be reached")
         self.assertEqual(caster.events[-1]["event"], "failed")
+
+    def test_a_device_that_answers_with_too_much(self):
+        with socket.create_server(("127.0.3.28", 55555)) as server:
+            caster = self.cast("127.0.3.28", *PATTERN)
+            stream, _ = server.accept()
+            with stream:
+                stream.settimeout(30)
+                stream.recv(4096)
+                stream.sendall(b"HTTP/1.1 200 OK\r\nContent-Length: 2000000\r\n\r\n")
+                self.assertEqual(caster.exit_code(), 1)
+        self.assertRegex(caster.complaints, r"answered with more than a hub does \(.*1 MiB\)")
 
     def test_a_busy_hub(self):
         self.hub("127.0.3.23")
