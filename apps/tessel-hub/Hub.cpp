@@ -24,6 +24,12 @@ std::uint16_t inputPort(bool newProtocol) {
   return portNumber(newProtocol ? TSLMouseConnectorDefaultPort : TSLMouseConnectorOldPort);
 }
 
+// As nohup has it.
+bool isIgnored(int signal) {
+  struct sigaction action {};
+  return sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
+}
+
 }  // namespace
 
 Hub::Hub(const HubOptions& options, HubScreen& screen, HubReporter& reporter, HubLog& log)
@@ -43,10 +49,15 @@ void Hub::start(std::optional<Script> script) {
     throw std::runtime_error{"The recording " + options_.record + " cannot be written: " + problem +
                              "."};
   }
+  if (!options_.snapshot.empty() && !canWriteSnapshot(options_.snapshot, problem)) {
+    throw std::runtime_error{"The snapshot " + options_.snapshot +
+                             " cannot be written: " + problem + "."};
+  }
   if (options_.tlsPort != 0) prepareTls();
   startChannels();
   startHttp();
   for (const int number : {SIGINT, SIGTERM, SIGUSR1}) signals_.add(number);
+  if (!isIgnored(SIGHUP)) signals_.add(SIGHUP);
   awaitSignal();
   work_.emplace(context_.get_executor());
   thread_ = std::thread{[this] { context_.run(); }};

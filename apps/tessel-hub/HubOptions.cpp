@@ -4,18 +4,22 @@
 #include <array>
 #include <asio/ip/address.hpp>
 #include <unistd.h>
+#include <utility>
+
+#include "HttpService.h"
+#include "tessel/Constants.h"
 
 namespace tessel::hub {
 namespace {
 
-constexpr int kWrongUsage = 2;
+using apps::numberFrom;
+using apps::quotedWord;
+using apps::WrongUsage;
+
+constexpr const char* kDefaultVersion = "1.6";
 constexpr const char* kFooter =
     "In the window, Ctrl+Alt+F fills the screen, or not any more, and Ctrl+Alt+Q ends the hub; so "
     "does Ctrl+C\nwhere it was started.";
-
-HubOptions::Answer wrongUsage(const std::string& sentence) {
-  return {kWrongUsage, "tessel-hub: " + sentence + " See tessel-hub --help.\n"};
-}
 
 std::string machineName() {
   std::array<char, 256> name{};
@@ -23,39 +27,69 @@ std::string machineName() {
   return name.data();
 }
 
-// Where options contradict each other or do not make sense: the sentence to say, else empty.
-std::string complaint(const HubOptions& options, const std::string& version) {
+std::string addressFrom(const std::string& text) {
   asio::error_code error;
-  asio::ip::make_address(options.bind, error);
-  if (error) return "--bind takes an IP address of this machine, not \"" + options.bind + "\".";
-  if (!ProtocolVariant::forVersion(version)) {
-    return "--version takes two numbers joined by a dot, such as 1.6, not \"" + version + "\".";
+  const auto address = asio::ip::make_address(text, error);
+  if (!error && (address.is_v4() || address == asio::ip::address_v6::any())) return text;
+  throw WrongUsage{
+      "--bind takes an IPv4 address of this machine, or :: for all its addresses, not " +
+      quotedWord(text)};
+}
+
+ProtocolVariant variantFrom(const std::string& version) {
+  if (const auto variant = ProtocolVariant::forVersion(version)) return *variant;
+  throw WrongUsage{"--version takes two numbers joined by a dot, such as 1.6, not " +
+                   quotedWord(version)};
+}
+
+int tlsPortFrom(const std::string& text) {
+  const auto port = numberFrom<int>(text);
+  if (!port || *port < 1 || *port > 65535) {
+    throw WrongUsage{"--tls takes a port from 1 to 65535, not " + quotedWord(text)};
   }
+  const std::string number = std::to_string(*port);
+  if (*port == HttpService::kDetailsPort || number == TSLDisplayConnectorDefaultPort ||
+      number == TSLMouseConnectorOldPort) {
+    throw WrongUsage{"Port " + number + " is one of the hub's others: give --tls another one"};
+  }
+  return *port;
+}
+
+// Whether the options contradict each other.
+void checkTogether(const HubOptions& options) {
   if (options.certificateFile.empty() != options.keyFile.empty()) {
-    return "--cert and --key belong together: give both, or none.";
+    throw WrongUsage{"--cert and --key belong together: give both, or none"};
   }
   if (options.tlsPort == 0 &&
       !(options.certificateFile.empty() && options.writeCertificate.empty())) {
-    return "--cert, --key and --write-cert need --tls.";
+    throw WrongUsage{"--cert, --key and --write-cert need --tls"};
   }
-  if (options.headless && options.fullscreen) return "--headless has no window to fill a screen.";
-  if (options.frameEvents && !options.json) return "--frame-events needs --json.";
-  return {};
+  if (options.headless && options.fullscreen) {
+    throw WrongUsage{"--headless has no window to fill a screen"};
+  }
+  if (options.frameEvents && !options.json) throw WrongUsage{"--frame-events needs --json"};
 }
 
-void declare(CLI::App& app, HubOptions& options, std::string& version, int& tls) {
-  app.add_option("--bind", options.bind, "Address to listen at; all of this machine's if not given")
+void declare(CLI::App& app, HubOptions& options) {
+  app.add_option_function<std::string>(
+         "--bind", [&options](const std::string& text) { options.bind = addressFrom(text); },
+         "IPv4 address to listen at; all of this machine's if not given")
       ->type_name("ADDRESS");
   app.add_option("--name", options.name, "Name that senders show; this machine's if not given")
       ->type_name("NAME");
-  app.add_option("--version", version, "Version to speak: 1.3, 1.4, 1.5, 1.6, ...")
+  app.add_option_function<std::string>(
+         "--version", [&options](const std::string& text) { options.variant = variantFrom(text); },
+         "Version to speak: 1.3, 1.4, 1.5, 1.6, ...")
       ->type_name("X.Y")
-      ->default_str(version);
-  app.add_option("--tls", tls,
-                 "Serve with TLS; the port of the application service, 8443 if not given")
+      ->default_str(kDefaultVersion);
+  app.add_option_function<std::string>(
+         "--tls",
+         [&options](const std::string& text) {
+           options.tlsPort = text.empty() ? HubOptions::kDefaultTlsPort : tlsPortFrom(text);
+         },
+         "Serve with TLS; the port of the application service, 8443 if not given")
       ->type_name("[PORT]")
-      ->expected(0, 1)
-      ->check(CLI::Range(1, 65535));
+      ->expected(0, 1);
   app.add_option("--cert", options.certificateFile,
                  "Certificate for TLS (PEM); made up if not given")
       ->type_name("FILE");
@@ -87,23 +121,15 @@ void declare(CLI::App& app, HubOptions& options, std::string& version, int& tls)
 
 std::variant<HubOptions, HubOptions::Answer> HubOptions::parse(int argc, const char* const* argv) {
   HubOptions options;
-  std::string version = "1.6";
-  int tls = 0;
+  options.variant = variantFrom(kDefaultVersion);
   CLI::App app{"Receives a cast screen: a hub for tessel cast.", "tessel-hub"};
   app.footer(kFooter);
-  declare(app, options, version, tls);
-  try {
-    app.parse(argc, argv);
-  } catch (const CLI::CallForHelp&) {
-    return Answer{0, app.help()};
-  } catch (const CLI::ParseError& error) {
-    return wrongUsage(std::string{error.what()} + ".");
+  declare(app, options);
+  app.callback([&options] { checkTogether(options); });
+  if (auto answer = apps::parseCommandLine(app, argc, argv)) {
+    if (answer->exitCode != 0) answer->text.insert(0, "tessel-hub: ");
+    return *std::move(answer);
   }
-  if (app.count("--tls") > 0) options.tlsPort = tls != 0 ? tls : kDefaultTlsPort;
-  if (const std::string sentence = complaint(options, version); !sentence.empty()) {
-    return wrongUsage(sentence);
-  }
-  options.variant = *ProtocolVariant::forVersion(version);
   if (options.name.empty()) options.name = machineName();
   return options;
 }

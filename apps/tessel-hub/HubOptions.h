@@ -5,6 +5,7 @@
 #include <variant>
 
 #include "ProtocolVariant.h"
+#include "apps/common/CommandLine.h"
 
 namespace tessel::hub {
 
@@ -29,11 +30,7 @@ struct HubOptions {
   bool frameEvents = false;
   std::string log;
 
-  /// What to do instead of running: print `text` and end with `exitCode`.
-  struct Answer {
-    int exitCode = 0;
-    std::string text;
-  };
+  using Answer = apps::CommandLineAnswer;
 
   static std::variant<HubOptions, Answer> parse(int argc, const char* const* argv);
 };

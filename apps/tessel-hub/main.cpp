@@ -19,6 +19,7 @@
 #include "HubReporter.h"
 #include "HubWindow.h"
 #include "Script.h"
+#include "apps/common/TerminalText.h"
 
 namespace {
 
@@ -33,10 +34,12 @@ std::optional<Script> loadScript(const std::string& path) {
   std::ifstream file{path};
   if (!file) throw std::runtime_error{"The script " + path + " cannot be read."};
   try {
-    return Script::parse(file);
+    Script script = Script::parse(file);
+    if (!file.bad()) return script;
   } catch (const std::runtime_error& error) {
     throw std::runtime_error{"The script " + path + ", " + error.what() + "."};
   }
+  throw std::runtime_error{"The script " + path + " cannot be read."};  // a folder, for one
 }
 
 // Null if there is to be none, or if there can be none.
@@ -82,8 +85,11 @@ int run(const HubOptions& options, std::optional<Script> script) {
   return 0;
 }
 
+// The sentence may hold words of the user's, such as a path.
 int complain(const std::exception& error, int exitCode) {
-  std::fprintf(stderr, "tessel-hub: %s\n", error.what());
+  constexpr std::size_t kLongest = 5000;  // a path and what is said about it
+  const std::string sentence = tessel::apps::terminalText(error.what(), kLongest);
+  std::fprintf(stderr, "tessel-hub: %s\n", sentence.c_str());
   return exitCode;
 }
 

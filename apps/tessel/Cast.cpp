@@ -1,7 +1,6 @@
 #include "apps/tessel/Cast.h"
 
 #include <chrono>
-#include <iostream>
 #include <memory>
 #include <string>
 
@@ -15,8 +14,8 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto kTick = 250ms;
-// A hub that answers the mouse handshake wrongly leaves the connect waiting for ever, and so for
-// minutes does a firewall that swallows what is sent to the channel's port.
+// A hub that answers the mouse handshake wrongly leaves the connect waiting for ever; a firewall
+// that swallows what is sent to the channel's port, for half a minute.
 constexpr auto kPatience = 10s;
 
 /// One run of `tessel cast`. Lives on the loop's thread; the session calls it there too.
@@ -42,7 +41,7 @@ class Caster : public TSLSessionDelegate {
     report_.state(state);
     if (state == TSLSessionStateConnected) {
       connectedAt_ = std::chrono::steady_clock::now();
-      report_.connected(session_->sessionConfig()->sessionSize());
+      report_.connected(session_->sessionConfig()->sessionSize(), session_->statistics());
     } else if (state == TSLSessionStateDisconnected && ending_) {
       loop_.stop();
     }
@@ -65,8 +64,7 @@ class Caster : public TSLSessionDelegate {
     const int seconds = secondsCasting();
     if (seconds <= lastReport_) return;
     lastReport_ = seconds;
-    last_ = session_->statistics();
-    report_.casting(seconds, last_);
+    report_.casting(now - *connectedAt_, session_->statistics());
   }
 
   void waitForConnection(std::chrono::steady_clock::time_point now) {
@@ -94,10 +92,10 @@ class Caster : public TSLSessionDelegate {
   void end() {
     if (ending_) return loop_.stop();  // asked twice: do not wait for the session
     ending_ = true;
-    last_ = session_->statistics();
+    const TSLSessionStatistics last = session_->statistics();
     const bool idle = session_->state() == TSLSessionStateDisconnected;
     session_->disconnect();
-    if (connectedAt_) report_.ended(secondsCasting(), last_);
+    if (connectedAt_) report_.ended(secondsCasting(), last);
     if (idle) loop_.stop();
   }
 
@@ -118,14 +116,14 @@ class Caster : public TSLSessionDelegate {
   bool ending_ = false;
   int lastReport_ = 0;
   int exitCode_ = 0;
-  TSLSessionStatistics last_;
 };
 
 }  // namespace
 
 int runCast(EventLoop& loop, const CastOptions& options) {
   if (const auto error = selectScreenSource(options.screen, options.patternSize)) {
-    std::cerr << withOption(error->localizedDescription) << std::endl;
+    CastReport{options.host, options.json, options.stats}.failed(
+        *error, withOption(error->localizedDescription));
     return 1;
   }
   const auto caster = std::make_shared<Caster>(loop, options);

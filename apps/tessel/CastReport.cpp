@@ -5,14 +5,18 @@
 #include <iomanip>
 #include <iostream>
 #include <sstream>
+#include <sys/ioctl.h>
 #include <unistd.h>
 #include <utility>
 
 #include "apps/common/JsonLine.h"
+#include "apps/common/TerminalText.h"
 #include "apps/tessel/Explain.h"
 
 namespace tessel::apps {
 namespace {
+
+constexpr std::size_t kLongestHost = 253;  // of a name
 
 void emit(const JsonLine& line) { std::cout << line.text() << std::endl; }
 
@@ -23,30 +27,48 @@ double encodeMilliseconds(const TSLSessionStatistics& from, const TSLSessionStat
   return rounded(1000 * (to.encodeSeconds - from.encodeSeconds) / static_cast<double>(frames));
 }
 
+// The text as far as it fits on one line: what wraps cannot be taken back.
+std::string fitted(const std::string& text, std::size_t columns) {
+  constexpr std::size_t kRoomForCut = 4;  // "..." and the cursor
+  if (characterCount(text) < columns) return text;
+  return cutText(text, std::max(columns, kRoomForCut) - kRoomForCut);
+}
+
 }  // namespace
 
-CastReport::CastReport(std::string host, bool json, bool stats)
-    : host_{std::move(host)}, json_{json}, stats_{stats}, terminal_{isatty(STDERR_FILENO) == 1} {}
+std::optional<std::size_t> CastReport::terminalColumns() {
+  constexpr std::size_t kUsual = 80;
+  if (isatty(STDERR_FILENO) != 1) return std::nullopt;
+  winsize size{};
+  const bool known = ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+  return known ? size.ws_col : kUsual;
+}
+
+CastReport::CastReport(const std::string& host, bool json, bool stats, Columns columns)
+    : host_{terminalText(host, kLongestHost)}, json_{json}, stats_{stats}, columns_{columns} {}
 
 void CastReport::state(std::int64_t state) {
   if (json_) emit(JsonLine{"state"}.add("state", state));
 }
 
-void CastReport::failed(const Error& error) {
+void CastReport::failed(const Error& error) { failed(error, explain(error, host_)); }
+
+void CastReport::failed(const Error& error, const std::string& sentence) {
   if (json_) {
     emit(JsonLine{"failed"}
              .add("domain", error.domain)
              .add("code", std::int64_t{error.code})
              .add("description", error.localizedDescription));
   }
-  line(explain(error, host_));
+  line(sentence);
 }
 
 void CastReport::connecting(const std::string& step) {
   if (!json_) progress("Connecting to " + host_ + ": " + step + " ...");
 }
 
-void CastReport::connected(Size size) {
+void CastReport::connected(Size size, const TSLSessionStatistics& first) {
+  previous_ = first;
   if (json_) return;
   std::ostringstream text;
   text << "Casting " << size.width << "x" << size.height << " to " << host_
@@ -54,9 +76,11 @@ void CastReport::connected(Size size) {
   line(text.str());
 }
 
-void CastReport::casting(int seconds, const TSLSessionStatistics& now) {
+void CastReport::casting(Seconds elapsed, const TSLSessionStatistics& now) {
   const TSLSessionStatistics before = std::exchange(previous_, now);
-  const auto frames = static_cast<double>(now.framesEncoded - before.framesEncoded);
+  const double passed = (elapsed - std::exchange(previousElapsed_, elapsed)).count();
+  const double rate = static_cast<double>(now.framesEncoded - before.framesEncoded) / passed;
+  const int seconds = static_cast<int>(elapsed.count());
   if (json_) {
     if (!stats_) return;
     emit(JsonLine{"stats"}
@@ -67,15 +91,17 @@ void CastReport::casting(int seconds, const TSLSessionStatistics& now) {
              .add("bytesSent", now.bytesSent)
              .add("credits", now.credits)
              .add("encodeMs", encodeMilliseconds(before, now))
-             .add("fps", rounded(frames)));
+             .add("fps", rounded(rate)));
     return;
   }
-  if (!terminal_ && !stats_) return;
+  if (!columns_() && !stats_) return;
+  const double megabits = static_cast<double>(now.bytesSent - before.bytesSent) * 8 / 1e6 / passed;
   std::ostringstream text;
-  text << std::fixed << std::setprecision(1) << "Casting to " << host_ << "  " << seconds / 60
-       << ":" << std::setw(2) << std::setfill('0') << seconds % 60 << "  " << frames
-       << " frames/s  " << static_cast<double>(now.bytesSent - before.bytesSent) * 8 / 1e6
-       << " Mbit/s";
+  text << std::fixed << std::setprecision(1);
+  // The line above names the hub; with all the numbers there is no room for it.
+  if (!stats_) text << "Casting to " << host_ << "  ";
+  text << seconds / 60 << ":" << std::setw(2) << std::setfill('0') << seconds % 60 << "  " << rate
+       << " frames/s  " << megabits << " Mbit/s";
   if (stats_) {
     text << "  encoding " << encodeMilliseconds(before, now) << " ms  dropped " << now.framesDropped
          << "  credits " << now.credits;
@@ -97,8 +123,8 @@ void CastReport::ended(int seconds, const TSLSessionStatistics& last) {
 
 // On a terminal in place; elsewhere each new text once.
 void CastReport::progress(const std::string& text) {
-  if (terminal_) {
-    std::cerr << "\r\033[K" << text << std::flush;
+  if (const auto columns = columns_()) {
+    std::cerr << "\r\033[K" << fitted(text, *columns) << std::flush;
     progressShown_ = true;
   } else if (text != lastProgress_) {
     std::cerr << text << std::endl;

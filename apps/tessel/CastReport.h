@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "tessel/Error.h"
@@ -14,15 +16,24 @@ namespace tessel::apps {
 /// Main thread.
 class CastReport {
  public:
-  CastReport(std::string host, bool json, bool stats);
+  /// How wide the terminal on standard error is now; none where it is none.
+  using Columns = std::optional<std::size_t> (*)();
+  static std::optional<std::size_t> terminalColumns();
+
+  /// `host` is what the user typed or a hub sent.
+  CastReport(const std::string& host, bool json, bool stats, Columns columns = terminalColumns);
 
   void state(std::int64_t state);
+  /// The session failed.
   void failed(const Error& error);
+  /// Something else did, which `sentence` tells a person.
+  void failed(const Error& error, const std::string& sentence);
   /// The connect step under way, in plain words. Told as often as one likes.
   void connecting(const std::string& step);
-  void connected(Size size);
-  /// Once a second while casting.
-  void casting(int seconds, const TSLSessionStatistics& now);
+  /// Casting begins; `first` is what has been done until now.
+  void connected(Size size, const TSLSessionStatistics& first);
+  /// Once a second while casting, `elapsed` since it began.
+  void casting(Seconds elapsed, const TSLSessionStatistics& now);
   /// A sentence about something out of the ordinary.
   void notice(const std::string& sentence);
   void ended(int seconds, const TSLSessionStatistics& last);
@@ -34,10 +45,11 @@ class CastReport {
   const std::string host_;
   const bool json_;
   const bool stats_;
-  const bool terminal_;
+  const Columns columns_;
   bool progressShown_ = false;
   std::string lastProgress_;
   TSLSessionStatistics previous_;
+  Seconds previousElapsed_{};
 };
 
 }  // namespace tessel::apps

@@ -8,6 +8,7 @@ namespace {
 // Codes of HTTP's errors.
 constexpr const char* kHttpDomain = "tessel.url";
 constexpr long kNotTrusted = 60;
+constexpr long kTooLarge = 63;
 constexpr long kTrustUnreadable = 77;
 
 std::string explainOwn(const Error& error, const std::string& host) {
@@ -61,6 +62,10 @@ std::string explain(const Error& error, const std::string& host) {
     return "The certificates to trust cannot be read (" + reason +
            "): set the environment variable SSL_CERT_FILE to a file that holds the hub's "
            "certificate.";
+  }
+  if (error.domain == kHttpDomain && error.code == kTooLarge) {
+    return "The device at " + host + " answered with more than a hub does (" + reason +
+           "): check that the address is a hub's.";
   }
   return "The hub at " + host + " cannot be reached (" + reason +
          "): check the address, and that this computer is in the hub's network.";

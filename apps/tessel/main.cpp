@@ -1,14 +1,18 @@
 #include <CLI/CLI.hpp>
-#include <charconv>
+#include <cstdint>
 #include <cstdlib>
 #include <filesystem>
+#include <functional>
 #include <iostream>
 #include <map>
+#include <optional>
 #include <string>
-#include <system_error>
+#include <string_view>
 
+#include "apps/common/CommandLine.h"
 #include "apps/common/EventLoop.h"
 #include "apps/common/LogFile.h"
+#include "apps/common/TerminalText.h"
 #include "apps/tessel/Cast.h"
 #include "apps/tessel/Discover.h"
 #include "apps/tessel/Doctor.h"
@@ -16,6 +20,7 @@
 namespace tessel::apps {
 namespace {
 
+constexpr std::size_t kLongestPath = 4096;
 constexpr const char* kVersion = "tessel " TESSEL_VERSION;
 
 // An ordinary user cannot write the machine-wide folder: use the own configuration folder.
@@ -34,39 +39,55 @@ void chooseSharedFolder() {
   setenv("TESSEL_SHARED_FOLDER", (folder / "tessel").c_str(), 0);
 }
 
-// "auto", "x11", "pattern" or "pattern:WxH".
-std::string parseScreen(const std::string& text, CastOptions& options) {
+// "WIDTHxHEIGHT", within what a screen may measure; none if it is not.
+std::optional<Size> parseSize(std::string_view text) {
+  const std::size_t cross = text.find('x');
+  if (cross == std::string_view::npos) return std::nullopt;
+  const auto width = numberFrom<int>(text.substr(0, cross));
+  const auto height = numberFrom<int>(text.substr(cross + 1));
+  if (!width || *width < 64 || *width > 7680) return std::nullopt;
+  if (!height || *height < 64 || *height > 4320) return std::nullopt;
+  return Size{static_cast<double>(*width), static_cast<double>(*height)};
+}
+
+// "auto", "x11", "pattern" or "pattern:WIDTHxHEIGHT".
+void takeScreen(const std::string& text, CastOptions& options) {
   static const std::map<std::string, ScreenSource> kSources{{"auto", ScreenSource::automatic},
                                                             {"x11", ScreenSource::x11},
                                                             {"pattern", ScreenSource::pattern}};
-  const auto colon = text.find(':');
-  const auto found = kSources.find(text.substr(0, colon));
-  if (found == kSources.end()) return "--screen takes auto, x11, pattern or pattern:WIDTHxHEIGHT";
-  options.screen = found->second;
-  if (colon == std::string::npos) return {};
-  int width = 0;
-  int height = 0;
-  int read = 0;
-  const std::string size = text.substr(colon + 1);
-  const bool whole = std::sscanf(size.c_str(), "%5dx%5d%n", &width, &height, &read) == 2 &&
-                     read == static_cast<int>(size.size());
-  if (options.screen != ScreenSource::pattern || !whole || width < 64 || height < 64 ||
-      width > 7680 || height > 4320) {
-    return "--screen pattern:WIDTHxHEIGHT takes a size between 64x64 and 7680x4320";
+  constexpr std::string_view kPattern = "pattern:";
+  if (const auto found = kSources.find(text); found != kSources.end()) {
+    options.screen = found->second;
+    return;
   }
-  options.patternSize = {static_cast<double>(width), static_cast<double>(height)};
-  return {};
+  if (!text.starts_with(kPattern)) {
+    throw WrongUsage{"--screen takes auto, x11, pattern or pattern:WIDTHxHEIGHT, not " +
+                     quotedWord(text)};
+  }
+  const auto size = parseSize(std::string_view{text}.substr(kPattern.size()));
+  if (!size) {
+    throw WrongUsage{
+        "--screen pattern:WIDTHxHEIGHT takes a size between 64x64 and 7680x4320, not " +
+        quotedWord(text.substr(kPattern.size()))};
+  }
+  options.screen = ScreenSource::pattern;
+  options.patternSize = *size;
 }
 
 // What a clock can count. No number (nan) is neither above nor below.
-std::string checkSeconds(const std::string& text) {
+double secondsFrom(const std::string& option, const std::string& text) {
   constexpr double kLongest = 365.0 * 24 * 60 * 60;
-  double seconds = 0;
-  const char* const end = text.data() + text.size();
-  const auto read = std::from_chars(text.data(), end, seconds);
-  const bool number = read.ec == std::errc{} && read.ptr == end;
-  if (number && seconds > 0 && seconds <= kLongest) return {};
-  return "takes a number of seconds above 0 and at most 31536000 (a year)";
+  const auto seconds = numberFrom<double>(text);
+  if (seconds && *seconds > 0 && *seconds <= kLongest) return *seconds;
+  throw WrongUsage{option +
+                   " takes a number of seconds above 0 and at most 31536000 (a year), not " +
+                   quotedWord(text)};
+}
+
+std::int64_t displayModeFrom(const std::string& text) {
+  if (const auto mode = numberFrom<std::int64_t>(text)) return *mode;
+  throw WrongUsage{"--display-mode takes a whole number that 64 bits can hold, not " +
+                   quotedWord(text)};
 }
 
 class Program {
@@ -84,12 +105,9 @@ class Program {
   }
 
   int run(int argc, char** argv) {
-    try {
-      app_.parse(argc, argv);
-    } catch (const CLI::Success& success) {
-      return app_.exit(success);
-    } catch (const CLI::ParseError& error) {
-      return usageError(error.what());
+    if (const auto answer = parseCommandLine(app_, argc, argv)) {
+      (answer->exitCode == 0 ? std::cout : std::cerr) << answer->text << std::flush;
+      return answer->exitCode;
     }
     return command_();
   }
@@ -97,32 +115,27 @@ class Program {
  private:
   void addDiscover() {
     auto* discover = app_.add_subcommand("discover", "List the hubs in range (Bluetooth LE)");
-    discover->add_option("--timeout", discover_.timeout, "Stop after so many seconds")
-        ->type_name("SECONDS")
-        ->check(checkSeconds);
+    addSeconds(*discover, "--timeout", discover_.timeout);
     discover->add_flag("--json", discover_.json, "One JSON object a line for each change");
     discover->callback([this] { command_ = [this] { return runDiscover(loop_, discover_); }; });
   }
 
   void addCast() {
     auto* cast = app_.add_subcommand("cast", "Cast this machine's screen to a hub");
-    auto* host =
-        cast->add_option("HOST", cast_.host, "Address or host name of the hub")->type_name("");
-    auto* name = cast->add_option("--name", name_, "Cast to the hub that shows this name")
-                     ->type_name("NAME");
-    auto* first = cast->add_flag("--first", first_, "Cast to the first hub in range");
-    host->excludes(name)->excludes(first);
-    name->excludes(first);
-    cast->add_option("--duration", cast_.duration, "Stop after so many seconds")
-        ->type_name("SECONDS")
-        ->check(checkSeconds);
-    cast->add_option("--display-mode", cast_.displayMode,
-                     "The session's display mode: a number that a host may give its sessions, for "
-                     "itself. It changes nothing of the cast; 0 if not given")
+    cast->add_option("HOST", cast_.host, "Address or host name of the hub")->type_name("");
+    cast->add_option("--name", name_, "Cast to the hub that shows this name")->type_name("NAME");
+    cast->add_flag("--first", first_, "Cast to the first hub in range");
+    addSeconds(*cast, "--duration", cast_.duration);
+    cast->add_option_function<std::string>(
+            "--display-mode",
+            [this](const std::string& text) { cast_.displayMode = displayModeFrom(text); },
+            "The session's display mode: a number that a host may give its sessions, for itself. "
+            "It changes nothing of the cast; 0 if not given")
         ->type_name("N");
-    cast->add_option("--screen", screen_,
-                     "What to cast: auto (the desktop), x11, or pattern[:WIDTHxHEIGHT], a test "
-                     "picture that needs no display")
+    cast->add_option_function<std::string>(
+            "--screen", [this](const std::string& text) { takeScreen(text, cast_); },
+            "What to cast: auto (the desktop), x11, or pattern[:WIDTHxHEIGHT], a test picture "
+            "that needs no display")
         ->type_name("SOURCE")
         ->default_str("auto");
     cast->add_flag("--stats", cast_.stats, "Tell once a second how the casting goes");
@@ -132,7 +145,30 @@ class Program {
             "Write the library's log to FILE (- is standard error). It tells what is typed "
             "at the hub, so only you can read the file")
         ->type_name("FILE");
-    cast->callback([this] { command_ = [this] { return runCastCommand(); }; });
+    cast->callback([this] {
+      checkHub();
+      command_ = [this] { return runCastCommand(); };
+    });
+  }
+
+  static void addSeconds(CLI::App& command, const std::string& name,
+                         std::optional<double>& seconds) {
+    command
+        .add_option_function<std::string>(
+            name, [name, &seconds](const std::string& text) { seconds = secondsFrom(name, text); },
+            "Stop after so many seconds")
+        ->type_name("SECONDS");
+  }
+
+  void checkHub() const {
+    switch ((cast_.host.empty() ? 0 : 1) + (name_.empty() ? 0 : 1) + (first_ ? 1 : 0)) {
+      case 0:
+        throw WrongUsage{"cast needs the address of a hub, --name or --first"};
+      case 1:
+        return;
+      default:
+        throw WrongUsage{"cast takes one of the address of a hub, --name and --first"};
+    }
   }
 
   void addDoctor() {
@@ -142,16 +178,10 @@ class Program {
   }
 
   int runCastCommand() {
-    if (const std::string fault = parseScreen(screen_, cast_); !fault.empty()) {
-      return usageError(fault);
-    }
-    if (cast_.host.empty() && name_.empty() && !first_) {
-      return usageError("cast needs the address of a hub, --name or --first");
-    }
     LogFile log;
     if (!log_.empty() && !log.open(log_)) {
-      std::cerr << "The log file " << log_ << " cannot be written: choose another place."
-                << std::endl;
+      std::cerr << "The log file " << terminalText(log_, kLongestPath)
+                << " cannot be written: choose another place." << std::endl;
       return 1;
     }
     if (cast_.host.empty()) {
@@ -162,18 +192,12 @@ class Program {
     return runCast(loop_, cast_);
   }
 
-  static int usageError(const std::string& sentence) {
-    std::cerr << sentence << ". See tessel --help." << std::endl;
-    return 2;
-  }
-
   EventLoop loop_;
   CLI::App app_{"Casts this computer's screen to a wireless presentation hub.", "tessel"};
   DiscoverOptions discover_;
   CastOptions cast_;
   std::string name_;
   bool first_ = false;
-  std::string screen_ = "auto";
   std::string log_;
   bool doctorJson_ = false;
   std::function<int()> command_;

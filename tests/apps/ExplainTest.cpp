@@ -30,6 +30,12 @@ TEST(ExplainTest, AnAddressThatDoesNotAnswerIsAMatterOfTheNetwork) {
             "the address, and that this computer is in the hub's network.");
 }
 
+TEST(ExplainTest, WhoAnswersWithTooMuchIsNoHub) {
+  EXPECT_EQ(explained("tessel.url", 63, "The answer is larger than 1 MiB."),
+            "The device at 192.168.1.100 answered with more than a hub does (The answer is larger "
+            "than 1 MiB): check that the address is a hub's.");
+}
+
 TEST(ExplainTest, AChannelThatDidNotOpenMayBeBlockedOrUntrusted) {
   EXPECT_THAT(explained(TSLErrorDomain, 3), AllOf(HasSubstr("firewall"), HasSubstr("TLS")));
 }

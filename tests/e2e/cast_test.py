@@ -127,6 +127,8 @@ class Picture(ProgramTest):
                            DISPLAY=":0")
         self.assertEqual(caster.exit_code(), 1)
         self.assertRegex(caster.complaints, r"^[^\n]*Wayland[^\n]*\(--screen pattern\)\.\n$")
+        self.assertEqual([event["event"] for event in caster.events], ["failed"])
+        self.assertIn("Wayland", caster.events[0]["description"])
 
 
 class Ends(ProgramTest):
@@ -173,6 +175,17 @@ class Ends(ProgramTest):
         self.assertEqual(caster.exit_code(), 1)
         self.assertRegex(caster.complaints, r"127\.0\.3\.22 cannot be reached")
         self.assertEqual(caster.events[-1]["event"], "failed")
+
+    def test_a_device_that_answers_with_too_much(self):
+        with socket.create_server(("127.0.3.28", 55555)) as server:
+            caster = self.cast("127.0.3.28", *PATTERN)
+            stream, _ = server.accept()
+            with stream:
+                stream.settimeout(30)
+                stream.recv(4096)
+                stream.sendall(b"HTTP/1.1 200 OK\r\nContent-Length: 2000000\r\n\r\n")
+                self.assertEqual(caster.exit_code(), 1)
+        self.assertRegex(caster.complaints, r"answered with more than a hub does \(.*1 MiB\)")
 
     def test_a_busy_hub(self):
         self.hub("127.0.3.23")
@@ -260,18 +273,72 @@ class CommandLines(unittest.TestCase):
                               timeout=30, check=False)
 
     def test_wrong_usage(self):
-        for arguments in ([], ["cast"], ["cast", "a", "b"], ["cast", "--duration", "x", "a"],
-                          ["cast", "--duration", "-1", "a"], ["cast", "--screen", "tv", "a"],
-                          ["cast", "--screen", "pattern:1x1", "a"], ["cast", "--first", "a"],
-                          ["cast", "--unknown", "a"], ["fly"], ["discover", "x"],
-                          ["cast", "--display-mode", "x", "a"], ["discover", "--timeout", "0"],
-                          ["discover", "--timeout", "1e10"], ["discover", "--timeout", "1e300"],
-                          ["discover", "--timeout", "nan"], ["cast", "--duration", "inf", "a"]):
+        seconds = "takes a number of seconds above 0 and at most 31536000 (a year), not"
+        one_hub = "cast takes one of the address of a hub, --name and --first"
+        no_hub = "cast needs the address of a hub, --name or --first"
+        screen = "--screen takes auto, x11, pattern or pattern:WIDTHxHEIGHT, not"
+        size = "--screen pattern:WIDTHxHEIGHT takes a size between 64x64 and 7680x4320, not"
+        mode = "--display-mode takes a whole number that 64 bits can hold, not"
+        swallowed = "behind it looks like an option (a value like that is joined with =)"
+        mistakes = {
+            (): "A command is missing: discover, cast or doctor",
+            ("fly",): 'There is no command "fly", only discover, cast and doctor',
+            ("help",): 'There is no command "help", only discover, cast and doctor',
+            ("--bogus",): 'There is no option "--bogus"',
+            ("discover", "x"): '"x" is one word too many',
+            ("discover", "--timeout", "0"): f'--timeout {seconds} "0"',
+            ("discover", "--timeout", "1e10"): f'--timeout {seconds} "1e10"',
+            ("discover", "--timeout", "1e300"): f'--timeout {seconds} "1e300"',
+            ("discover", "--timeout", "nan"): f'--timeout {seconds} "nan"',
+            ("cast",): no_hub,
+            ("cast", ""): "HOST needs a value, not an empty one",
+            ("cast", "a", "c", "b"): '"c" is one word too many',
+            ("cast", "a", "--first"): one_hub,
+            ("cast", "a", "--name", "b"): one_hub,
+            ("cast", "--name", "a", "--first"): one_hub,
+            ("cast", "--name", ""): "--name needs a value, not an empty one",
+            ("cast", "--name", "--json"): f'--name needs a value, and "--json" {swallowed}',
+            ("cast", "a", "--log", "--stats"): f'--log needs a value, and "--stats" {swallowed}',
+            ("cast", "a", "--log", ""): "--log needs a value, not an empty one",
+            ("cast", "a", "--unknown\x1b[31m"): r'There is no option "--unknown\x1b[31m"',
+            ("cast", "a", "--json=maybe"): "--json takes no value",
+            ("cast", "a", "--duration"): "--duration needs a value",
+            ("cast", "a", "--duration", "1", "--duration", "2"): "--duration is given twice",
+            ("cast", "a", "--duration", "x\ny"): rf'--duration {seconds} "x\x0ay"',
+            ("cast", "a", "--duration", "-1"): f'--duration {seconds} "-1"',
+            ("cast", "a", "--duration", "inf"): f'--duration {seconds} "inf"',
+            ("cast", "a", "--duration", "0x10"): f'--duration {seconds} "0x10"',
+            ("cast", "a", "--display-mode", ""): "--display-mode needs a value, not an empty one",
+            ("cast", "a", "--display-mode", "x"): f'{mode} "x"',
+            ("cast", "a", "--display-mode", "1.5"): f'{mode} "1.5"',
+            ("cast", "a", "--display-mode", "0x1F"): f'{mode} "0x1F"',
+            ("cast", "a", "--display-mode", "9" * 20): f'{mode} "{"9" * 20}"',
+            ("cast", "a", "--screen", "tv"): f'{screen} "tv"',
+            ("cast", "a", "--screen", "x11:640x360"): f'{screen} "x11:640x360"',
+            ("cast", "a", "--screen", "pattern:"): f'{size} ""',
+            ("cast", "a", "--screen", "pattern:1x1"): f'{size} "1x1"',
+            ("cast", "a", "--screen", "pattern:7681x360"): f'{size} "7681x360"',
+            ("cast", "a", "--screen", "pattern:640x4321"): f'{size} "640x4321"',
+            ("cast", "a", "--screen", "pattern: 640x360"): f'{size} " 640x360"',
+            ("cast", "a", "--screen", "pattern:640x 360"): f'{size} "640x 360"',
+            ("cast", "a", "--screen", "pattern:+640x+360"): f'{size} "+640x+360"',
+            ("cast", "a", "--screen", "pattern:640x360x"): f'{size} "640x360x"',
+        }
+        for arguments, sentence in mistakes.items():
             with self.subTest(arguments=arguments):
+                command = arguments[0] if arguments[:1] in (("cast",), ("discover",)) else ""
+                of = f"tessel {command}".strip()
                 result = self.run_tessel(*arguments)
+                self.assertEqual(result.stderr, f"{sentence}. See {of} --help.\n")
                 self.assertEqual(result.returncode, 2)
                 self.assertEqual(result.stdout, "")
-                self.assertRegex(result.stderr, r"^[^\n]+\n$")
+
+    def test_a_display_mode_is_any_whole_number(self):
+        for mode in ("0", "010", "-1", "9223372036854775807"):
+            result = self.run_tessel("cast", "127.0.3.34", "--display-mode", mode,
+                                     "--log", "/nonexistent/log")
+            self.assertIn("/nonexistent/log cannot be written", result.stderr)
+            self.assertEqual(result.returncode, 1)
 
     def test_help_and_version(self):
         self.assertIn("cast", self.run_tessel("--help").stdout)

@@ -1,10 +1,12 @@
 #include <cstdio>
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <memory>
 #include <random>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "Picture.h"
@@ -71,9 +73,74 @@ TEST(SnapshotTest, FileIsAPngAndNothingElseIsLeftBehind) {
 }
 
 TEST(SnapshotTest, APlaceThatCannotBeWrittenIsToldWhy) {
+  const Folder folder;
+  for (const auto& [path, why] :
+       {std::pair{std::string{"/nonexistent/a.png"}, "No such file or directory"},
+        {folder.path.string(), "Is a directory"}}) {
+    std::string problem;
+    EXPECT_FALSE(writeSnapshot(plain(2, 2, 0, 0, 0), path, problem));
+    EXPECT_EQ(problem, why);
+    problem.clear();
+    EXPECT_FALSE(canWriteSnapshot(path, problem));
+    EXPECT_EQ(problem, why);
+  }
+}
+
+TEST(SnapshotTest, AskingWhetherItCanBeWrittenChangesNothing) {
+  const Folder folder;
+  const std::string old = folder.path / "old.png";
+  std::ofstream{old} << "a picture";
   std::string problem;
-  EXPECT_FALSE(writeSnapshot(plain(2, 2, 0, 0, 0), "/nonexistent/a.png", problem));
-  EXPECT_EQ(problem, "No such file or directory");
+  EXPECT_TRUE(canWriteSnapshot(old, problem)) << problem;
+  EXPECT_TRUE(canWriteSnapshot(folder.path / "new.png", problem)) << problem;
+  EXPECT_EQ(std::filesystem::file_size(old), 9U);
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator{folder.path}, {}), 1);
+}
+
+TEST(SnapshotTest, ALinkStaysAndItsFileIsWritten) {
+  const Folder folder;
+  const auto file = folder.path / "picture.png";
+  const auto link = folder.path / "link.png";
+  std::ofstream{file} << "an older picture";
+  std::filesystem::create_symlink(file, link);
+  std::string problem;
+  ASSERT_TRUE(writeSnapshot(plain(16, 8, 100, 128, 128), link, problem)) << problem;
+  EXPECT_TRUE(std::filesystem::is_symlink(link));
+  std::string signature(4, '\0');
+  std::ifstream{file, std::ios::binary}.read(signature.data(), 4);
+  EXPECT_EQ(signature, "\x89PNG");
+}
+
+// Links to them, so that a test that fails leaves the devices in their place.
+TEST(SnapshotTest, ADeviceIsWrittenIntoAndStays) {
+  const Folder folder;
+  const auto link = folder.path / "device";
+  std::filesystem::create_symlink("/dev/null", link);
+  std::string problem;
+  EXPECT_TRUE(canWriteSnapshot(link, problem)) << problem;
+  EXPECT_TRUE(writeSnapshot(plain(16, 8, 100, 128, 128), link, problem)) << problem;
+  EXPECT_TRUE(std::filesystem::is_character_file(link));
+  std::filesystem::remove(link);
+  std::filesystem::create_symlink("/dev/full", link);
+  EXPECT_FALSE(writeSnapshot(plain(16, 8, 100, 128, 128), link, problem));
+  EXPECT_EQ(problem, "No space left on device");
+}
+
+TEST(SnapshotTest, APipeIsWrittenIntoIfSomebodyReads) {
+  const Folder folder;
+  const std::string pipe = folder.path / "pipe";
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  std::string problem;
+  EXPECT_TRUE(canWriteSnapshot(pipe, problem)) << problem;
+  EXPECT_FALSE(writeSnapshot(plain(16, 8, 100, 128, 128), pipe, problem));
+  EXPECT_EQ(problem, "No such device or address");
+  const int reader = open(pipe.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+  EXPECT_TRUE(writeSnapshot(plain(16, 8, 100, 128, 128), pipe, problem)) << problem;
+  std::string signature(4, '\0');
+  EXPECT_EQ(read(reader, signature.data(), 4), 4);
+  EXPECT_EQ(signature, "\x89PNG");
+  close(reader);
+  EXPECT_TRUE(std::filesystem::is_fifo(pipe));
 }
 
 TEST(StreamRecorderTest, FramesStandOneBehindTheOther) {

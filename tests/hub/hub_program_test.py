@@ -225,14 +225,33 @@ class SessionTest(HubTest):
         self.assertEqual(hub.wait_for("snapshot")["path"], str(picture))
         self.assertTrue(picture.read_bytes().startswith(b"\x89PNG"))
 
-    def test_an_interrupted_hub_ends_the_session_and_itself(self):
-        hub = self.hub()
+    def test_a_signal_ends_the_session_and_the_hub_with_a_snapshot(self):
+        for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
+            with self.subTest(signal=number):
+                self.address = next(ADDRESSES)
+                picture = self.folder / f"{number}.png"
+                hub, sender = self.hub("--snapshot", str(picture)), self.sender()
+                sender.open_display(WIDTH, HEIGHT)
+                sender.send_frames(self.frames[:1])
+                hub.signal(number)
+                hub.wait_for("ended")
+                hub.wait_for("snapshot", path=str(picture))
+                self.assertEqual(hub.stop(), 0)
+                self.assertTrue(is_closed(sender.display))
+
+    def test_a_hub_that_is_to_outlive_its_terminal_does(self):
+        nohup = self.folder / "nohup"
+        nohup.write_text(f'#!/bin/sh\nexec nohup "{PROGRAM}" "$@"\n')
+        nohup.chmod(0o700)
+        hub = Hub(str(nohup), self.address, "--headless")
+        self.addCleanup(hub.stop)
+        hub.wait_for("listening")
         sender = self.sender()
         sender.open_display(WIDTH, HEIGHT)
-        hub.signal(signal.SIGINT)
-        hub.wait_for("ended")
-        self.assertEqual(hub.stop(), 0)
-        self.assertTrue(is_closed(sender.display))
+        hub.signal(signal.SIGHUP)
+        sender.send_frames(self.frames)
+        sender.close()
+        self.assertEqual(hub.wait_for("ended")["framesShown"], 20)
 
 
 class InputTest(HubTest):
@@ -316,8 +335,16 @@ class CommandLineTest(HubTest):
         self.assertEqual((result.returncode, result.stdout), (2, ""))
         self.assertIn('line 2: "fly" is not a word of the script language', result.stderr)
 
+    def test_a_folder_is_no_script(self):
+        folder = self.folder / "scripts\n"
+        folder.mkdir()
+        result = self.run_hub("--script", str(folder), "--headless")
+        self.assertEqual((result.returncode, result.stdout), (2, ""))
+        self.assertEqual(result.stderr,
+                         f"tessel-hub: The script {self.folder}/scripts\\x0a cannot be read.\n")
+
     def test_files_that_cannot_be_written_are_told(self):
-        for option in ("--record", "--log"):
+        for option in ("--record", "--log", "--snapshot"):
             result = self.run_hub("--bind", self.address, "--headless", option, "/nonexistent/file")
             self.assertEqual(result.returncode, 1)
             self.assertIn("/nonexistent/file cannot be written", result.stderr)
