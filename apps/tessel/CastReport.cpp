@@ -30,8 +30,8 @@ double encodeMilliseconds(const TSLSessionStatistics& from, const TSLSessionStat
 // The text as far as it fits on one line: what wraps cannot be taken back.
 std::string fitted(const std::string& text, std::size_t columns) {
   constexpr std::size_t kRoomForCut = 4;  // "..." and the cursor
-  if (characterCount(text) < columns) return text;
-  return cutText(text, std::max(columns, kRoomForCut) - kRoomForCut);
+  if (columnCount(text) < columns) return text;
+  return terminalText(text, std::max(columns, kRoomForCut) - kRoomForCut);
 }
 
 }  // namespace
