@@ -7,6 +7,7 @@ tessel_tests(core_tests
     LoopbackPeer.cpp
     MainQueueTest.cpp
     ProcessExitTest.cpp
+    ReceivedTest.cpp
     SerialQueueTest.cpp
     SignalTest.cpp
     SocketConnectionTest.cpp
