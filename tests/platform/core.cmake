@@ -2,6 +2,7 @@ find_package(OpenSSL REQUIRED)
 
 tessel_tests(core_tests
   SOURCES
+    EventThreadTest.cpp
     HostSignalsTest.cpp
     LogTest.cpp
     LoopbackPeer.cpp
