@@ -5,12 +5,12 @@
 #include <gtest/gtest.h>
 #include <memory>
 #include <random>
-#include <unistd.h>
 
 #include "Picture.h"
 #include "Snapshot.h"
 #include "StreamRecorder.h"
 #include "VideoDecoder.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace tessel::hub {
 namespace {
@@ -36,16 +36,6 @@ Picture plain(int width, int height, std::uint8_t y, std::uint8_t u, std::uint8_
           .memory = memory};
 }
 
-struct Folder {
-  Folder() { std::filesystem::create_directories(path); }
-  ~Folder() { std::filesystem::remove_all(path); }
-  Folder(const Folder&) = delete;
-  Folder& operator=(const Folder&) = delete;
-
-  std::filesystem::path path =
-      std::filesystem::temp_directory_path() / ("tessel-hub-test-" + std::to_string(getpid()));
-};
-
 TEST(SnapshotTest, BlackAndWhiteOfLimitedRangeAreBlackAndWhite) {
   EXPECT_THAT(rgbFrom(plain(4, 2, 16, 128, 128)), Each(0));
   EXPECT_THAT(rgbFrom(plain(4, 2, 235, 128, 128)), Each(255));
@@ -59,15 +49,15 @@ TEST(SnapshotTest, RedComesFirst) {
 }
 
 TEST(SnapshotTest, FileIsAPngAndNothingElseIsLeftBehind) {
-  const Folder folder;
-  const std::string path = folder.path / "picture.png";
+  const test::TemporaryFolder folder;
+  const std::string path = folder / "picture.png";
   std::string problem;
   ASSERT_TRUE(writeSnapshot(plain(16, 8, 100, 128, 128), path, problem)) << problem;
   std::ifstream file{path, std::ios::binary};
   std::string signature(8, '\0');
   file.read(signature.data(), 8);
   EXPECT_EQ(signature, "\x89PNG\r\n\x1a\n");
-  EXPECT_EQ(std::distance(std::filesystem::directory_iterator{folder.path}, {}), 1);
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator{folder.path()}, {}), 1);
 }
 
 TEST(SnapshotTest, APlaceThatCannotBeWrittenIsToldWhy) {
@@ -77,8 +67,8 @@ TEST(SnapshotTest, APlaceThatCannotBeWrittenIsToldWhy) {
 }
 
 TEST(StreamRecorderTest, FramesStandOneBehindTheOther) {
-  const Folder folder;
-  const std::string path = folder.path / "stream.h264";
+  const test::TemporaryFolder folder;
+  const std::string path = folder / "stream.h264";
   StreamRecorder recorder;
   std::string problem;
   ASSERT_TRUE(recorder.open(path, problem));
