@@ -5,11 +5,11 @@
 #include <chrono>
 #include <cstdio>
 #include <memory>
-#include <sys/resource.h>
 #include <thread>
 #include <utility>
 #include <vector>
 
+#include "bench/CpuTime.h"
 #include "platform/Services.h"
 #include "tessel/MainQueue.h"
 #include "tessel/TSLDiscovery.h"
@@ -102,15 +102,6 @@ std::vector<Bytes> advertisements() {
   return list;
 }
 
-double processorSeconds() {
-  rusage usage{};
-  getrusage(RUSAGE_SELF, &usage);
-  const auto seconds = [](const timeval& time) {
-    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6;
-  };
-  return seconds(usage.ru_utime) + seconds(usage.ru_stime);
-}
-
 }  // namespace
 
 int main() {
@@ -124,7 +115,7 @@ int main() {
   long updates = 0;
   discovery->observeBeacons([&updates](const BeaconListChange&) { ++updates; });
   const auto data = advertisements();
-  const double before = processorSeconds();
+  const auto before = bench::processTime();
   std::thread air{[&radios, &data] {
     // In batches of a hundredth of a second, as a bus hands them on.
     constexpr int kBatch = kPerSecond / 100;
@@ -139,7 +130,7 @@ int main() {
   }};
   runMainQueue();
   air.join();
-  const double percent = 100 * (processorSeconds() - before) / kSeconds;
+  const double percent = 100 * (bench::processTime() - before) / std::chrono::seconds{kSeconds};
   std::printf(
       "discovery: %d advertisements a second of %d hubs for %d s: %.2f %% of one core "
       "(limit %.0f %%), %zu hubs listed, %ld changes told\n",

@@ -65,14 +65,14 @@ class Sending {
     if (!convertToAnnexB(*buffer, stream_)) return;
     const Milliseconds converted = threadTime();
     sendFrame(channel_, stream_.data(), stream_.size());
-    const std::lock_guard lock{mutex_};
+    const std::lock_guard lock{mutex};
     ++frames;
     bytes += stream_.size();
     converting += converted - begin;
     framing += threadTime() - converted;
   }
 
-  std::mutex mutex_;  // guards what follows
+  std::mutex mutex;  // guards what follows
   int frames = 0;
   std::size_t bytes = 0;
   Milliseconds converting{};
@@ -165,7 +165,7 @@ void reportMoving(const char* scene, Sending& sending, Encoding& encoding, doubl
   int frames = 0;
   std::size_t bytes = 0;
   {
-    const std::lock_guard lock{sending.mutex_};
+    const std::lock_guard lock{sending.mutex};
     frames = sending.frames;
     bytes = sending.bytes;
     converting = sending.converting;
@@ -178,7 +178,7 @@ void reportMoving(const char* scene, Sending& sending, Encoding& encoding, doubl
   const duration<double> passed = std::chrono::steady_clock::now() - begin;
   const auto spent = [&](const char* thread) { return after[thread] - before[thread]; };
 
-  const std::lock_guard lock{sending.mutex_};
+  const std::lock_guard lock{sending.mutex};
   frames = sending.frames - frames;
   bytes = sending.bytes - bytes;
   converting = sending.converting - converting;

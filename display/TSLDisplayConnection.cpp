@@ -1,12 +1,12 @@
 #include "display/TSLDisplayConnection.h"
 
-#include <algorithm>
 #include <utility>
 
 #include "display/DisplayLaunch.h"
 #include "platform/ErrorText.h"
 #include "platform/Log.h"
 #include "platform/Services.h"
+#include "platform/TextLength.h"
 #include "platform/XMLParser.h"
 #include "tessel/Constants.h"
 #include "tessel/TSLSession.h"
@@ -17,12 +17,6 @@ namespace tessel {
 namespace {
 
 constexpr long kStopped = 5;
-
-// UTF-8: every byte but the continuation bytes begins a character.
-std::ptrdiff_t characterCount(const std::string& text) {
-  return std::ranges::count_if(
-      text, [](char c) { return (static_cast<unsigned char>(c) & 0xC0U) != 0x80U; });
-}
 
 }  // namespace
 
@@ -83,7 +77,9 @@ void TSLDisplayConnection::didStartElement(const std::string& elementName) {
 // The name is not cleared at an end tag: white space behind the token's element, when it is long
 // enough, replaces the token. Hubs rely on nothing else, and the channel never sends the token.
 void TSLDisplayConnection::foundCharacters(const std::string& text) {
-  if (xmlelementname_.get() == "token" && characterCount(text) >= 2) sessionToken_.set(text);
+  if (xmlelementname_.get() == "token" && platform::lengthInUTF16(text) >= 2) {
+    sessionToken_.set(text);
+  }
 }
 
 void TSLDisplayConnection::openDebugMovieOutputStream() {

@@ -43,8 +43,8 @@ bool createFromDefault(const std::string& path) {
 }  // namespace
 
 struct VexCfg::State {
-  std::recursive_mutex
-      mutex;  // guards the dictionary, and is held over reads and writes of the file
+  // Guards the dictionary, and is held over reads and writes of the file.
+  std::recursive_mutex mutex;
   std::optional<PropertyListDictionary> pCfgDict;
   std::atomic<bool> fileModified = false;
   std::atomic<bool> fileExist = false;

@@ -34,7 +34,6 @@ HttpService::~HttpService() {
   for (httplib::Server* server : {plain_.get(), tls_.get()}) {
     if (server != nullptr) server->stop();
   }
-  for (std::thread& thread : threads_) thread.join();
 }
 
 void HttpService::start(const Certificate* certificate) {
@@ -101,9 +100,15 @@ void HttpService::listen(httplib::Server& server, int port) {
                              " cannot be had: is another hub running there? End it, or choose "
                              "another address of this machine with --bind."};
   }
-  threads_.emplace_back([&server] { server.listen_after_bind(); });
+  const std::future<bool>& ended = serving_.emplace_back(
+      std::async(std::launch::async, [&server] { return server.listen_after_bind(); }));
   // A stop before the server runs would be lost.
-  while (!server.is_running()) std::this_thread::sleep_for(std::chrono::milliseconds{1});
+  while (!server.is_running()) {
+    if (ended.wait_for(std::chrono::milliseconds{1}) == std::future_status::ready) {
+      throw std::runtime_error{"Port " + std::to_string(port) + " of " + settings_.bind +
+                               " cannot be served."};
+    }
+  }
 }
 
 std::string HttpService::applicationsURL(const httplib::Request& request) const {

@@ -1,9 +1,9 @@
 #pragma once
 
 #include <functional>
+#include <future>
 #include <memory>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "Certificate.h"
@@ -69,7 +69,7 @@ class HttpService {
   const Handlers handlers_;
   std::unique_ptr<httplib::Server> plain_;
   std::unique_ptr<httplib::Server> tls_;
-  std::vector<std::thread> threads_;
+  std::vector<std::future<bool>> serving_;  // their ends are waited for
 };
 
 }  // namespace tessel::hub

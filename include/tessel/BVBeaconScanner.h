@@ -34,7 +34,7 @@ TESSEL_EXPORT std::string BVBluetoothStateDescription(BVGBluetoothState state);
 ///
 /// Everything of the Bluetooth stack runs on `managerQueue`; subscribers receive there unless they
 /// move, or on a thread that subscribes just then (see Signal). Any thread may call.
-class TESSEL_EXPORT BVBeaconScanner : public std::enable_shared_from_this<BVBeaconScanner> {
+class TESSEL_EXPORT BVBeaconScanner {
  public:
   /// The scanner of this process, made on the first call.
   static std::shared_ptr<BVBeaconScanner> sharedBeaconScanner();

@@ -19,7 +19,7 @@ SdEvent makeEvent() {
 
 }  // namespace
 
-EventThread::EventThread() : wakeup_{eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)}, event_{makeEvent()} {
+EventThread::EventThread() : event_{makeEvent()}, wakeup_{eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)} {
   sd_event_source* source = nullptr;
   sd_event_add_io(event_.get(), &source, wakeup_, EPOLLIN, &EventThread::onWake, this);
   wakeSource_.reset(source);
@@ -32,6 +32,7 @@ EventThread::~EventThread() {
 }
 
 void EventThread::start(const std::string& name) {
+  if (!wakeSource_) return;  // nothing could end the thread again
   const HostSignalsBlocked inherited;
   thread_ = std::thread{[this, name] {
     pthread_setname_np(pthread_self(), name.c_str());

@@ -21,7 +21,8 @@ class EventThread {
   EventThread(const EventThread&) = delete;
   EventThread& operator=(const EventThread&) = delete;
 
-  /// Starts the thread under a name of at most 15 letters.
+  /// Starts the thread under a name of at most 15 letters. Where there was no file descriptor left
+  /// for it nothing starts, and no task will run.
   void start(const std::string& name);
   /// Ends the thread after the task or event under way; tasks left do not run. Not from the thread
   /// itself.
@@ -35,8 +36,8 @@ class EventThread {
   void wake();
   void runTasks();
 
-  const int wakeup_;  // an eventfd
   const SdEvent event_;
+  const int wakeup_;  // an eventfd
   SdEventSource wakeSource_;
   std::mutex mutex_;  // guards both members below
   std::deque<std::function<void()>> tasks_;

@@ -46,8 +46,8 @@ class LinuxMainQueue final : public SerialQueue {
 
   std::mutex mutex_;  // guards what follows
   std::deque<std::function<void()>> tasks_;
-  int readable_ =
-      -1;  // an eventfd that counts above zero while there are tasks; made when asked for
+  // An eventfd that counts above zero while there are tasks; made when asked for.
+  int readable_ = -1;
 };
 
 }  // namespace tessel::platform

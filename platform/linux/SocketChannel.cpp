@@ -1,7 +1,6 @@
 #include "platform/linux/SocketChannel.h"
 
 #include <array>
-#include <cassert>
 #include <cerrno>
 #include <utility>
 

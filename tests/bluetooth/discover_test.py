@@ -170,7 +170,7 @@ class DiscoverTest(unittest.TestCase):
         self.assertEqual(self.wait(program), 1)
 
     def wait(self, program):
-        program.process.wait()
+        program.process.wait(PATIENCE)
         return program.finish()
 
 

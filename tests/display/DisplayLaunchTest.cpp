@@ -94,6 +94,11 @@ TEST_F(DisplayLaunchTest, ATokenOfOneCharacterLeavesTheTokenUnchanged) {
   EXPECT_EQ(tokenFrom("<app><token>c</token></app>"), "ab");
 }
 
+TEST_F(DisplayLaunchTest, ATokensLengthCountsInUTF16Units) {
+  // Outside the basic plane one character is two units.
+  EXPECT_EQ(tokenFrom("<app><token>\xF0\x9F\x93\xBA</token></app>"), "\xF0\x9F\x93\xBA");
+}
+
 TEST_F(DisplayLaunchTest, ATokenFollowedByIndentationEndsAsTheWhiteSpace) {
   EXPECT_EQ(tokenFrom("<app><token>abc</token>\n  <name>x y</name></app>"), "\n  ");
 }

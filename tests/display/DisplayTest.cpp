@@ -53,12 +53,6 @@ void DisplayTest::castFrame() {
   world.run();
 }
 
-Bytes pattern(std::size_t length) {
-  Bytes bytes(length);
-  for (std::size_t i = 0; i < length; ++i) bytes[i] = static_cast<std::uint8_t>(i * 7 + i / 251);
-  return bytes;
-}
-
 bool RecordingSink::sendBuffer(const void* bytes, std::size_t length) {
   if (sends.size() == failing) return false;
   const auto* first = static_cast<const std::uint8_t*>(bytes);

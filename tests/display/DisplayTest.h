@@ -57,9 +57,6 @@ inline const std::string kCancelled =
 /// An error of the session's own domain.
 inline Error sessionError(long code) { return {TSLErrorDomain, code, ""}; }
 
-/// `length` bytes that tell their place.
-Bytes pattern(std::size_t length);
-
 /// Takes sends one by one, and refuses the one with number `failing`, counted from 0.
 class RecordingSink final : public ByteSink {
  public:

@@ -1,5 +1,6 @@
 #include "display/FrameSender.h"
 #include "tests/display/DisplayTest.h"
+#include "tests/support/Pattern.h"
 
 namespace tessel::test {
 namespace {

@@ -108,19 +108,17 @@ class Picture(ProgramTest):
         self.assertEqual((stream["codec_name"], stream["width"], stream["height"]),
                          ("h264", 1280, 720))
         self.assertEqual(stream["has_b_frames"], 0)
-        self.assertGreater(psnr(snapshot, self.folder / "screen.png"), 30)
+        self.assertGreater(psnr(snapshot, self.folder / "screen.png"), 36)
 
     def test_an_idle_screen_sends_one_frame_and_no_more(self):
         hub = self.hub("127.0.3.11")
         with Screen("1280x720") as screen:
             caster = self.cast("127.0.3.11", "--stats", **screen.env).connected()
-            caster.wait_for("stats", seconds=2)
-            at_first = caster.events[-1]["framesEncoded"]
-            caster.wait_for("stats", seconds=5)
-            self.assertEqual(caster.events[-1]["framesEncoded"], at_first)
-            self.assertGreaterEqual(at_first, 1)
+            while (stats := caster.wait_for("stats"))["seconds"] < 5:
+                pass
+            self.assertEqual(stats["framesEncoded"], 1)
             self.assertEqual(caster.end(), 0, caster.complaints)
-            self.assertGreaterEqual(hub.wait_for("ended")["framesShown"], 1)
+            self.assertEqual(hub.wait_for("ended")["framesShown"], 1)
 
     def test_a_wayland_desktop_is_declined_in_one_sentence(self):
         caster = self.cast("127.0.3.12", "--screen", "auto", WAYLAND_DISPLAY="wayland-0",

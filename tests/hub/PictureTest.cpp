@@ -6,13 +6,16 @@
 #include <gtest/gtest.h>
 #include <memory>
 #include <random>
+#include <string>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <vector>
 
 #include "Picture.h"
 #include "Snapshot.h"
 #include "StreamRecorder.h"
 #include "VideoDecoder.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace tessel::hub {
 namespace {
@@ -38,16 +41,6 @@ Picture plain(int width, int height, std::uint8_t y, std::uint8_t u, std::uint8_
           .memory = memory};
 }
 
-struct Folder {
-  Folder() { std::filesystem::create_directories(path); }
-  ~Folder() { std::filesystem::remove_all(path); }
-  Folder(const Folder&) = delete;
-  Folder& operator=(const Folder&) = delete;
-
-  std::filesystem::path path =
-      std::filesystem::temp_directory_path() / ("tessel-hub-test-" + std::to_string(getpid()));
-};
-
 TEST(SnapshotTest, BlackAndWhiteOfLimitedRangeAreBlackAndWhite) {
   EXPECT_THAT(rgbFrom(plain(4, 2, 16, 128, 128)), Each(0));
   EXPECT_THAT(rgbFrom(plain(4, 2, 235, 128, 128)), Each(255));
@@ -61,22 +54,22 @@ TEST(SnapshotTest, RedComesFirst) {
 }
 
 TEST(SnapshotTest, FileIsAPngAndNothingElseIsLeftBehind) {
-  const Folder folder;
-  const std::string path = folder.path / "picture.png";
+  const test::TemporaryFolder folder;
+  const std::string path = folder / "picture.png";
   std::string problem;
   ASSERT_TRUE(writeSnapshot(plain(16, 8, 100, 128, 128), path, problem)) << problem;
   std::ifstream file{path, std::ios::binary};
   std::string signature(8, '\0');
   file.read(signature.data(), 8);
   EXPECT_EQ(signature, "\x89PNG\r\n\x1a\n");
-  EXPECT_EQ(std::distance(std::filesystem::directory_iterator{folder.path}, {}), 1);
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator{folder.path()}, {}), 1);
 }
 
 TEST(SnapshotTest, APlaceThatCannotBeWrittenIsToldWhy) {
-  const Folder folder;
+  const test::TemporaryFolder folder;
   for (const auto& [path, why] :
        {std::pair{std::string{"/nonexistent/a.png"}, "No such file or directory"},
-        {folder.path.string(), "Is a directory"}}) {
+        {folder.path().string(), "Is a directory"}}) {
     std::string problem;
     EXPECT_FALSE(writeSnapshot(plain(2, 2, 0, 0, 0), path, problem));
     EXPECT_EQ(problem, why);
@@ -87,20 +80,20 @@ TEST(SnapshotTest, APlaceThatCannotBeWrittenIsToldWhy) {
 }
 
 TEST(SnapshotTest, AskingWhetherItCanBeWrittenChangesNothing) {
-  const Folder folder;
-  const std::string old = folder.path / "old.png";
+  const test::TemporaryFolder folder;
+  const std::string old = folder / "old.png";
   std::ofstream{old} << "a picture";
   std::string problem;
   EXPECT_TRUE(canWriteSnapshot(old, problem)) << problem;
-  EXPECT_TRUE(canWriteSnapshot(folder.path / "new.png", problem)) << problem;
+  EXPECT_TRUE(canWriteSnapshot(folder / "new.png", problem)) << problem;
   EXPECT_EQ(std::filesystem::file_size(old), 9U);
-  EXPECT_EQ(std::distance(std::filesystem::directory_iterator{folder.path}, {}), 1);
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator{folder.path()}, {}), 1);
 }
 
 TEST(SnapshotTest, ALinkStaysAndItsFileIsWritten) {
-  const Folder folder;
-  const auto file = folder.path / "picture.png";
-  const auto link = folder.path / "link.png";
+  const test::TemporaryFolder folder;
+  const auto file = folder / "picture.png";
+  const auto link = folder / "link.png";
   std::ofstream{file} << "an older picture";
   std::filesystem::create_symlink(file, link);
   std::string problem;
@@ -113,8 +106,8 @@ TEST(SnapshotTest, ALinkStaysAndItsFileIsWritten) {
 
 // Links to them, so that a test that fails leaves the devices in their place.
 TEST(SnapshotTest, ADeviceIsWrittenIntoAndStays) {
-  const Folder folder;
-  const auto link = folder.path / "device";
+  const test::TemporaryFolder folder;
+  const auto link = folder / "device";
   std::filesystem::create_symlink("/dev/null", link);
   std::string problem;
   EXPECT_TRUE(canWriteSnapshot(link, problem)) << problem;
@@ -127,8 +120,8 @@ TEST(SnapshotTest, ADeviceIsWrittenIntoAndStays) {
 }
 
 TEST(SnapshotTest, APipeIsWrittenIntoIfSomebodyReads) {
-  const Folder folder;
-  const std::string pipe = folder.path / "pipe";
+  const test::TemporaryFolder folder;
+  const std::string pipe = folder / "pipe";
   ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
   std::string problem;
   EXPECT_TRUE(canWriteSnapshot(pipe, problem)) << problem;
@@ -144,8 +137,8 @@ TEST(SnapshotTest, APipeIsWrittenIntoIfSomebodyReads) {
 }
 
 TEST(StreamRecorderTest, FramesStandOneBehindTheOther) {
-  const Folder folder;
-  const std::string path = folder.path / "stream.h264";
+  const test::TemporaryFolder folder;
+  const std::string path = folder / "stream.h264";
   StreamRecorder recorder;
   std::string problem;
   ASSERT_TRUE(recorder.open(path, problem));

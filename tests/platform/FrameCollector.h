@@ -27,7 +27,7 @@ class FrameCollector final : public CaptureOutputDelegate {
     changed_.notify_all();
   }
 
-  /// The first frame from the `from`-th on for which `wanted` holds; null after `timeout`.
+  /// The first frame for which `wanted` holds; null after `timeout`.
   std::shared_ptr<const PixelBuffer> waitFor(
       const std::function<bool(const PixelBuffer&)>& wanted,
       std::chrono::milliseconds timeout = std::chrono::seconds{10}) {
@@ -48,11 +48,6 @@ class FrameCollector final : public CaptureOutputDelegate {
                     std::chrono::milliseconds timeout = std::chrono::seconds{10}) {
     std::unique_lock lock{mutex_};
     return changed_.wait_for(lock, timeout, [&] { return frames_.size() >= count; });
-  }
-
-  bool waitForDrops(int count, std::chrono::milliseconds timeout = std::chrono::seconds{10}) {
-    std::unique_lock lock{mutex_};
-    return changed_.wait_for(lock, timeout, [&] { return drops_ >= count; });
   }
 
   std::vector<SampleBuffer> frames() const {

@@ -14,6 +14,7 @@
 #include "platform/Services.h"
 #include "platform/linux/CoreServices.h"
 #include "tessel/Log.h"
+#include "tests/support/Eventually.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace tessel::test {
@@ -166,17 +167,27 @@ TEST_F(LogTest, ASinkMayReplaceItself) {
 
 // A host may take its sink back and destroy what the sink wrote to.
 TEST_F(LogTest, AReplacedSinkIsNotCalledAnyMore) {
+  system_->listening = false;
   std::atomic<bool> stop = false;
   std::jthread writer{[&] {
     while (!stop) log("line");
   }};
+  std::atomic<int> late = 0;
   for (int i = 0; i < 200; ++i) {
-    auto target = std::make_unique<std::string>();
-    setLogSink([&text = *target](std::string_view line) { text = line; });
+    const auto called = std::make_shared<Eventually<bool>>();
+    const auto replaced = std::make_shared<std::atomic<bool>>(false);
+    setLogSink([&late, called, replaced](std::string_view) {
+      called->set(true);
+      std::this_thread::yield();
+      if (*replaced) ++late;
+    });
+    EXPECT_TRUE(called->becomesEqual(true));
     setLogSink(nullptr);
-    target.reset();
+    *replaced = true;
   }
   stop = true;
+  writer.join();
+  EXPECT_EQ(late, 0);
 }
 
 TEST(JournalLogTest, IsNotAvailableWhereNothingListens) {

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "tests/platform/ConnectionFixture.h"
+#include "tests/support/Pattern.h"
 
 namespace tessel::test {
 namespace {
@@ -33,12 +34,6 @@ class SocketTransferTest : public ConnectionTest, public testing::WithParamInter
   static bool isTls() { return GetParam() == Kind::kTls; }
 
   void send(const Bytes& bytes) { probe_.connection->send(bytes.data(), bytes.size()); }
-
-  static Bytes pattern(std::size_t length) {
-    Bytes bytes(length);
-    for (std::size_t i = 0; i < length; ++i) bytes[i] = static_cast<std::uint8_t>(i * 7 + i / 251);
-    return bytes;
-  }
 
   static void expectEnd(const Received& received) {
     EXPECT_FALSE(received.content);

@@ -260,14 +260,21 @@ TEST(XCaptureTest, LateFramesAreDroppedAndTheLastChangeIsNot) {
   XPainter painter;
   painter.clear(kGrey);
   const Capture capture{{1280, 720}};
-  capture.frames->setBlocked(true);
   ASSERT_TRUE(capture.frames->waitForCount(1));
-  painter.clear(kWhite);
-  EXPECT_FALSE(capture.frames->waitForCount(2, milliseconds{200}));
-  capture.frames->setBlocked(false);
-  ASSERT_TRUE(capture.frames->waitForCount(2));
-  EXPECT_TRUE(isNear(lumaAt(*capture.frames->frames()[1].imageBuffer, 5, 5), kWhiteLuma));
-  EXPECT_TRUE(capture.frames->waitForDrops(1));
+  // The capture may be too slow to come by while its delegate is busy: then once more.
+  for (int round = 0; round < 20 && capture.frames->drops() == 0; ++round) {
+    const std::size_t count = capture.frames->frames().size();
+    capture.frames->setBlocked(true);
+    painter.clear(kWhite);
+    ASSERT_TRUE(capture.frames->waitForCount(count + 1));
+    painter.clear(kGrey);
+    EXPECT_FALSE(capture.frames->waitForCount(count + 2, milliseconds{200}));
+    capture.frames->setBlocked(false);
+    ASSERT_TRUE(capture.frames->waitForCount(count + 2));
+    EXPECT_TRUE(isNear(lumaAt(*capture.frames->frames()[count].imageBuffer, 5, 5), kWhiteLuma));
+    EXPECT_TRUE(isNear(lumaAt(*capture.frames->frames()[count + 1].imageBuffer, 5, 5), kGreyLuma));
+  }
+  EXPECT_GE(capture.frames->drops(), 1);
 }
 
 TEST(XCaptureTest, NoFrameComesAfterStopAndOneAtOnceAfterTheNextStart) {

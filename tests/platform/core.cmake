@@ -2,11 +2,13 @@ find_package(OpenSSL REQUIRED)
 
 tessel_tests(core_tests
   SOURCES
+    EventThreadTest.cpp
     HostSignalsTest.cpp
     LogTest.cpp
     LoopbackPeer.cpp
     MainQueueTest.cpp
     ProcessExitTest.cpp
+    ReceivedTest.cpp
     SerialQueueTest.cpp
     SignalTest.cpp
     SocketConnectionTest.cpp

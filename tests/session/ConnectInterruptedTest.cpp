@@ -1,5 +1,4 @@
 // What `cancelConnect` and `disconnect` do to a sequence that runs, and what completes after them.
-#include "session/ConnectSequence.h"
 #include "tests/session/SessionFixture.h"
 
 namespace tessel::test {

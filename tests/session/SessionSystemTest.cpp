@@ -1,12 +1,14 @@
 // Sessions on the real services of this system: real threads, loopback HTTP, real files.
 #include <algorithm>
 #include <atomic>
+#include <curl/curl.h>
 #include <fstream>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <stdlib.h>
 #include <thread>
 
+#include "platform/URLSessions.h"
 #include "tessel/Log.h"
 #include "tessel/VexCfg.h"
 #include "tests/session/LoopbackHub.h"
@@ -42,8 +44,25 @@ class SessionSystemTest : public testing::Test {
     return outcome->get().second;
   }
 
+  void connectTo(const std::string& address) {
+    session = TSLSession::initWithHostName(address, 0);
+    delegate->calls.set({});
+    session->setDelegate(delegate, nullptr);
+    session->connect();
+  }
+
+  // Whether the connect ends with one error, of this code.
+  testing::AssertionResult failsWith(long code) const {
+    const std::string last = "failed " + std::to_string(code);
+    if (delegate->calls.becomesEqual({"state 1", "state 0", last})) {
+      return testing::AssertionSuccess();
+    }
+    return testing::AssertionFailure() << testing::PrintToString(delegate->calls.get());
+  }
+
   const TemporaryFolder folder;
   Eventually<std::vector<std::string>> log;
+  const std::shared_ptr<ThreadSafeDelegate> delegate = std::make_shared<ThreadSafeDelegate>();
   std::shared_ptr<TSLSession> session;
 };
 
@@ -94,7 +113,8 @@ TEST_F(SessionSystemTest, DetailsOverTheBoundGiveTheTransfersError) {
   const auto error =
       fetch("127.7.1.2", details("<d>" + std::string(std::size_t{2} << 20U, ' ') + "</d>"));
   ASSERT_TRUE(error);
-  EXPECT_NE(error->domain, TSLErrorDomain);
+  EXPECT_EQ(error->domain, platform::kURLErrorDomain);
+  EXPECT_EQ(error->code, CURLE_FILESIZE_EXCEEDED);
 }
 
 TEST_F(SessionSystemTest, EntityBombsAreNotExpanded) {
@@ -120,39 +140,31 @@ TEST_F(SessionSystemTest, ExternalEntitiesAreNotRead) {
 
 TEST_F(SessionSystemTest, AnApplicationURLOfAnotherSchemeEndsTheLaunchWithAnError) {
   const LoopbackHub hub{"127.7.1.5", okAnswer("<d/>", "Application-URL: file:///etc/\r\n")};
-  const auto delegate = std::make_shared<ThreadSafeDelegate>();
-  session = TSLSession::initWithHostName("127.7.1.5", 0);
-  session->setDelegate(delegate, nullptr);
-  session->connect();
-  EXPECT_TRUE(delegate->calls.becomes([](const auto& calls) { return calls.size() == 3; }));
-  EXPECT_EQ(session->state(), TSLSessionStateDisconnected);
+  connectTo("127.7.1.5");
+  EXPECT_TRUE(failsWith(CURLE_UNSUPPORTED_PROTOCOL));
 }
 
 TEST_F(SessionSystemTest, HostNamesThatCannotStandInAURLEndWithAnError) {
-  for (const std::string name : {"", "a b", "\r\nX: 1", "h/../x?y#z", "fe80::1", "[::1", "\xFF"}) {
-    const auto delegate = std::make_shared<ThreadSafeDelegate>();
-    session = TSLSession::initWithHostName(name, 0);
-    session->setDelegate(delegate, nullptr);
-    session->connect();
-    EXPECT_TRUE(delegate->calls.becomes([](const auto& calls) { return calls.size() == 3; }))
-        << testing::PrintToString(name);
-    EXPECT_EQ(session->state(), TSLSessionStateDisconnected);
+  for (const std::string name : {"", "a b", "\r\nX: 1", "fe80::1", "[::1", "\xFF"}) {
+    connectTo(name);
+    EXPECT_TRUE(failsWith(CURLE_URL_MALFORMAT)) << testing::PrintToString(name);
   }
+}
+
+TEST_F(SessionSystemTest, AHostNameThatHoldsAPathIsTakenAsItStands) {
+  connectTo("127.7.1.11:1/../x?y#z");  // nobody listens there
+  EXPECT_TRUE(failsWith(CURLE_COULDNT_CONNECT));
 }
 
 TEST_F(SessionSystemTest, AnSSLPortOutOfRangeEndsTheLaunchWithAnError) {
   const LoopbackHub hub{"127.7.1.6", details("<d><SSL>99999999999</SSL></d>")};
-  const auto delegate = std::make_shared<ThreadSafeDelegate>();
-  session = TSLSession::initWithHostName("127.7.1.6", 0);
-  session->setDelegate(delegate, nullptr);
-  session->connect();
-  EXPECT_TRUE(delegate->calls.becomes([](const auto& calls) { return calls.size() == 3; }));
+  connectTo("127.7.1.6");
+  EXPECT_TRUE(failsWith(CURLE_URL_MALFORMAT));
   EXPECT_EQ(session->lauchport(), 2147483647);
 }
 
 TEST_F(SessionSystemTest, ARefusedDisplayChannelEndsAConnectWithCode3) {
   const LoopbackHub hub{"127.7.1.7", LoopbackHub::plainDetails("127.7.1.7")};
-  const auto delegate = std::make_shared<ThreadSafeDelegate>();
   session = TSLSession::initWithHostName("127.7.1.7", 0);
   session->setDelegate(delegate, OperationQueue::serialQueue("delegate"));
   session->connect();
@@ -161,7 +173,6 @@ TEST_F(SessionSystemTest, ARefusedDisplayChannelEndsAConnectWithCode3) {
 
 TEST_F(SessionSystemTest, SessionsDroppedAtEachStepEndByThemselves) {
   LoopbackHub hub{"127.7.1.8", LoopbackHub::plainDetails("127.7.1.8")};
-  const auto delegate = std::make_shared<ThreadSafeDelegate>();
   for (int answered = 0; answered <= 2; ++answered) {
     hub.requests.set(0);
     session = TSLSession::initWithHostName("127.7.1.8", 0);
@@ -187,13 +198,15 @@ TEST_F(SessionSystemTest, ManyThreadsMakeAndDropSessions) {
     });
   }
   for (auto& thread : threads) thread.join();
-  EXPECT_TRUE(VexCfg::sharedCfgFile()->fileExist());
+  const PropertyListDictionary shipped{
+      {"AutoDisconnectCastingWhenCloseLaptop", PropertyListValue{true}}};
+  EXPECT_EQ(VexCfg::sharedCfgFile()->pCfgDict(), shipped);
+  EXPECT_EQ(VexCfg::init()->pCfgDict(), shipped);
 }
 
 // Whatever the threads do, the delegate's queue hears of different states in turn, and its last
 // word is the state in force.
 TEST_F(SessionSystemTest, ManyThreadsConnectAndDisconnectOneSession) {
-  const auto delegate = std::make_shared<ThreadSafeDelegate>();
   const auto queue = OperationQueue::serialQueue("delegate");
   session = TSLSession::initWithHostName("127.7.1.10", 0);  // nobody listens there
   session->setDelegate(delegate, queue);

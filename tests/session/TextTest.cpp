@@ -4,6 +4,7 @@
 #include <string>
 
 #include "platform/ErrorText.h"
+#include "platform/TextLength.h"
 #include "platform/URLPath.h"
 #include "session/IntegerValue.h"
 #include "session/UTF8.h"
@@ -80,6 +81,14 @@ TEST(UTF8Test, EverythingElseIsNot) {
 TEST(UTF8Test, AZeroByteIsACharacter) {
   const std::string text{"a\0b", 3};
   EXPECT_EQ(decoded(text), text);
+}
+
+TEST(TextLengthTest, CharactersOutsideTheBasicPlaneCountTwice) {
+  EXPECT_EQ(platform::lengthInUTF16(""), 0U);
+  EXPECT_EQ(platform::lengthInUTF16("a\xC3\xA9\xE2\x82\xAC"), 3U);
+  EXPECT_EQ(platform::lengthInUTF16("\xEF\xBF\xBD"), 1U);  // the basic plane's last but two
+  EXPECT_EQ(platform::lengthInUTF16("\xF0\x90\x80\x80"), 2U);
+  EXPECT_EQ(platform::lengthInUTF16("\xF4\x8F\xBF\xBFz"), 3U);
 }
 
 TEST(URLPathTest, ExactlyOneSlashStandsBetween) {

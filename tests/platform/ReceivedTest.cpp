@@ -1,5 +1,6 @@
-#include "input/HubChannel.h"
-#include "tests/input/InputFixture.h"
+#include <gtest/gtest.h>
+
+#include "platform/NetworkConnection.h"
 
 namespace tessel::test {
 namespace {
@@ -7,7 +8,7 @@ namespace {
 using platform::ContentContext;
 using platform::Received;
 
-TEST(HubChannelTest, AReceiveIsFinalWhenItIsCompleteAndNoContextGoesOn) {
+TEST(ReceivedTest, IsFinalWhenItIsCompleteAndNoContextGoesOn) {
   const auto judged = [](bool complete, std::optional<ContentContext> context) {
     return Received{Bytes{1}, context, complete, std::nullopt}.isFinal();
   };
