@@ -62,7 +62,18 @@ platform::Services servicesWithPattern() {
 class DisplayThreadsTest : public testing::Test {
  protected:
   DisplayThreadsTest() { TSLDisplayConnectorDefaultPort = listener.port().c_str(); }
-  ~DisplayThreadsTest() override { TSLDisplayConnectorDefaultPort = "1494"; }
+  ~DisplayThreadsTest() override {
+    TSLDisplayConnectorDefaultPort = "1494";
+    if (display) settle(*display->socketDispatchQueue());
+  }
+
+  // Lets the queue do what it has to do: the last that a socket tells is told to this test's
+  // services.
+  static void settle(platform::SerialQueue& queue) {
+    Eventually<bool> settled{false};
+    queue.async([&settled] { settled.set(true); });
+    EXPECT_TRUE(settled.becomesEqual(true));
+  }
 
   // A connection that casts, and the hub's end of it.
   std::unique_ptr<LoopbackPeer> cast() {
@@ -161,9 +172,11 @@ TEST_F(DisplayThreadsTest, TheLastReferenceMayGoOnAnyThread) {
     takeFrames(*hub, 3);
     const std::weak_ptr<TSLDisplayConnection> weak = display;
     const auto queue = queueOf(*display);
+    const auto socketQueue = display->socketDispatchQueue();
     queue->async([held = std::move(display)] {});
     takeRest(*hub);
     EXPECT_TRUE(weak.expired());
+    settle(*socketQueue);
   }
 }
 

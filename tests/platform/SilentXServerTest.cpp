@@ -66,8 +66,18 @@ void postKey(EventPoster& poster, bool down) {
 }
 constexpr int kKeyCodeA = KEY_A + 8;
 
-TEST(SilentXServerTest, StoppingACaptureWaitsForOneAnswerAtMost) {
+class SilentXServerTest : public testing::Test {
+ protected:
+  // Whoever still waits for the server is answered before the process may end.
+  ~SilentXServerTest() override {
+    server.resume();
+    EXPECT_TRUE(becomes([] { return XConnection::open() != nullptr; }));
+  }
+
   const PrivateXServer server;
+};
+
+TEST_F(SilentXServerTest, StoppingACaptureWaitsForOneAnswerAtMost) {
   chooseScreen();
   const Capture capture{{1280, 720}};
   ASSERT_TRUE(capture.frames->waitForCount(1));
@@ -87,7 +97,7 @@ TEST(SilentXServerTest, StoppingACaptureWaitsForOneAnswerAtMost) {
   EXPECT_TRUE(capture.frames->waitForCount(count + 1));
 }
 
-TEST(SilentXServerTest, FramesGoOnWhenTheServerAnswersAgain) {
+TEST_F(SilentXServerTest, FramesGoOnWhenTheServerAnswersAgain) {
   const auto silence = std::make_shared<test::Eventually<int>>(0);
   setLogSink([silence](std::string_view line) {
     if (line ==
@@ -95,7 +105,6 @@ TEST(SilentXServerTest, FramesGoOnWhenTheServerAnswersAgain) {
       silence->update([](int& count) { ++count; });
     }
   });
-  const PrivateXServer server;
   chooseScreen();
   XPainter painter;
   painter.clear(kGrey);
@@ -113,8 +122,7 @@ TEST(SilentXServerTest, FramesGoOnWhenTheServerAnswersAgain) {
   setLogSink(nullptr);
 }
 
-TEST(SilentXServerTest, CursorIsWaitedForOnce) {
-  const PrivateXServer server;
+TEST_F(SilentXServerTest, CursorIsWaitedForOnce) {
   chooseScreen();
   XPainter painter;
   painter.warpPointer(30, 20);
@@ -132,8 +140,7 @@ TEST(SilentXServerTest, CursorIsWaitedForOnce) {
   EXPECT_TRUE(becomes([] { return screens().mouseLocation() == Point{40, 700}; }));
 }
 
-TEST(SilentXServerTest, ChoiceIsRefusedInTime) {
-  const PrivateXServer server;
+TEST_F(SilentXServerTest, ChoiceIsRefusedInTime) {
   server.suspend();
   std::optional<Error> error;
   EXPECT_LT(timeOf([&] { error = screens().select(ScreenSource::automatic, {}); }), kOneWait);
@@ -143,8 +150,7 @@ TEST(SilentXServerTest, ChoiceIsRefusedInTime) {
   EXPECT_TRUE(becomes([] { return !screens().select(ScreenSource::automatic, {}); }));
 }
 
-TEST(SilentXServerTest, PostingEndsInTimeHoweverMuchIsPosted) {
-  const PrivateXServer server;
+TEST_F(SilentXServerTest, PostingEndsInTimeHoweverMuchIsPosted) {
   chooseScreen();
   const auto poster = services().eventPosting->makeEventPoster();
   postKey(*poster, true);
@@ -166,8 +172,7 @@ TEST(SilentXServerTest, PostingEndsInTimeHoweverMuchIsPosted) {
             kAtOnce);
 }
 
-TEST(SilentXServerTest, WhatIsHeldIsReleasedIfTheServerAnswersInTheEnd) {
-  const PrivateXServer server;
+TEST_F(SilentXServerTest, WhatIsHeldIsReleasedIfTheServerAnswersInTheEnd) {
   chooseScreen();
   XPainter painter;
   const auto poster = services().eventPosting->makeEventPoster();
@@ -184,8 +189,7 @@ TEST(SilentXServerTest, WhatIsHeldIsReleasedIfTheServerAnswersInTheEnd) {
   EXPECT_TRUE(becomes([&] { return !isDown(painter, kKeyCodeA); }));
 }
 
-TEST(SilentXServerTest, SeveralConnectionsWaitInFullOnce) {
-  const PrivateXServer server;
+TEST_F(SilentXServerTest, SeveralConnectionsWaitInFullOnce) {
   chooseScreen();
   screens().mouseLocation();
   const auto mouse = services().eventPosting->makeEventPoster();
@@ -200,7 +204,7 @@ TEST(SilentXServerTest, SeveralConnectionsWaitInFullOnce) {
             kOneWait);
 }
 
-TEST(SilentXServerTest, WatchEndsTheCallThatWaits) {
+TEST_F(SilentXServerTest, WatchEndsTheCallThatWaits) {
   std::array<int, 2> ends{};
   ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, ends.data()), 0);
   {
