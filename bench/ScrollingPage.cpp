@@ -48,10 +48,10 @@ void ScrollingPage::drawLine(int top) {
   const auto y = static_cast<std::int16_t>(top);
   fill(kPaper, {page_.x, y, page_.width, kLineHeight});
   std::vector<xcb_rectangle_t> marks;
-  for (auto x = static_cast<std::int16_t>(page_.x + 8); x < right() - 12;
-       x = static_cast<std::int16_t>(x + 8)) {
+  for (int left = page_.x + 8; left < right() - 12; left += 8) {
     random_ = random_ * 1664525U + 1013904223U;
     if (random_ >> 29U == 0) continue;  // a space
+    const auto x = static_cast<std::int16_t>(left);
     const auto stem = static_cast<std::int16_t>(x + static_cast<int>(random_ >> 8U & 3U));
     const auto bar = static_cast<std::int16_t>(y + 3 + static_cast<int>(random_ >> 16U & 7U));
     marks.push_back({stem, static_cast<std::int16_t>(y + 2), 1, 10});
