@@ -1,3 +1,4 @@
+// Frames on their way from the capture to the channel, and what they cost.
 #include <cstdlib>
 #include <iostream>
 
@@ -6,13 +7,10 @@
 namespace tessel::test {
 namespace {
 
-using platform::Clock;
 using namespace std::chrono_literals;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-const std::string kCaptureSetup = "-[TSLDisplayConnection screenCaptureSessionWithSize:error:]";
-const std::string kEncoderSetup = "-[TSLDisplayConnection compressionSessionWithSize:error:]";
 const std::string kOutput =
     "-[TSLDisplayConnection captureOutput:didOutputSampleBuffer:fromConnection:]";
 const std::string kCompressed =
@@ -30,113 +28,7 @@ class DisplayVideoTest : public DisplayTest {
     frame->data = platform::Status{-1};
     return frame;
   }
-
-  std::optional<Error> setUpError;
 };
-
-// Capture set-up.
-
-TEST_F(DisplayVideoTest, TheFirstScreenIsCapturedWithoutItsCursor) {
-  world.screens.list = {Screen{69, {{0, 0}, {800, 600}}}, Screen{70, {{800, 0}, {1920, 1080}}}};
-  ASSERT_NE(display->screenCaptureSessionWithSize({1280, 720}, setUpError), nullptr);
-  EXPECT_EQ(setUpError, std::nullopt);
-  EXPECT_EQ(capture()->input->displayID, 69U);
-  EXPECT_FALSE(capture()->input->capturesCursor);
-  EXPECT_FALSE(capture()->input->capturesMouseClicks);
-  EXPECT_EQ(capture()->input->minFrameDuration, Clock::Duration{1s} / 30);
-  EXPECT_EQ(capture()->output->size, (Size{1280, 720}));
-  EXPECT_EQ(capture()->output->pixelFormat, 0x79757673U);
-  EXPECT_TRUE(capture()->output->alwaysDiscardsLateVideoFrames);
-  EXPECT_FALSE(capture()->running);
-}
-
-TEST_F(DisplayVideoTest, ACaptureOfASecondDisplayIsNotPossible) {
-  world.screens.list = {Screen{1, {{0, 0}, {800, 600}}}, Screen{2, {{800, 0}, {800, 600}}}};
-  startUntilCasting();
-  EXPECT_EQ(world.capture.sessions.size(), 1U);
-  EXPECT_EQ(capture()->input->displayID, 1U);
-}
-
-TEST_F(DisplayVideoTest, AnInputThatCannotBeAddedIsAnError) {
-  world.capture.inputAccepted = false;
-  EXPECT_EQ(display->screenCaptureSessionWithSize({1280, 720}, setUpError), nullptr);
-  EXPECT_EQ(setUpError, (Error{"AVFoundationErrorDomain", -11800, ""}));
-  EXPECT_THAT(world.log.lines(),
-              ElementsAre(kCaptureSetup + ": Cannot add AVCaptureScreenInput to capture session!"));
-}
-
-TEST_F(DisplayVideoTest, WithoutAScreenThereIsNoInput) {
-  world.screens.list.clear();
-  EXPECT_EQ(display->screenCaptureSessionWithSize({1280, 720}, setUpError), nullptr);
-  EXPECT_EQ(setUpError, (Error{"AVFoundationErrorDomain", -11800, ""}));
-  EXPECT_THAT(world.log.lines(),
-              ElementsAre("-[TSLDisplayConnection screenCaptureSessionWithSize:error:]: "
-                          "Cannot add AVCaptureScreenInput to capture session!"));
-}
-
-TEST_F(DisplayVideoTest, AnOutputThatCannotBeAddedIsAnError) {
-  world.capture.outputAccepted = false;
-  EXPECT_EQ(display->screenCaptureSessionWithSize({1280, 720}, setUpError), nullptr);
-  EXPECT_EQ(setUpError, (Error{"AVFoundationErrorDomain", -11800, ""}));
-  EXPECT_THAT(
-      world.log.lines(),
-      ElementsAre(kCaptureSetup + ": Cannot add AVCaptureVideoDataOutput to capture session!"));
-}
-
-// Encoder set-up.
-
-TEST_F(DisplayVideoTest, TheEncoderGetsItsThreePropertiesInOrder) {
-  const auto made = display->compressionSessionWithSize({1280.9, 720.2}, setUpError);
-  EXPECT_EQ(made, encoder());
-  EXPECT_EQ(encoder()->width, 1280);
-  EXPECT_EQ(encoder()->height, 720);
-  EXPECT_THAT(encoder()->calls, ElementsAre("AllowFrameReordering 0", "RealTime 1",
-                                            "ExpectedFrameRate 30", "UsingHardware", "Prepare"));
-  EXPECT_THAT(
-      world.log.lines(),
-      ElementsAre(kEncoderSetup + ": Compression session using hardware acceleration: YES"));
-}
-
-TEST_F(DisplayVideoTest, ASoftwareEncoderIsSaidToBeOne) {
-  world.encoding.onCreate = [](FakeCompressionSession& made) { made.hardware = false; };
-  EXPECT_NE(display->compressionSessionWithSize({1280, 720}, setUpError), nullptr);
-  EXPECT_THAT(world.log.lines(),
-              ElementsAre(kEncoderSetup + ": Compression session using hardware acceleration: NO"));
-}
-
-TEST_F(DisplayVideoTest, AnEncoderThatDoesNotSayWhatItIsGoesOn) {
-  world.encoding.onCreate = [](FakeCompressionSession& made) {
-    made.hardware = platform::Status{-12900};
-  };
-  EXPECT_NE(display->compressionSessionWithSize({1280, 720}, setUpError), nullptr);
-  EXPECT_THAT(
-      world.log.lines(),
-      ElementsAre(kEncoderSetup +
-                  ": VTSessionCopyProperty(kVTCompressionPropertyKey_"
-                  "UsingHardwareAcceleratedVideoEncoder) failed. error: "
-                  "Error Domain=NSOSStatusErrorDomain Code=-12900 \"encoder status -12900\""));
-}
-
-TEST_F(DisplayVideoTest, AnEncoderThatCannotBeMadeIsAnError) {
-  world.encoding.createStatus = -12902;
-  EXPECT_EQ(display->compressionSessionWithSize({1280, 720}, setUpError), nullptr);
-  EXPECT_EQ(setUpError, (Error{"NSOSStatusErrorDomain", -12902, "encoder status -12902"}));
-  EXPECT_THAT(world.log.lines(),
-              ElementsAre(kEncoderSetup + ": Failed to create compression session. error: Error "
-                                          "Domain=NSOSStatusErrorDomain Code=-12902 "
-                                          "\"encoder status -12902\""));
-}
-
-TEST_F(DisplayVideoTest, AnEncoderThatCannotBePreparedIsInvalidated) {
-  world.encoding.onCreate = [](FakeCompressionSession& made) { made.prepareStatus = -12911; };
-  EXPECT_EQ(display->compressionSessionWithSize({1280, 720}, setUpError), nullptr);
-  EXPECT_EQ(setUpError, (Error{"NSOSStatusErrorDomain", -12911, "encoder status -12911"}));
-  EXPECT_EQ(encoder()->invalidations, 1);
-  EXPECT_EQ(world.log.lines().back(),
-            kEncoderSetup +
-                ": Failed to prepare compression session. error: Error "
-                "Domain=NSOSStatusErrorDomain Code=-12911 \"encoder status -12911\"");
-}
 
 // Frames and credits.
 
