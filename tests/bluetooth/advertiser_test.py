@@ -3,22 +3,17 @@ import unittest
 
 import dbus
 
-from bluez import HUB, BlueZ, Bus, Program
+from bluez import HUB, BlueZTest, Program
 
 ADVERTISED, NOT = 'Advertised over Bluetooth', 'Not advertised over Bluetooth'
 
 
-class AdvertiserTest(unittest.TestCase):
+class AdvertiserTest(BlueZTest):
     addresses = ['10.77.1.5']
     environment = {}
 
     def setUp(self):
-        self.bus = Bus()
-        self.addCleanup(self.bus.close)
-        self.bluez = BlueZ()
-        self.addCleanup(self.bluez.stop)
-        self.bus.start()
-        self.bluez.start()
+        super().setUp()
         self.prepare()
         self.probe = Program('bin/advertiser_probe', *self.addresses, env=self.environment)
         self.addCleanup(self.end)

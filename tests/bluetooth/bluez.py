@@ -9,6 +9,7 @@ import tempfile
 import termios
 import threading
 import time
+import unittest
 from pathlib import Path
 
 import dbus
@@ -154,6 +155,23 @@ class BlueZ:
     def wait_for_call(self, method, count=1, name='hci0'):
         wait_until(lambda: sum(m == method for m, _ in self.calls(name)) >= count,
                    '%d calls of %s' % (count, method))
+
+
+class BlueZTest(unittest.TestCase):
+    """Each test with a BlueZ of its own, without an adapter, on a bus of its own."""
+    policy = ''  # of the bus
+    with_bus = True
+    with_service = True
+
+    def setUp(self):
+        self.bus = Bus(self.policy)
+        self.addCleanup(self.bus.close)
+        self.bluez = BlueZ()
+        self.addCleanup(self.bluez.stop)
+        if self.with_bus:
+            self.bus.start()
+        if self.with_bus and self.with_service:
+            self.bluez.start()
 
 
 class Program:

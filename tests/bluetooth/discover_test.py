@@ -6,19 +6,14 @@ import unittest
 
 import dbus
 
-from bluez import BUILD, PATIENCE, BlueZ, Bus, Program, Terminal, beacon
+from bluez import BUILD, PATIENCE, BlueZTest, Program, Terminal, beacon
 
 DEVICE = 'C0_1E_AC_5B_00_01'
 
 
-class DiscoverTest(unittest.TestCase):
+class DiscoverTest(BlueZTest):
     def setUp(self):
-        self.bus = Bus()
-        self.addCleanup(self.bus.close)
-        self.bluez = BlueZ()
-        self.addCleanup(self.bluez.stop)
-        self.bus.start()
-        self.bluez.start()
+        super().setUp()
         self.bluez.plug()
 
     def start(self, *arguments):

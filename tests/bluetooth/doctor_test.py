@@ -2,20 +2,12 @@
 import json
 import unittest
 
-from bluez import BlueZ, Bus, Program
+from bluez import BlueZTest, Program
 
 NEEDS_NONE = ' Casting to the address of a hub needs no Bluetooth.'
 
 
-class DoctorTest(unittest.TestCase):
-    def setUp(self):
-        self.bus = Bus()
-        self.addCleanup(self.bus.close)
-        self.bluez = BlueZ()
-        self.addCleanup(self.bluez.stop)
-        self.bus.start()
-        self.bluez.start()
-
+class DoctorTest(BlueZTest):
     def finding(self):
         program = Program('bin/tessel', 'doctor', '--json')
         self.addCleanup(program.finish)

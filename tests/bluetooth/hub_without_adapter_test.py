@@ -3,20 +3,12 @@ import http.client
 import json
 import unittest
 
-from bluez import BlueZ, Bus, Program
+from bluez import BlueZTest, Program
 
 NONE = 'Not advertised over Bluetooth: there is no Bluetooth adapter.'
 
 
-class HubWithoutAdapterTest(unittest.TestCase):
-    def setUp(self):
-        self.bus = Bus()
-        self.addCleanup(self.bus.close)
-        self.bluez = BlueZ()
-        self.addCleanup(self.bluez.stop)
-        self.bus.start()
-        self.bluez.start()
-
+class HubWithoutAdapterTest(BlueZTest):
     def hub(self, address, *options):
         hub = Program('bin/tessel-hub', '--bind', address, '--headless', '--json', *options)
         self.addCleanup(hub.interrupt)

@@ -4,7 +4,7 @@ import unittest
 
 import dbus
 
-from bluez import BlueZ, Bus, Program, beacon, manufacturer_data
+from bluez import BlueZTest, Program, beacon, manufacturer_data
 
 HERE = 'dev_C0_1E_AC_5B_00_01'[4:]
 ON, OFF = 'state BVGBluetoothStatePoweredOn', 'state  BVGBluetoothStatePoweredOff'
@@ -12,20 +12,9 @@ RESETTING, UNSUPPORTED = 'state BVGBluetoothStateResetting', 'state BVGBluetooth
 UNAUTHORIZED = 'state BVGBluetoothStateUnauthorized'
 
 
-class ScannerTest(unittest.TestCase):
-    policy = ''
-    with_bus = True
-    with_service = True
-
+class ScannerTest(BlueZTest):
     def setUp(self):
-        self.bus = Bus(self.policy)
-        self.addCleanup(self.bus.close)
-        self.bluez = BlueZ()
-        self.addCleanup(self.bluez.stop)
-        if self.with_bus:
-            self.bus.start()
-        if self.with_bus and self.with_service:
-            self.bluez.start()
+        super().setUp()
         self.prepare()
         self.probe = Program('bin/radio_probe')
         self.addCleanup(self.end)
