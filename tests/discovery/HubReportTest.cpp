@@ -116,8 +116,13 @@ class HubReportTest : public testing::Test {
   static std::function<TerminalSize()> terminal(std::size_t rows, std::size_t columns) {
     return [rows, columns] { return TerminalSize{rows, columns}; };
   }
+  // One whose seconds pass by hand.
+  std::unique_ptr<HubReport> jsonReport() {
+    return makeJsonHubReport(out, [this] { return now; });
+  }
 
   std::ostringstream out;
+  std::chrono::steady_clock::time_point now{1h};
 };
 
 TEST_F(HubReportTest, JsonTellsEachChangeOnce) {
@@ -137,8 +142,7 @@ TEST_F(HubReportTest, JsonTellsEachChangeOnce) {
 }
 
 TEST_F(HubReportTest, JsonTellsTheSignalAtMostOnceASecond) {
-  std::chrono::steady_clock::time_point now{1h};
-  const auto report = makeJsonHubReport(out, [&now] { return now; });
+  const auto report = jsonReport();
   Hub changing = hub();
   report->present(changing);
   take();
@@ -155,8 +159,7 @@ TEST_F(HubReportTest, JsonTellsTheSignalAtMostOnceASecond) {
 }
 
 TEST_F(HubReportTest, JsonTellsTheLastSignalWhenTheSecondIsOver) {
-  std::chrono::steady_clock::time_point now{1h};
-  const auto report = makeJsonHubReport(out, [&now] { return now; });
+  const auto report = jsonReport();
   Hub changing = hub();
   report->present(changing);
   changing.rssi = -60;
@@ -171,8 +174,7 @@ TEST_F(HubReportTest, JsonTellsTheLastSignalWhenTheSecondIsOver) {
 }
 
 TEST_F(HubReportTest, JsonTellsTheSignalAlthoughTheDateHasJumpedBack) {
-  std::chrono::steady_clock::time_point now{1h};
-  const auto report = makeJsonHubReport(out, [&now] { return now; });
+  const auto report = jsonReport();
   Hub changing = hub();
   report->present(changing);
   take();
