@@ -4,9 +4,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
-#include <fstream>
-#include <iomanip>
 #include <poll.h>
+#include <ranges>
 #include <signal.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
@@ -16,6 +15,9 @@ namespace tessel::test {
 namespace {
 
 constexpr int kStartTimeoutMs = 20000;
+
+// Beyond the numbers that a server takes: they all have a TCP port.
+constexpr const char* kNoDisplay = ":59999";
 
 // Reads up to a line feed; empty when it does not come in time.
 std::string readLine(int file) {
@@ -67,8 +69,8 @@ PrivateXServer::PrivateXServer(const Options& options) {
 
 PrivateXServer::~PrivateXServer() {
   end();
-  if (!display_.empty()) unlink(lockFile().c_str());
-  for (const Variable& variable : variables_) {
+  // Backwards: DISPLAY may have been set twice.
+  for (const Variable& variable : variables_ | std::views::reverse) {
     if (variable.wasSet) {
       setenv(variable.name.c_str(), variable.before.c_str(), 1);
     } else {
@@ -80,18 +82,14 @@ PrivateXServer::~PrivateXServer() {
 void PrivateXServer::end() {
   if (pid_ <= 0) return;
   if (!display_.empty()) {
-    // This process takes the lock over, or another test's server could get the number meanwhile
-    // and pass for this one.
-    const std::string own = lockFile() + "." + std::to_string(getpid());
-    std::ofstream{own} << std::setw(10) << getpid() << '\n';
-    std::rename(own.c_str(), lockFile().c_str());
+    setVariable("DISPLAY", kNoDisplay);
+    // A server that is killed leaves its socket behind. Afterwards it may be another server's.
+    unlink(("/tmp/.X11-unix/X" + display_.substr(1)).c_str());
   }
   resume();
   kill(pid_, SIGKILL);
   waitpid(pid_, nullptr, 0);
   pid_ = 0;
-  // A server that is killed leaves its socket behind.
-  if (!display_.empty()) unlink(("/tmp/.X11-unix/X" + display_.substr(1)).c_str());
 }
 
 void PrivateXServer::suspend() const {
@@ -101,8 +99,6 @@ void PrivateXServer::suspend() const {
 }
 
 void PrivateXServer::resume() const { kill(pid_, SIGCONT); }
-
-std::string PrivateXServer::lockFile() const { return "/tmp/.X" + display_.substr(1) + "-lock"; }
 
 int PrivateXServer::run(const std::string& command) const {
   const int status = std::system((command + " >/dev/null 2>&1").c_str());

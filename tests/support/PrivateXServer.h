@@ -32,7 +32,8 @@ class PrivateXServer {
   /// ":7"
   const std::string& display() const { return display_; }
 
-  /// Ends the server and waits until it is gone. Its number stays taken as long as this object is.
+  /// Ends the server and waits until it is gone. DISPLAY then names none: another test's server may
+  /// get the number at once, and would pass for this one.
   void end();
 
   /// Lets the server answer nothing, as one that hangs; until it is resumed or this object ends.
@@ -43,8 +44,6 @@ class PrivateXServer {
   int run(const std::string& command) const;
 
  private:
-  std::string lockFile() const;
-
   struct Variable {
     std::string name;
     std::string before;
