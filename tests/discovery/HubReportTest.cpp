@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <gmock/gmock.h>
-#include <regex>
 #include <sstream>
 
 #include "apps/common/JsonLine.h"
@@ -107,8 +106,12 @@ class HubReportTest : public testing::Test {
   }
   // The lines of a table, without what moves the cursor.
   std::vector<std::string> drawn() {
-    static const std::regex kControl{"\r|\x1b\\[[?0-9]*[A-Za-z]"};
-    std::istringstream table{std::regex_replace(take(), kControl, "")};
+    std::string text = take();
+    std::erase(text, '\r');
+    for (std::size_t at = 0; (at = text.find("\x1b[")) != std::string::npos;) {
+      text.erase(at, text.find_first_not_of("?0123456789", at + 2) + 1 - at);
+    }
+    std::istringstream table{text};
     std::vector<std::string> lines;
     for (std::string line; std::getline(table, line);) lines.push_back(line);
     return lines;

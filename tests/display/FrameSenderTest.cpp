@@ -8,8 +8,6 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-constexpr const char* kName = "-[TSLDisplayConnection sendSampleBuffer:bufferLength:]";
-
 std::vector<Bytes> sendsOf(std::size_t length) {
   RecordingSink sink;
   const Bytes frame = pattern(length);
@@ -81,7 +79,7 @@ TEST(FrameSenderTest, AnEmptyFrameIsAHeaderAndAnEmptyPiece) {
 }
 
 TEST(FrameSenderTest, AFailedSendEndsTheFrameWithItsLogLine) {
-  const std::string name = kName;
+  const std::string name = "-[TSLDisplayConnection sendSampleBuffer:bufferLength:]";
   const std::vector<std::string> lines = {
       name + ": Failed to send SIMPLE_TRANSMIT_MSG!",
       name + ": Failed to send SIMPLE_TRANSMIT_MSG data. bytesToSend: 50000!",

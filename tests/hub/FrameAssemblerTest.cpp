@@ -13,7 +13,7 @@ namespace {
 using ::testing::ElementsAre;
 using Bytes = std::vector<std::uint8_t>;
 
-struct Recorder final : FrameAssembler::Sink {
+struct FrameRecorder final : FrameAssembler::Sink {
   void onContextRequest(std::span<const std::uint8_t> message) override {
     requests.emplace_back(message.begin(), message.end());
   }
@@ -81,7 +81,7 @@ Bytes framed(const Bytes& frame) {
 struct Outcome {
   bool inStep = true;
   std::string problem;
-  Recorder seen;
+  FrameRecorder seen;
 };
 
 Outcome assemble(const Bytes& bytes, std::size_t step) {
@@ -200,7 +200,7 @@ TEST(FrameAssemblerTest, AnotherMessageBetweenTwoPiecesEndsTheStream) {
 }
 
 TEST(FrameAssemblerTest, NothingIsTakenAfterTheStreamIsOutOfStep) {
-  Recorder seen;
+  FrameRecorder seen;
   FrameAssembler assembler{seen};
   EXPECT_FALSE(assembler.feed(Bytes{3, 0, 0x90, 0}));
   EXPECT_FALSE(assembler.feed(framed(payload(10))));

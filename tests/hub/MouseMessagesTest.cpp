@@ -12,7 +12,7 @@ namespace {
 using ::testing::ElementsAre;
 using Bytes = std::vector<std::uint8_t>;
 
-struct Recorder final : MouseMessages::Sink {
+struct MessageRecorder final : MouseMessages::Sink {
   void onCursorCommand() override { seen.emplace_back("cursor command"); }
   void onCaptureCommand() override { seen.emplace_back("capture command"); }
   void onCursor(int x, int y) override {
@@ -32,7 +32,7 @@ const Bytes kStream{
 
 TEST(MouseMessagesTest, ReportsMayStandBetweenTheHandshakeAndBeCutAnywhere) {
   for (std::size_t step = 1; step <= kStream.size(); ++step) {
-    Recorder recorder;
+    MessageRecorder recorder;
     MouseMessages messages{recorder};
     for (std::size_t at = 0; at < kStream.size(); at += step) {
       ASSERT_TRUE(
@@ -47,7 +47,7 @@ TEST(MouseMessagesTest, WhatIsNoMessageIsToldAtOnce) {
   for (const Bytes& wrong :
        {Bytes{1}, Bytes{8, 0x0E}, Bytes{2, 1}, Bytes{2, 0, 0, 0, 2, 0, 0, 0, 2, 1},
         Bytes{2, 0, 0, 0, 0xFF, 0xFF, 0xFF, 0xFF}}) {
-    Recorder recorder;
+    MessageRecorder recorder;
     MouseMessages messages{recorder};
     EXPECT_FALSE(messages.feed(wrong));
     EXPECT_TRUE(recorder.seen.empty());
@@ -57,7 +57,7 @@ TEST(MouseMessagesTest, WhatIsNoMessageIsToldAtOnce) {
 TEST(MouseMessagesTest, RandomBytesAreSurvived) {
   std::mt19937 random{8};
   for (int round = 0; round < 200; ++round) {
-    Recorder recorder;
+    MessageRecorder recorder;
     MouseMessages messages{recorder};
     Bytes noise(64);
     std::ranges::generate(noise, [&random] { return static_cast<std::uint8_t>(random() % 14); });

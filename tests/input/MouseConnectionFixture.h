@@ -8,8 +8,8 @@ inline const std::string kStart = "-[TSLMouseConnection startWithCompletionHandl
 inline const std::string kInit = "-[TSLMouseConnection newInitialization:]";
 inline const std::string kReceive = "-[TSLMouseConnection rcvMouseEvent:]";
 inline const std::string kTick = "-[TSLMouseConnection sendMouseEvent]";
-inline const Bytes kMove{8, 0x0D, 10, 0, 20, 0, 1, 0};
-inline const Bytes kLeftDown{8, 0x0D, 10, 0, 20, 0, 2, 0};
+inline const Bytes kMovePacket{8, 0x0D, 10, 0, 20, 0, 1, 0};
+inline const Bytes kLeftDownPacket{8, 0x0D, 10, 0, 20, 0, 2, 0};
 
 /// A mouse channel whose log is read without what its timer and its simulator say.
 class TSLMouseConnectionTest : public MouseChannelTest {

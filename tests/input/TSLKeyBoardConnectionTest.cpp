@@ -292,14 +292,14 @@ TEST_F(TSLKeyBoardConnectionTest, DroppingItStopsIt) {
                           "connection dealloc"));
 }
 
-class SendingFails : public TSLKeyBoardConnection {
+class SendingNothing : public TSLKeyBoardConnection {
  public:
-  explicit SendingFails(const std::shared_ptr<TSLSession>& hub) : TSLKeyBoardConnection{hub} {}
+  explicit SendingNothing(const std::shared_ptr<TSLSession>& hub) : TSLKeyBoardConnection{hub} {}
   bool sendBuffer(const void* /*bytes*/, std::uint64_t /*length*/) override { return false; }
 };
 
 TEST_F(TSLKeyBoardConnectionTest, AnOpeningMessageThatCannotBeSentCancelsAndCompletesWithoutError) {
-  keyBoard = std::make_shared<SendingFails>(session);
+  keyBoard = std::make_shared<SendingNothing>(session);
   open();
   EXPECT_THAT(started.codes, ElementsAre(0));
   EXPECT_FALSE(keyBoard->connected());
@@ -320,7 +320,7 @@ TEST_F(TSLKeyBoardConnectionTest, TheStartReturnsWhetherItIsConnected) {
   EXPECT_EQ(error, std::nullopt);
 
   world.network.onStart = [](SimConnection& connection) { connection.becomeReady(); };
-  keyBoard = std::make_shared<SendingFails>(session);
+  keyBoard = std::make_shared<SendingNothing>(session);
   EXPECT_FALSE(keyBoard->startKeyBoardSocketReturningError(error));
   EXPECT_EQ(error, std::nullopt);
 

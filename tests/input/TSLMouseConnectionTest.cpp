@@ -130,8 +130,8 @@ TEST_F(TSLMouseConnectionTest, SendingCopiesTheBytesAndAlwaysSucceeds) {
 
 TEST_F(TSLMouseConnectionTest, PacketsGoToTheSimulatorOneByOne) {
   initialize();
-  hub->deliver(kMove);
-  hub->deliver(kLeftDown);
+  hub->deliver(kMovePacket);
+  hub->deliver(kLeftDownPacket);
   world.run();
   EXPECT_THAT(world.poster.posts(), ElementsAre("post mouse 5 (10,20) button 0 click 1",
                                                 "post mouse 1 (10,20) button 0 click 1"));
@@ -142,7 +142,7 @@ TEST_F(TSLMouseConnectionTest, WithoutASimulatorPacketsAreReadAndDropped) {
   initialize();
   const auto simulator = mouse->mouseSimulator();
   mouse->setMouseSimulator(nullptr);
-  hub->deliver(kMove);
+  hub->deliver(kMovePacket);
   world.run();
   EXPECT_THAT(world.poster.operations, IsEmpty());
   EXPECT_EQ(world.log.count(kReceive + ": Enter"), 1);
@@ -150,7 +150,7 @@ TEST_F(TSLMouseConnectionTest, WithoutASimulatorPacketsAreReadAndDropped) {
 
 TEST_F(TSLMouseConnectionTest, AClosedStreamEndsTheLoopAndClearsConnectedAfterItsLastPacket) {
   initialize();
-  hub->deliverAndClose(kLeftDown);
+  hub->deliverAndClose(kLeftDownPacket);
   world.run();
   EXPECT_THAT(world.poster.operations,
               ElementsAre("create mouse 1 (10,20) button 0",
@@ -171,7 +171,7 @@ TEST_F(TSLMouseConnectionTest, AnEmptyContentEndsTheLoopAndLeavesConnected) {
 
 TEST_F(TSLMouseConnectionTest, AnErrorEndsTheLoopAfterItsPacketAndLeavesConnected) {
   initialize();
-  hub->completeReceive({kLeftDown, ContentContext{false}, false,
+  hub->completeReceive({kLeftDownPacket, ContentContext{false}, false,
                         Error{platform::kNetworkErrorDomain, 54, "Connection reset by peer"}});
   world.run();
   EXPECT_THAT(world.poster.posts(), ElementsAre("post mouse 1 (10,20) button 0 click 1"));
@@ -184,7 +184,7 @@ TEST_F(TSLMouseConnectionTest, AnErrorEndsTheLoopAfterItsPacketAndLeavesConnecte
 
 TEST_F(TSLMouseConnectionTest, ACompletedPacketOfAContextThatGoesOnDoesNotEndTheLoop) {
   initialize();
-  hub->completeReceive({kMove, ContentContext{false}, true, std::nullopt});
+  hub->completeReceive({kMovePacket, ContentContext{false}, true, std::nullopt});
   world.run();
   EXPECT_THAT(channelLog(), ElementsAre(kReceive + ": Enter"));
   EXPECT_TRUE(mouse->connected());
@@ -192,7 +192,7 @@ TEST_F(TSLMouseConnectionTest, ACompletedPacketOfAContextThatGoesOnDoesNotEndThe
 
 TEST_F(TSLMouseConnectionTest, ACompletedPacketWithoutAContextEndsTheLoop) {
   initialize();
-  hub->completeReceive({kMove, std::nullopt, true, std::nullopt});
+  hub->completeReceive({kMovePacket, std::nullopt, true, std::nullopt});
   world.run();
   EXPECT_THAT(channelLog(), ElementsAre(kReceive + "_block_invoke_2: ERROR IN Recieve"));
   EXPECT_FALSE(mouse->connected());
@@ -202,9 +202,9 @@ TEST_F(TSLMouseConnectionTest, EverythingOfTheChannelRunsOnTheMouseQueue) {
   becomeReady();
   hub->deliver(kCursorReply);
   hub->deliver(kCaptureReply);
-  hub->deliver(kMove);
+  hub->deliver(kMovePacket);
   world.advance(std::chrono::milliseconds{25});
-  hub->deliverAndClose(kMove);
+  hub->deliverAndClose(kMovePacket);
   mouse->stopWithCompletionHandler(nullptr);
   world.run();
   const auto queue = ElementsAre(mouse->mouseQueue()->label());
@@ -239,7 +239,7 @@ TEST_F(TSLMouseConnectionTest, AStopBeforeTheStartCancelsWhatExists) {
 
 TEST_F(TSLMouseConnectionTest, AConnectionThatItsSessionDropsIsTornDownAtTheNextTick) {
   initialize();
-  hub->deliver(kLeftDown);
+  hub->deliver(kLeftDownPacket);
   world.run();
   const std::weak_ptr<TSLMouseConnection> weak = mouse;
   session->setMouseConnection(nullptr);

@@ -100,7 +100,7 @@ TEST_F(TSLMouseHandshakeTest, ACaptureReplyThatIsWrongInAnyByteLeavesTheCompleti
     Bytes reply = kCaptureReply;
     reply[at] ^= 0x40;
     hub->deliver(reply);
-    hub->deliver(kMove);
+    hub->deliver(kMovePacket);
     world.run();
     EXPECT_THAT(channelLog(),
                 ElementsAre(testing::StartsWith(kInit + "_block_invoke_2: Mouse Connection: "

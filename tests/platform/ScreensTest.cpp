@@ -26,17 +26,15 @@ void setDesktop(const char* display, const char* waylandDisplay, const char* ses
   set("XDG_SESSION_TYPE", sessionType);
 }
 
-Screens& screens() { return *services().screens; }
-
 std::string obstacle(ScreenSource source) {
-  const std::optional<Error> error = screens().select(source, {1920, 1080});
+  const std::optional<Error> error = services().screens->select(source, {1920, 1080});
   return error ? error->localizedDescription : "";
 }
 
 TEST(ScreensTest, OneScreenFillsTheRootWindow) {
   const PrivateXServer server;
   chooseScreen();
-  const std::vector<Screen> list = screens().screens();
+  const std::vector<Screen> list = services().screens->screens();
   ASSERT_EQ(list.size(), 1U);
   EXPECT_EQ(list[0].frame(), (Rect{{0, 0}, {1280, 720}}));
   EXPECT_NE(list[0].tsl_screenNumber(), 0U);
@@ -47,7 +45,7 @@ TEST(ScreensTest, PrimaryIsFirstAndTheOriginOfAll) {
   ASSERT_EQ(server.run("xrandr --setmonitor left 640/300x720/200+0+0 screen"), 0);
   ASSERT_EQ(server.run("xrandr --setmonitor '*right' 640/300x480/200+640+100 none"), 0);
   chooseScreen();
-  const std::vector<Screen> list = screens().screens();
+  const std::vector<Screen> list = services().screens->screens();
   ASSERT_EQ(list.size(), 2U);
   EXPECT_EQ(list[0].frame(), (Rect{{0, 0}, {640, 480}}));
   // Its lower edge lies 140 rows below that of the primary.
@@ -56,7 +54,7 @@ TEST(ScreensTest, PrimaryIsFirstAndTheOriginOfAll) {
 
   XPainter painter;
   painter.warpPointer(640 + 30, 100 + 40);
-  EXPECT_EQ(screens().mouseLocation(), (Point{30, 440}));
+  EXPECT_EQ(services().screens->mouseLocation(), (Point{30, 440}));
 }
 
 TEST(ScreensTest, CursorCountsFromTheLowerEdge) {
@@ -64,17 +62,17 @@ TEST(ScreensTest, CursorCountsFromTheLowerEdge) {
   chooseScreen();
   XPainter painter;
   painter.warpPointer(0, 0);
-  EXPECT_EQ(screens().mouseLocation(), (Point{0, 720}));
+  EXPECT_EQ(services().screens->mouseLocation(), (Point{0, 720}));
   painter.warpPointer(1279, 719);
-  EXPECT_EQ(screens().mouseLocation(), (Point{1279, 1}));
+  EXPECT_EQ(services().screens->mouseLocation(), (Point{1279, 1}));
 }
 
 TEST(ScreensTest, ChangeOfSizeIsSeenAtTheNextCall) {
   const PrivateXServer server;
   chooseScreen();
-  ASSERT_EQ(screens().screens().size(), 1U);
+  ASSERT_EQ(services().screens->screens().size(), 1U);
   ASSERT_EQ(server.run("xrandr --output screen --off --fb 640x480"), 0);
-  const std::vector<Screen> list = screens().screens();
+  const std::vector<Screen> list = services().screens->screens();
   ASSERT_EQ(list.size(), 1U);
   EXPECT_EQ(list[0].frame(), (Rect{{0, 0}, {640, 480}}));
 }
@@ -85,27 +83,27 @@ TEST(ScreensTest, ServerThatComesBackIsFoundAgain) {
     const PrivateXServer server;
     display = server.display();
     chooseScreen();
-    ASSERT_EQ(screens().screens().size(), 1U);
+    ASSERT_EQ(services().screens->screens().size(), 1U);
   }
   setDesktop(display.c_str(), nullptr, nullptr);
-  EXPECT_TRUE(screens().screens().empty());
+  EXPECT_TRUE(services().screens->screens().empty());
   const PrivateXServer again;
   chooseScreen();
-  EXPECT_EQ(screens().screens().size(), 1U);
+  EXPECT_EQ(services().screens->screens().size(), 1U);
 }
 
 TEST(ScreensTest, WaylandDesktopIsRefusedInOneSentence) {
   const PrivateXServer server;
   setDesktop(server.display().c_str(), "wayland-0", nullptr);
   EXPECT_NE(obstacle(ScreenSource::automatic).find("Wayland"), std::string::npos);
-  EXPECT_TRUE(screens().screens().empty());
+  EXPECT_TRUE(services().screens->screens().empty());
   EXPECT_FALSE(Capture({1280, 720}).accepted);
 
   setDesktop(server.display().c_str(), nullptr, "wayland");
   EXPECT_NE(obstacle(ScreenSource::automatic).find("Wayland"), std::string::npos);
 
   EXPECT_EQ(obstacle(ScreenSource::x11), "");
-  EXPECT_EQ(screens().screens().size(), 1U);
+  EXPECT_EQ(services().screens->screens().size(), 1U);
 }
 
 TEST(ScreensTest, XServerBesideAWaylandDesktopIsKnownByItsOutputs) {
@@ -136,29 +134,29 @@ TEST(ScreensTest, NoDisplayIsToldInOneSentence) {
   setDesktop(nullptr, nullptr, nullptr);
   for (const ScreenSource source : {ScreenSource::automatic, ScreenSource::x11}) {
     EXPECT_NE(obstacle(source).find("DISPLAY is not set"), std::string::npos);
-    EXPECT_TRUE(screens().screens().empty());
-    EXPECT_EQ(screens().mouseLocation(), Point{});
+    EXPECT_TRUE(services().screens->screens().empty());
+    EXPECT_EQ(services().screens->mouseLocation(), Point{});
   }
 }
 
 TEST(ScreensTest, ServerThatIsNotThereIsToldWithItsName) {
   setDesktop(":4711", nullptr, nullptr);
   EXPECT_NE(obstacle(ScreenSource::automatic).find(":4711"), std::string::npos);
-  EXPECT_TRUE(screens().screens().empty());
+  EXPECT_TRUE(services().screens->screens().empty());
 }
 
 TEST(ScreensTest, TestPictureIsAScreenOfItsSize) {
   setDesktop(nullptr, nullptr, nullptr);
-  ASSERT_EQ(screens().select(ScreenSource::pattern, {800, 450}), std::nullopt);
-  const std::vector<Screen> list = screens().screens();
+  ASSERT_EQ(services().screens->select(ScreenSource::pattern, {800, 450}), std::nullopt);
+  const std::vector<Screen> list = services().screens->screens();
   ASSERT_EQ(list.size(), 1U);
   EXPECT_EQ(list[0].frame(), (Rect{{0, 0}, {800, 450}}));
-  EXPECT_EQ(screens().mouseLocation(), (Point{400, 225}));
-  EXPECT_NE(screens().select(ScreenSource::pattern, {0, 0}), std::nullopt);
+  EXPECT_EQ(services().screens->mouseLocation(), (Point{400, 225}));
+  EXPECT_NE(services().screens->select(ScreenSource::pattern, {0, 0}), std::nullopt);
 }
 
 TEST(ScreensTest, TestPictureMovesWithItsCounter) {
-  ASSERT_EQ(screens().select(ScreenSource::pattern, {800, 450}), std::nullopt);
+  ASSERT_EQ(services().screens->select(ScreenSource::pattern, {800, 450}), std::nullopt);
   const Capture capture{{640, 360}};
   ASSERT_TRUE(capture.frames->waitForCount(4));
   std::uint32_t last = 0;
@@ -184,13 +182,13 @@ TEST(ScreensTest, TheHubDrivesTheX11ScreenOnlyWhileThatIsCast) {
   chooseScreen(ScreenSource::x11);
   EXPECT_TRUE(canBeDriven());
   setenv("WAYLAND_DISPLAY", "wayland-0", 1);
-  screens().select(ScreenSource::automatic, {});
+  services().screens->select(ScreenSource::automatic, {});
   EXPECT_FALSE(canBeDriven());
   unsetenv("WAYLAND_DISPLAY");
 }
 
 TEST(ScreensTest, NoOtherDisplayCanBeCaptured) {
-  ASSERT_EQ(screens().select(ScreenSource::pattern, {800, 450}), std::nullopt);
+  ASSERT_EQ(services().screens->select(ScreenSource::pattern, {800, 450}), std::nullopt);
   const auto session = services().screenCapture->makeCaptureSession();
   EXPECT_FALSE(session->canAddInput({.displayID = kPatternDisplayID + 1}));
   EXPECT_TRUE(session->canAddInput({.displayID = kPatternDisplayID}));

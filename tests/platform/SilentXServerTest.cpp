@@ -52,8 +52,6 @@ bool becomes(Holds holds) {
   return false;
 }
 
-Screens& screens() { return *services().screens; }
-
 bool isDown(const XPainter& painter, int keyCode) {
   const XReply<xcb_query_keymap_reply_t> keys{xcb_query_keymap_reply(
       painter.connection(), xcb_query_keymap(painter.connection()), nullptr)};
@@ -126,28 +124,29 @@ TEST_F(SilentXServerTest, CursorIsWaitedForOnce) {
   chooseScreen();
   XPainter painter;
   painter.warpPointer(30, 20);
-  ASSERT_EQ(screens().mouseLocation(), (Point{30, 700}));
+  ASSERT_EQ(services().screens->mouseLocation(), (Point{30, 700}));
   server.suspend();
-  EXPECT_LT(timeOf([] { screens().mouseLocation(); }), kOneWait);
+  EXPECT_LT(timeOf([] { services().screens->mouseLocation(); }), kOneWait);
   EXPECT_LT(timeOf([] {
-              screens().mouseLocation();
-              screens().mouseLocation();
-              screens().screens();
+              services().screens->mouseLocation();
+              services().screens->mouseLocation();
+              services().screens->screens();
             }),
             kAtOnce);
   server.resume();
   painter.warpPointer(40, 20);
-  EXPECT_TRUE(becomes([] { return screens().mouseLocation() == Point{40, 700}; }));
+  EXPECT_TRUE(becomes([] { return services().screens->mouseLocation() == Point{40, 700}; }));
 }
 
 TEST_F(SilentXServerTest, ChoiceIsRefusedInTime) {
   server.suspend();
   std::optional<Error> error;
-  EXPECT_LT(timeOf([&] { error = screens().select(ScreenSource::automatic, {}); }), kOneWait);
+  EXPECT_LT(timeOf([&] { error = services().screens->select(ScreenSource::automatic, {}); }),
+            kOneWait);
   ASSERT_TRUE(error.has_value());
   EXPECT_NE(error->localizedDescription.find(server.display()), std::string::npos);
   server.resume();
-  EXPECT_TRUE(becomes([] { return !screens().select(ScreenSource::automatic, {}); }));
+  EXPECT_TRUE(becomes([] { return !services().screens->select(ScreenSource::automatic, {}); }));
 }
 
 TEST_F(SilentXServerTest, PostingEndsInTimeHoweverMuchIsPosted) {
@@ -191,13 +190,13 @@ TEST_F(SilentXServerTest, WhatIsHeldIsReleasedIfTheServerAnswersInTheEnd) {
 
 TEST_F(SilentXServerTest, SeveralConnectionsWaitInFullOnce) {
   chooseScreen();
-  screens().mouseLocation();
+  services().screens->mouseLocation();
   const auto mouse = services().eventPosting->makeEventPoster();
   const auto keyBoard = services().eventPosting->makeEventPoster();
   postKey(*keyBoard, true);
   server.suspend();
   EXPECT_LT(timeOf([&] {
-              screens().mouseLocation();
+              services().screens->mouseLocation();
               mouse->close();
               keyBoard->close();
             }),

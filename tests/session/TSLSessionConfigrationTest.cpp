@@ -3,13 +3,11 @@
 #include "tessel/TSLSession.h"
 #include "tessel/TSLSessionConfigration.h"
 #include "tessel/VexCfg.h"
+#include "tests/session/SettingsFile.h"
 #include "tests/support/SimWorld.h"
 
 namespace tessel::test {
 namespace {
-
-constexpr const char* kFile = "/Users/Shared/Lumisk/VexCfg.plist";
-constexpr const char* kKey = "AutoDisconnectCastingWhenCloseLaptop";
 
 class TSLSessionConfigrationTest : public testing::Test {
  protected:
@@ -19,7 +17,7 @@ class TSLSessionConfigrationTest : public testing::Test {
 
   // The flag of settings that are made while the file holds `value`.
   std::int64_t flagWith(const PropertyListValue& value) {
-    world.files.files[kFile] = PropertyListDictionary{{kKey, value}};
+    world.files.files[kSettingsFile] = PropertyListDictionary{{kAutoDisconnectKey, value}};
     return TSLSessionConfigration::initWithDefaultvalue()->autoDisconnectCastingWhenCloseLaptop();
   }
 
@@ -35,12 +33,12 @@ TEST_F(TSLSessionConfigrationTest, Defaults) {
 
 TEST_F(TSLSessionConfigrationTest,
        AFileThatSaysNOGivesSessionsFlag0AndADeletedKeyGivesLaterOnes1Again) {
-  world.files.files[kFile] = PropertyListDictionary{{kKey, {false}}};
+  world.files.files[kSettingsFile] = PropertyListDictionary{{kAutoDisconnectKey, {false}}};
   const auto session = TSLSession::initWithHostName("10.0.0.7", 0);
   const auto next = TSLSession::initWithHostName("10.0.0.8", 0);
   EXPECT_EQ(session->sessionConfig()->autoDisconnectCastingWhenCloseLaptop(), 0);
   EXPECT_EQ(next->sessionConfig()->autoDisconnectCastingWhenCloseLaptop(), 0);
-  world.files.files[kFile] = PropertyListDictionary{};
+  world.files.files[kSettingsFile] = PropertyListDictionary{};
   const auto later = TSLSession::initWithHostName("10.0.0.7", 0);
   EXPECT_EQ(later->sessionConfig()->autoDisconnectCastingWhenCloseLaptop(), 1);
   EXPECT_EQ(session->sessionConfig()->autoDisconnectCastingWhenCloseLaptop(), 0);
@@ -79,7 +77,7 @@ TEST_F(TSLSessionConfigrationTest, OtherValuesKeepTheDefault) {
 }
 
 TEST_F(TSLSessionConfigrationTest, ADamagedFileGivesTheDefaults) {
-  world.files.files[kFile] = std::nullopt;
+  world.files.files[kSettingsFile] = std::nullopt;
   const auto config = TSLSessionConfigration::initWithDefaultvalue();
   EXPECT_EQ(config->autoDisconnectCastingWhenCloseLaptop(), 1);
   EXPECT_EQ(config->HeartBeatTimeout(), 20.0);

@@ -3,16 +3,14 @@
 #include <iostream>
 
 #include "tessel/VexCfg.h"
+#include "tests/session/SettingsFile.h"
 #include "tests/support/SimWorld.h"
 
 namespace tessel::test {
 namespace {
 
 constexpr const char* kFolder = "/Users/Shared/Lumisk";
-constexpr const char* kFile = "/Users/Shared/Lumisk/VexCfg.plist";
-constexpr const char* kKey = "AutoDisconnectCastingWhenCloseLaptop";
-
-const PropertyListDictionary kDefaults = {{kKey, {true}}};
+const PropertyListDictionary kDefaults = {{kAutoDisconnectKey, {true}}};
 
 class VexCfgTest : public testing::Test {
  protected:
@@ -22,8 +20,8 @@ class VexCfgTest : public testing::Test {
 TEST_F(VexCfgTest, FirstUseCreatesTheFolderCopiesTheDefaultFileAndLoadsIt) {
   const auto file = VexCfg::init();
   EXPECT_TRUE(world.files.folders.contains(kFolder));
-  ASSERT_TRUE(world.files.files.contains(kFile));
-  EXPECT_EQ(world.files.files[kFile], kDefaults);
+  ASSERT_TRUE(world.files.files.contains(kSettingsFile));
+  EXPECT_EQ(world.files.files[kSettingsFile], kDefaults);
   EXPECT_TRUE(file->fileExist());
   EXPECT_FALSE(file->fileModified());
   EXPECT_EQ(file->pCfgDict(), kDefaults);
@@ -35,10 +33,11 @@ TEST_F(VexCfgTest, TheFirstSharedCfgFileCreatesTheFolderCopiesTheDefaultFileAndL
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   EXPECT_EXIT(
       {
-        const bool fresh = world.files.folders.empty() && !world.files.files.contains(kFile);
+        const bool fresh =
+            world.files.folders.empty() && !world.files.files.contains(kSettingsFile);
         const auto file = VexCfg::sharedCfgFile();
-        const bool copied =
-            world.files.files.contains(kFile) && world.files.files[kFile] == kDefaults;
+        const bool copied = world.files.files.contains(kSettingsFile) &&
+                            world.files.files[kSettingsFile] == kDefaults;
         std::cerr << "fresh " << fresh << ", folder " << world.files.folders.contains(kFolder)
                   << ", copied " << copied << ", fileExist " << file->fileExist() << ", loaded "
                   << (file->pCfgDict() == kDefaults) << "\n";
@@ -51,8 +50,8 @@ TEST_F(VexCfgTest, AMissingFileInAnExistingFolderIsCopied) {
   world.files.folders.insert(kFolder);
   world.files.createFailure = Error{"posix", 17, "File exists"};  // it is not made again
   const auto file = VexCfg::init();
-  ASSERT_TRUE(world.files.files.contains(kFile));
-  EXPECT_EQ(world.files.files[kFile], kDefaults);
+  ASSERT_TRUE(world.files.files.contains(kSettingsFile));
+  EXPECT_EQ(world.files.files[kSettingsFile], kDefaults);
   EXPECT_TRUE(file->fileExist());
   EXPECT_EQ(file->pCfgDict(), kDefaults);
   EXPECT_TRUE(world.log.lines().empty());
@@ -60,10 +59,10 @@ TEST_F(VexCfgTest, AMissingFileInAnExistingFolderIsCopied) {
 
 TEST_F(VexCfgTest, AFileThatExistsIsLeftAsItIs) {
   world.files.folders.insert(kFolder);
-  world.files.files[kFile] = PropertyListDictionary{{"own", {std::int64_t{5}}}};
+  world.files.files[kSettingsFile] = PropertyListDictionary{{"own", {std::int64_t{5}}}};
   const auto file = VexCfg::init();
   EXPECT_EQ(file->getObjectByKey("own"), (PropertyListValue{std::int64_t{5}}));
-  EXPECT_EQ(file->getObjectByKey(kKey), std::nullopt);
+  EXPECT_EQ(file->getObjectByKey(kAutoDisconnectKey), std::nullopt);
 }
 
 TEST_F(VexCfgTest, SharedCfgFileIsOneInstance) {
@@ -77,8 +76,8 @@ void expectNothingWorks(SimWorld& world, VexCfg& file) {
   EXPECT_FALSE(file.fileExist());
   file.reLoadCfgFile();
   EXPECT_EQ(file.pCfgDict(), std::nullopt);
-  EXPECT_EQ(file.getObjectByKey(kKey), std::nullopt);
-  file.setObjectByKey(kKey, PropertyListValue{false});
+  EXPECT_EQ(file.getObjectByKey(kAutoDisconnectKey), std::nullopt);
+  file.setObjectByKey(kAutoDisconnectKey, PropertyListValue{false});
   EXPECT_FALSE(file.fileModified());
   file.setFileModified(true);
   file.saveCfgFile();
@@ -127,12 +126,12 @@ TEST_F(VexCfgTest, AFailedCopyIsLoggedAndLeavesNoFile) {
 
 TEST_F(VexCfgTest, ADamagedFileReadsAsEmptyAndDropsWrites) {
   world.files.folders.insert(kFolder);
-  world.files.files[kFile] = std::nullopt;
+  world.files.files[kSettingsFile] = std::nullopt;
   const auto file = VexCfg::init();
   EXPECT_TRUE(file->fileExist());
   EXPECT_EQ(file->pCfgDict(), std::nullopt);
-  EXPECT_EQ(file->getObjectByKey(kKey), std::nullopt);
-  file->setObjectByKey(kKey, PropertyListValue{false});
+  EXPECT_EQ(file->getObjectByKey(kAutoDisconnectKey), std::nullopt);
+  file->setObjectByKey(kAutoDisconnectKey, PropertyListValue{false});
   EXPECT_FALSE(file->fileModified());
   file->setFileModified(true);
   file->saveCfgFile();
@@ -159,7 +158,7 @@ TEST_F(VexCfgTest, SaveCfgFileWithoutAPriorChangeWritesNothing) {
 
 TEST_F(VexCfgTest, AChangeIsWrittenOnceAndReadBack) {
   const auto file = VexCfg::init();
-  file->setObjectByKey(kKey, PropertyListValue{false});
+  file->setObjectByKey(kAutoDisconnectKey, PropertyListValue{false});
   file->setObjectByKey("name", PropertyListValue{std::string{"hub"}});
   EXPECT_TRUE(file->fileModified());
   file->saveCfgFile();
@@ -167,25 +166,25 @@ TEST_F(VexCfgTest, AChangeIsWrittenOnceAndReadBack) {
   file->saveCfgFile();
   EXPECT_EQ(world.files.writes, 1);
   const auto again = VexCfg::init();
-  EXPECT_EQ(again->getObjectByKey(kKey), PropertyListValue{false});
+  EXPECT_EQ(again->getObjectByKey(kAutoDisconnectKey), PropertyListValue{false});
   EXPECT_EQ(again->getObjectByKey("name"), PropertyListValue{std::string{"hub"}});
 }
 
 TEST_F(VexCfgTest, AFailedWriteIsTriedAgainByALaterSave) {
   const auto file = VexCfg::init();
-  file->setObjectByKey(kKey, PropertyListValue{false});
+  file->setObjectByKey(kAutoDisconnectKey, PropertyListValue{false});
   world.files.writeFails = true;
   file->saveCfgFile();
   EXPECT_TRUE(file->fileModified());
   world.files.writeFails = false;
   file->saveCfgFile();
   EXPECT_FALSE(file->fileModified());
-  EXPECT_EQ(world.files.files[kFile]->at(kKey), PropertyListValue{false});
+  EXPECT_EQ(world.files.files[kSettingsFile]->at(kAutoDisconnectKey), PropertyListValue{false});
 }
 
 TEST_F(VexCfgTest, AReloadTakesTheFilesContents) {
   const auto file = VexCfg::init();
-  world.files.files[kFile] = PropertyListDictionary{{"new", {true}}};
+  world.files.files[kSettingsFile] = PropertyListDictionary{{"new", {true}}};
   EXPECT_EQ(file->getObjectByKey("new"), std::nullopt);
   file->reLoadCfgFile();
   EXPECT_EQ(file->getObjectByKey("new"), PropertyListValue{true});
