@@ -30,18 +30,30 @@ int openPrivate(const std::string& path) {
 
 LogFile::~LogFile() { setLogSink(nullptr); }
 
-bool LogFile::open(const std::string& path) {
-  std::ostream* out = &std::cerr;
-  if (path != "-") {
-    const int looked = openPrivate(path);
-    if (looked < 0) return false;
-    file_.open(path, std::ios::trunc);
-    close(looked);  // not before: a pipe's reader would take it for the end
-    if (!file_) return false;
-    out = &file_;
+bool LogFile::open(const std::string& path, std::size_t mostBytes) {
+  if (path == "-") {
+    setLogSink([](std::string_view line) { writeLine(std::cerr, line); });
+    return true;
   }
-  setLogSink([out](std::string_view line) { writeLine(*out, line); });
+  const int looked = openPrivate(path);
+  if (looked < 0) return false;
+  file_.open(path, std::ios::trunc);
+  close(looked);  // not before: a pipe's reader would take it for the end
+  if (!file_) return false;
+  bytesLeft_ = mostBytes;
+  setLogSink([this](std::string_view line) { append(line); });
   return true;
+}
+
+void LogFile::append(std::string_view line) {
+  if (bytesLeft_ == 0) return;
+  if (line.size() < bytesLeft_) {
+    bytesLeft_ -= line.size() + 1;
+    writeLine(file_, line);
+  } else {
+    bytesLeft_ = 0;
+    writeLine(file_, "The log ends here: the file has become too large.");
+  }
 }
 
 void LogFile::writeLine(std::ostream& out, std::string_view line) {
