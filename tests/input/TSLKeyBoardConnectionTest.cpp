@@ -15,7 +15,7 @@ using platform::ContentContext;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-const std::string kReceive = "-[TSLKeyBoardConnection rcvKeyBoardEvent:]_block_invoke";
+const std::string kReceiveKeys = "-[TSLKeyBoardConnection rcvKeyBoardEvent:]_block_invoke";
 const Bytes kOpening{1, 0, 0, 0, 1, 0, 0, 0, 0};
 const Bytes kADown{8, 0, 0, 0, 0, 0, 'a', 0};
 
@@ -185,7 +185,7 @@ TEST_F(TSLKeyBoardConnectionTest, RecordsGoToTheSimulatorOneByOne) {
   world.run();
   EXPECT_THAT(world.poster.posts(),
               ElementsAre("post key 0x0 down flags 0x0", "post key 0x0 up flags 0x0"));
-  EXPECT_THAT(channelLog(), ElementsAre(kReceive + ": ENTER", kReceive + ": ENTER"));
+  EXPECT_THAT(channelLog(), ElementsAre(kReceiveKeys + ": ENTER", kReceiveKeys + ": ENTER"));
 }
 
 TEST_F(TSLKeyBoardConnectionTest, RecordsAreHandledOnTheKeyboardQueue) {
@@ -198,7 +198,7 @@ TEST_F(TSLKeyBoardConnectionTest, RecordsAreHandledOnTheKeyboardQueue) {
   world.run();
   setLogSink(nullptr);
   EXPECT_TRUE(onQueue["-[TSLKeyBoardSimulator simulateKeyBoardEvent:]: ENTER"]);
-  EXPECT_TRUE(onQueue[kReceive + ": ENTER"]);
+  EXPECT_TRUE(onQueue[kReceiveKeys + ": ENTER"]);
 }
 
 TEST_F(TSLKeyBoardConnectionTest, WithoutASimulatorRecordsAreReadAndDropped) {
@@ -226,7 +226,7 @@ TEST_F(TSLKeyBoardConnectionTest, AClosedStreamEndsTheLoopAfterItsLastRecord) {
                                       "self.virtualKey=0x0, self.eventFlag=0x0,",
                           simulator + "simulateNormalKey:]/N: rcv normal key "
                                       "self.eventFlag=0x0, self.virtualKey=0x0",
-                          kReceive + ": ENTER", kReceive + ": ERROR IN Recieve"));
+                          kReceiveKeys + ": ENTER", kReceiveKeys + ": ERROR IN Recieve"));
   EXPECT_FALSE(keyBoard->connected());
   EXPECT_EQ(hub->receives, 1);
 }
@@ -235,7 +235,7 @@ TEST_F(TSLKeyBoardConnectionTest, AnEmptyContentEndsTheLoopAndLeavesConnected) {
   open();
   hub->close();
   world.run();
-  EXPECT_THAT(channelLog(), ElementsAre(kReceive + ": Error: content == NULL"));
+  EXPECT_THAT(channelLog(), ElementsAre(kReceiveKeys + ": Error: content == NULL"));
   EXPECT_TRUE(keyBoard->connected());
   EXPECT_THAT(world.poster.operations, ElementsAre("release all"));
 }
@@ -247,9 +247,10 @@ TEST_F(TSLKeyBoardConnectionTest, AnErrorEndsTheLoopAfterItsRecordAndLeavesConne
   world.run();
   EXPECT_EQ(world.poster.posts().size(), 1U);
   EXPECT_EQ(world.poster.operations.back(), "release all");
-  EXPECT_THAT(channelLog(), ElementsAre(kReceive + ": ENTER",
-                                        kReceive + ": Error: Error Domain=tessel.network Code=54 "
-                                                   "\"Connection reset by peer\""));
+  EXPECT_THAT(channelLog(),
+              ElementsAre(kReceiveKeys + ": ENTER",
+                          kReceiveKeys + ": Error: Error Domain=tessel.network Code=54 "
+                                         "\"Connection reset by peer\""));
   EXPECT_TRUE(keyBoard->connected());
   EXPECT_EQ(hub->receives, 1);
 }

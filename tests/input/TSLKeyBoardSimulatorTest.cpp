@@ -11,7 +11,7 @@ using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-const std::string kSimulate = "-[TSLKeyBoardSimulator simulateKeyBoardEvent:]";
+const std::string kSimulateKeys = "-[TSLKeyBoardSimulator simulateKeyBoardEvent:]";
 const std::string kNormal = "-[TSLKeyBoardSimulator simulateNormalKey:]";
 const std::string kSpecial = "-[TSLKeyBoardSimulator simulateSpecialKey:]";
 
@@ -48,7 +48,7 @@ TEST_F(TSLKeyBoardSimulatorTest, ANormalKeyIsPostedWithTheFlags) {
   simulator->setEventFlag(0x60000);
   world.log.clear();
   simulator->simulateKeyBoardEvent(0x0041'00'00'00000008);
-  EXPECT_THAT(log(), ElementsAre(kSimulate + ": ENTER", kSimulate + "/N: KEY_DOWN_FLAG",
+  EXPECT_THAT(log(), ElementsAre(kSimulateKeys + ": ENTER", kSimulateKeys + "/N: KEY_DOWN_FLAG",
                                  kNormal + "/N: self.keyCodeFromHub=0x41, self.virtualKey=0x0, "
                                            "self.eventFlag=0x60000,",
                                  kNormal + "/N: rcv normal key self.eventFlag=0x60000, "
@@ -58,7 +58,7 @@ TEST_F(TSLKeyBoardSimulatorTest, ANormalKeyIsPostedWithTheFlags) {
   world.poster.operations.clear();
   world.log.clear();
   simulator->simulateKeyBoardEvent(0x0041'01'00'00000008);
-  EXPECT_THAT(log(), Contains(kSimulate + "/N: KEY_UP_FLAG"));
+  EXPECT_THAT(log(), Contains(kSimulateKeys + "/N: KEY_UP_FLAG"));
   EXPECT_THAT(world.poster.operations,
               ElementsAre("create key 0x0 up", "flags 0x60000", "post key 0x0 up flags 0x60000"));
   EXPECT_EQ(simulator->keyCodeFromHub(), 0x41);
@@ -73,12 +73,13 @@ TEST_F(TSLKeyBoardSimulatorTest, ARecordOfAnotherEventTypeOrCmdIsDropped) {
   simulator->simulateKeyBoardEvent(0x0041'00'01'00000008);
   simulator->simulateKeyBoardEvent(0x0041'00'00'FFFFFF08);
   simulator->simulateKeyBoardEvent(0);
-  EXPECT_THAT(log(), ElementsAre(kSimulate + ": ENTER",
-                                 kSimulate + "/N:cmd=0x8, eventType=0x1, are not 0x8 & 0x0",
-                                 kSimulate + ": ENTER",
-                                 kSimulate + "/N:cmd=0xffffff08, eventType=0x0, are not 0x8 & 0x0",
-                                 kSimulate + ": ENTER",
-                                 kSimulate + "/N:cmd=0x0, eventType=0x0, are not 0x8 & 0x0"));
+  EXPECT_THAT(log(),
+              ElementsAre(kSimulateKeys + ": ENTER",
+                          kSimulateKeys + "/N:cmd=0x8, eventType=0x1, are not 0x8 & 0x0",
+                          kSimulateKeys + ": ENTER",
+                          kSimulateKeys + "/N:cmd=0xffffff08, eventType=0x0, are not 0x8 & 0x0",
+                          kSimulateKeys + ": ENTER",
+                          kSimulateKeys + "/N:cmd=0x0, eventType=0x0, are not 0x8 & 0x0"));
   EXPECT_THAT(world.poster.operations, IsEmpty());
   EXPECT_EQ(simulator->keyCodeFromHub(), 0);
 }
@@ -90,8 +91,9 @@ TEST_F(TSLKeyBoardSimulatorTest, AnUnknownKeyFlagIsDropped) {
   for (const int flag : {4, 0xFF}) {
     world.log.clear();
     send(static_cast<std::uint8_t>(flag), 0x42);
-    EXPECT_THAT(log(), ElementsAre(kSimulate + ": ENTER", kSimulate + "/N: unknown command: " +
-                                                              (flag == 4 ? "0x4" : "0xff")));
+    EXPECT_THAT(
+        log(), ElementsAre(kSimulateKeys + ": ENTER",
+                           kSimulateKeys + "/N: unknown command: " + (flag == 4 ? "0x4" : "0xff")));
   }
   EXPECT_THAT(world.poster.operations, IsEmpty());
   EXPECT_EQ(simulator->keyCodeFromHub(), 0x42);
@@ -105,7 +107,7 @@ TEST_F(TSLKeyBoardSimulatorTest, ANormalCodeOutsideTheMapIsInvalid) {
        {std::pair{0x80, "0x80"}, {-1, "0xffffffff"}, {-32768, "0xffff8000"}, {4, "0x4"}}) {
     world.log.clear();
     send(kDown, code);
-    EXPECT_THAT(log(), ElementsAre(kSimulate + ": ENTER", kSimulate + "/N: KEY_DOWN_FLAG",
+    EXPECT_THAT(log(), ElementsAre(kSimulateKeys + ": ENTER", kSimulateKeys + "/N: KEY_DOWN_FLAG",
                                    kNormal + "/N: keycode " + text +
                                        " from hub maps to invalid virtual key"));
     EXPECT_EQ(simulator->virtualKey(), 0xFFFF);
@@ -118,16 +120,17 @@ TEST_F(TSLKeyBoardSimulatorTest, ANormalCodeOutsideTheMapIsInvalid) {
 TEST_F(TSLKeyBoardSimulatorTest, AHeldShiftFlagsTheKeysTypedMeanwhile) {
   world.log.clear();
   send(kSpecialDown, 5);
-  EXPECT_THAT(log(), ElementsAre(kSimulate + ": ENTER", kSimulate + "/N: SPECIAL_KEY_DOWN_FLAG",
-                                 kSpecial + "/N: number lock is off",
-                                 kSpecial + "/N: self.keyCodeFromHub=0x5, self.virtualKey=0x38, "
-                                            "self.eventFlag=0x0,"));
+  EXPECT_THAT(log(),
+              ElementsAre(kSimulateKeys + ": ENTER", kSimulateKeys + "/N: SPECIAL_KEY_DOWN_FLAG",
+                          kSpecial + "/N: number lock is off",
+                          kSpecial + "/N: self.keyCodeFromHub=0x5, self.virtualKey=0x38, "
+                                     "self.eventFlag=0x0,"));
   EXPECT_EQ(simulator->eventFlag(), 0x20000U);
   send(kDown, 'a');
   send(kUp, 'a');
   world.log.clear();
   send(kSpecialUp, 5);
-  EXPECT_THAT(log(), Contains(kSimulate + "/N: SPECIAL_KEY_UP_FLAG"));
+  EXPECT_THAT(log(), Contains(kSimulateKeys + "/N: SPECIAL_KEY_UP_FLAG"));
   EXPECT_EQ(simulator->eventFlag(), 0U);
   EXPECT_THAT(world.poster.operations,
               ElementsAre("create key 0x38 down", "post key 0x38 down flags 0x0",
