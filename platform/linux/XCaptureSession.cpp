@@ -66,13 +66,16 @@ class XCaptureSession::Loop {
     bool hasAnswered = false;
     bool wasSilent = false;
     do {
+      // Asked before as well: a server that answers in between is one to try again.
+      const bool wasOverdue = isSilentXServer(environment("DISPLAY"));
       source_ = XFrameSource::open(input_.displayID, static_cast<int>(output_.size.width),
                                    static_cast<int>(output_.size.height));
       if (source_) {
         hasAnswered = true;
         if (!capture()) break;  // told to stop
       }
-      const bool silent = source_ ? source_->silent() : isSilentXServer(environment("DISPLAY"));
+      const bool silent =
+          source_ ? source_->silent() : wasOverdue || isSilentXServer(environment("DISPLAY"));
       source_.reset();
       // A server that has gone after all shows it at the next try.
       if (!silent && !wasSilent) {
