@@ -1,3 +1,4 @@
+#include <cstdlib>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <sstream>
@@ -12,7 +13,11 @@ namespace {
 
 class LogFileTest : public testing::Test {
  protected:
-  ~LogFileTest() override { umask(mask_); }
+  LogFileTest() { setenv("TESSEL_SHARED_FOLDER", folder_.path().c_str(), 1); }
+  ~LogFileTest() override {
+    unsetenv("TESSEL_SHARED_FOLDER");
+    umask(mask_);
+  }
 
   static mode_t permissionsOf(const std::string& path) {
     struct stat found {};

@@ -156,11 +156,11 @@ class DiscoverTest(BlueZTest):
         self.assertEqual(process.wait(PATIENCE), 0)
 
     def test_the_time_is_up(self):
-        self.assertEqual(self.wait(self.start('--json', '--timeout', '2')), 0)
+        self.assertEqual(self.wait(self.start('--json', '--timeout', '5')), 0)
 
     def test_bluetooth_that_is_off_is_told_and_fails_in_the_end(self):
         self.bluez.power(False)
-        program = self.start('--timeout', '2')
+        program = self.start('--timeout', '5')
         self.assertIn('tessel doctor', program.expect('.'))
         self.assertEqual(self.wait(program), 1)
 

@@ -144,6 +144,7 @@ TEST_F(DisplayThreadsTest, AHubThatNeverReadsGets6Frames) {
   EXPECT_TRUE(seen.becomes(
       [&](const auto& statistics) { return statistics.framesDropped >= dropped + 5; }));
   timer->cancel();
+  settle(*probe);
   EXPECT_EQ(display->ackedSamples(), 0);
   EXPECT_EQ(display->statistics().framesEncoded, 7);
   display->stopWithCompletionHandler(nullptr);
@@ -156,6 +157,7 @@ TEST_F(DisplayThreadsTest, AStopWhileFramesAreEncodedComesBack) {
     display->stopWithCompletionHandler(nullptr);
     EXPECT_FALSE(display->connected());
     takeRest(*hub);
+    settle(*display->socketDispatchQueue());
   }
 }
 

@@ -219,7 +219,7 @@ class Example(ProgramTest):
                 process = subprocess.Popen([BINARIES / "example_cast", address],
                                            env={**os.environ, **self.env, **screen.env})
                 self.addCleanup(process.kill)
-                hub.wait_for("session", state="input")
+                hub.wait_for("session", state="input", timeout=60)
                 process.send_signal(number)
                 self.assertEqual(process.wait(30), 0)
                 hub.wait_for("ended")

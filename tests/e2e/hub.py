@@ -63,16 +63,21 @@ class Hub:
     def signal(self, number):
         self._process.send_signal(number)
 
-    def stop(self, timeout=15):
+    def stop(self):
         """Ends it as a user would; its exit code."""
         if self._process.poll() is None:
             self._process.terminate()
+        return self.exit_code()
+
+    def exit_code(self, timeout=15):
+        """Of a hub that ends by itself, or has been told to. (Another signal might meet it when it
+        has ceased to listen to signals, and be what ends it.)"""
         try:
             self._process.wait(timeout)
         except subprocess.TimeoutExpired:
             self._process.kill()
             self._process.wait()
-            raise TimeoutError("tessel-hub did not end when asked to") from None
+            raise TimeoutError("tessel-hub did not end") from None
         for reader in self._readers:
             reader.join(timeout)
         self._process.stdout.close()

@@ -78,14 +78,10 @@ TEST(ScreensTest, ChangeOfSizeIsSeenAtTheNextCall) {
 }
 
 TEST(ScreensTest, ServerThatComesBackIsFoundAgain) {
-  std::string display;
-  {
-    const PrivateXServer server;
-    display = server.display();
-    chooseScreen();
-    ASSERT_EQ(services().screens->screens().size(), 1U);
-  }
-  setDesktop(display.c_str(), nullptr, nullptr);
+  PrivateXServer server;
+  chooseScreen();
+  ASSERT_EQ(services().screens->screens().size(), 1U);
+  server.end();
   EXPECT_TRUE(services().screens->screens().empty());
   const PrivateXServer again;
   chooseScreen();

@@ -210,12 +210,13 @@ TEST_F(SocketConnectionTest, NothingIsReadThatNobodyAskedFor) {
   probe.connection->start();
   LoopbackPeer peer{listener.accept()};
   ASSERT_TRUE(probe.reaches(ConnectionState::kReady));
-  std::size_t taken = peer.fill();
-  passQueue();
-  taken += peer.fill();
-  passQueue();
-  EXPECT_EQ(peer.fill(), 0U);
-  EXPECT_LT(taken, 64U * 1024 * 1024);
+  constexpr std::size_t kMoreThanTheSystemHolds = 64U * 1024 * 1024;
+  std::size_t taken = 0;
+  for (std::size_t more = 1; more > 0 && taken < kMoreThanTheSystemHolds; taken += more) {
+    more = peer.fill();
+    passQueue();
+  }
+  EXPECT_LT(taken, kMoreThanTheSystemHolds);
 }
 
 TEST_F(SocketConnectionTest, HandlersAreLetGoAtTheEnd) {

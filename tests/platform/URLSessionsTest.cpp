@@ -98,14 +98,13 @@ TEST_F(URLSessionsTest, TheTimeOutBoundsTheWholeTransferHoweverBusyItIs) {
 }
 
 TEST_F(URLSessionsTest, ARefusedConnectionFails) {
-  std::string url;
-  { url = ScriptedHTTPServer{neverAnswer}.url(); }
-  EXPECT_EQ(fetch(url).error,
+  EXPECT_EQ(fetch("http://127.0.0.1:1/").error,
             (Error{"tessel.url", CURLE_COULDNT_CONNECT, "Could not connect to the server."}));
 }
 
 TEST_F(URLSessionsTest, ANameThatNobodyHasFails) {
-  const Answer answer = fetch("http://no-such-hub.invalid/");
+  const std::string longerThanAnyLabel(64, 'a');  // so nobody has to be asked
+  const Answer answer = fetch("http://" + longerThanAnyLabel + "/");
   ASSERT_TRUE(answer.error);
   EXPECT_EQ(answer.error->code, CURLE_COULDNT_RESOLVE_HOST);
 }
@@ -263,7 +262,7 @@ TEST_F(URLSessionsTest, TheTimeOutBeginsWithTheTransferNotWithItsWait) {
     ASSERT_TRUE(answer.error);
     EXPECT_EQ(answer.error->code, CURLE_OPERATION_TIMEDOUT);
   }
-  EXPECT_EQ(server.connections(), 6);
+  EXPECT_TRUE(server.hasConnections(6));
 }
 
 TEST_F(URLSessionsTest, TheHostsSignalsStayOffTheTransferThread) {

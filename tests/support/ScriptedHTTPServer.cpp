@@ -129,7 +129,7 @@ void ScriptedHTTPServer::acceptAll() {
     if (socket < 0) return;
     const int on = 1;  // each piece of a slow answer goes out by itself
     ::setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-    ++connections_;
+    connections_.update([](int& count) { ++count; });
     clients_.push_back({socket, std::thread{[this, socket] { serve(socket); }}});
   }
 }

@@ -1,12 +1,13 @@
 #pragma once
 
-#include <atomic>
 #include <functional>
 #include <list>
 #include <memory>
 #include <string>
 #include <string_view>
 #include <thread>
+
+#include "tests/support/Eventually.h"
 
 namespace tessel::test {
 
@@ -53,7 +54,9 @@ class ScriptedHTTPServer {
   /// "http://ADDRESS:PORT" and `path`.
   std::string url(const std::string& path = "/") const;
   /// How many connections there have been.
-  int connections() const { return connections_; }
+  int connections() const { return connections_.get(); }
+  /// Whether there come to be so many.
+  bool hasConnections(int count) const { return connections_.becomesEqual(count); }
 
  private:
   struct Client {
@@ -68,7 +71,7 @@ class ScriptedHTTPServer {
   const TestCertificate* const certificate_;
   int listener_ = -1;
   Place place_;
-  std::atomic<int> connections_ = 0;
+  Eventually<int> connections_{0};
   std::list<Client> clients_;  // the accepting thread's, then the destructor's
   std::thread acceptor_;
 };

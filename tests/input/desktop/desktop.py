@@ -93,7 +93,7 @@ class Hub:
 
     def __init__(self, display, number=1):
         pid = os.getpid()
-        self.address = f"127.{100 + number}.{pid >> 8 & 0xFF}.{pid & 0xFF or 1}"
+        self.address = f"127.{100 + number}.{pid & 0xFF}.{(pid >> 8) % 254 + 1}"
         self.folder = tempfile.mkdtemp()
         self.lines = []
         self.reports = []
