@@ -19,7 +19,7 @@ class LogFile {
   LogFile(const LogFile&) = delete;
   LogFile& operator=(const LogFile&) = delete;
 
-  /// So much of a cast that goes well is months.
+  /// Days of a cast that goes well; most of it is what the hub's mouse does.
   static constexpr std::size_t kMostBytes = 256 << 20;
 
   /// `-` is standard error, which has no end. False when the file cannot be written.
