@@ -64,28 +64,32 @@ class XCaptureSession::Loop {
   void run() {
     const PipeSignalGuard guard;
     bool hasAnswered = false;
-    bool wasSilent = false;
+    bool toldOfSilence = false;
+    bool lastTry = false;
     do {
-      // Asked before as well: a server that answers in between is one to try again.
-      const bool wasOverdue = isSilentXServer(environment("DISPLAY"));
       source_ = XFrameSource::open(input_.displayID, static_cast<int>(output_.size.width),
                                    static_cast<int>(output_.size.height));
       if (source_) {
         hasAnswered = true;
+        toldOfSilence = false;
+        lastTry = false;
         if (!capture()) break;  // told to stop
       }
-      const bool silent =
-          source_ ? source_->silent() : wasOverdue || isSilentXServer(environment("DISPLAY"));
+      const bool silent = source_ ? source_->silent() : isSilentXServer(environment("DISPLAY"));
       source_.reset();
-      // A server that has gone after all shows it at the next try.
-      if (!silent && !wasSilent) {
+      if (silent) {
+        if (!toldOfSilence) log("%s: no frame comes until the X server answers again", kStart);
+        toldOfSilence = true;
+        lastTry = false;
+      } else if (lastTry) {
         log(hasAnswered ? "%s: no further frame will come: the X server is gone"
                         : "%s: no frame will come: the X server cannot be read",
             kStart);
         return;
+      } else {
+        // One that was silent may have answered just now.
+        lastTry = true;
       }
-      if (!wasSilent) log("%s: no frame comes until the X server answers again", kStart);
-      wasSilent = silent;
     } while (sleepUntil(clock_->uptime() + kRetryInterval));
     source_.reset();
   }
