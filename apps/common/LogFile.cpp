@@ -30,7 +30,7 @@ int openPrivate(const std::string& path) {
 
 LogFile::~LogFile() { setLogSink(nullptr); }
 
-bool LogFile::open(const std::string& path, std::size_t mostBytes) {
+bool LogFile::open(const std::string& path) {
   if (path == "-") {
     setLogSink([](std::string_view line) { writeLine(std::cerr, line); });
     return true;
@@ -40,20 +40,10 @@ bool LogFile::open(const std::string& path, std::size_t mostBytes) {
   file_.open(path, std::ios::trunc);
   close(looked);  // not before: a pipe's reader would take it for the end
   if (!file_) return false;
-  bytesLeft_ = mostBytes;
-  setLogSink([this](std::string_view line) { append(line); });
+  setLogSink([this](std::string_view line) {
+    if (const auto admitted = budget_.admit(line)) writeLine(file_, *admitted);
+  });
   return true;
-}
-
-void LogFile::append(std::string_view line) {
-  if (bytesLeft_ == 0) return;
-  if (line.size() < bytesLeft_) {
-    bytesLeft_ -= line.size() + 1;
-    writeLine(file_, line);
-  } else {
-    bytesLeft_ = 0;
-    writeLine(file_, "The log ends here: the file has become too large.");
-  }
 }
 
 void LogFile::writeLine(std::ostream& out, std::string_view line) {

@@ -1,5 +1,6 @@
 #include "HubLog.h"
 
+#include <array>
 #include <chrono>
 #include <ctime>
 
@@ -24,8 +25,14 @@ void HubLog::line(std::string_view text) {
       std::chrono::duration_cast<std::chrono::milliseconds>(now.time_since_epoch()).count() % 1000;
   std::tm local{};
   localtime_r(&seconds, &local);
-  std::fprintf(file_.get(), "%02d:%02d:%02d.%03d %.*s\n", local.tm_hour, local.tm_min, local.tm_sec,
-               static_cast<int>(milliseconds), static_cast<int>(text.size()), text.data());
+  std::array<char, 16> time{};
+  std::snprintf(time.data(), time.size(), "%02d:%02d:%02d.%03d ", local.tm_hour, local.tm_min,
+                local.tm_sec, static_cast<int>(milliseconds));
+  const std::string whole = time.data() + std::string{text};
+  const auto admitted =
+      file_.get() == stderr ? std::optional<std::string_view>{whole} : budget_.admit(whole);
+  if (!admitted) return;
+  std::fprintf(file_.get(), "%.*s\n", static_cast<int>(admitted->size()), admitted->data());
   std::fflush(file_.get());
 }
 

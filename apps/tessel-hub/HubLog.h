@@ -6,9 +6,12 @@
 #include <string>
 #include <string_view>
 
+#include "apps/common/LogBudget.h"
+
 namespace tessel::hub {
 
-/// What happens in the hub, line by line, for whoever looks for a fault. Nowhere until opened.
+/// What happens in the hub, line by line, for whoever looks for a fault. Nowhere until opened. What
+/// it adds to a file does not grow for ever.
 ///
 /// Any thread.
 class HubLog {
@@ -26,6 +29,7 @@ class HubLog {
 
   std::mutex mutex_;
   std::unique_ptr<std::FILE, Closer> file_;  // guarded by mutex_
+  apps::LogBudget budget_;                   // guarded by mutex_
 };
 
 }  // namespace tessel::hub

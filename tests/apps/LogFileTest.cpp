@@ -1,11 +1,9 @@
-#include <cstdlib>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <sstream>
 #include <sys/stat.h>
 
 #include "apps/common/LogFile.h"
-#include "tessel/TSLSession.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace tessel::apps {
@@ -13,11 +11,7 @@ namespace {
 
 class LogFileTest : public testing::Test {
  protected:
-  LogFileTest() { setenv("TESSEL_SHARED_FOLDER", folder_.path().c_str(), 1); }
-  ~LogFileTest() override {
-    unsetenv("TESSEL_SHARED_FOLDER");
-    umask(mask_);
-  }
+  ~LogFileTest() override { umask(mask_); }
 
   static mode_t permissionsOf(const std::string& path) {
     struct stat found {};
@@ -61,21 +55,6 @@ TEST_F(LogFileTest, EveryLineEndsOnce) {
   LogFile::writeLine(out, "-[TSLMouseSimulator dealloc]/63: dealloced\n");
   EXPECT_EQ(out.str(),
             "-[TSLSession disconnect]: EXIT\n-[TSLMouseSimulator dealloc]/63: dealloced\n");
-}
-
-TEST_F(LogFileTest, AFileThatHasBecomeTooLargeSaysSoAndGrowsNoMore) {
-  constexpr std::size_t kMost = 1000;
-  const std::string end = "The log ends here: the file has become too large.\n";
-  LogFile log;
-  ASSERT_TRUE(log.open(path_, kMost));
-  for (int i = 0; i < 100; ++i) TSLSession::initWithHostName("127.0.0.1", 0)->disconnect();
-  std::ifstream file{path_};
-  const std::string text{std::istreambuf_iterator{file}, {}};
-  EXPECT_TRUE(text.starts_with("-[TSLSession disconnect]: ENTER")) << text;
-  EXPECT_TRUE(text.ends_with("\n" + end)) << text;
-  EXPECT_EQ(text.find(end), text.rfind(end));
-  EXPECT_GT(text.size(), kMost / 2);
-  EXPECT_LE(text.size(), kMost + end.size());
 }
 
 TEST_F(LogFileTest, AFolderIsNoFile) {
