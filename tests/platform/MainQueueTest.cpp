@@ -89,7 +89,11 @@ TEST_F(MainQueueTest, AStopBeforeTheRunEndsTheNextRunOnly) {
 }
 
 TEST_F(MainQueueTest, AStopMayComeFromASignalHandler) {
-  std::signal(SIGUSR1, [](int) { stopMainQueue(); });
+  // It interrupts the wait and does not resume it: the thread sanitizer calls a handler only once
+  // the call that was interrupted has returned.
+  struct sigaction action {};
+  action.sa_handler = [](int) { stopMainQueue(); };
+  ASSERT_EQ(sigaction(SIGUSR1, &action, nullptr), 0);
   std::thread other{[self = pthread_self()] { pthread_kill(self, SIGUSR1); }};
   runMainQueue();
   other.join();
