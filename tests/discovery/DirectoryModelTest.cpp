@@ -14,7 +14,7 @@ using namespace std::chrono_literals;
 constexpr auto kStep = 100ms;
 constexpr auto kTick = 2s;
 constexpr auto kExpiry = 15s;
-constexpr std::uint16_t kNetwork = 0x0A01;  // the major of all
+constexpr std::uint16_t kNetwork = 0x0A01;  // the major of every hub
 constexpr int kHubs = 25;
 
 // The list as it should be: minors in the order of discovery, with the time last heard.

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cctype>
 #include <gmock/gmock.h>
 #include <sstream>
 
@@ -109,7 +110,9 @@ class HubReportTest : public testing::Test {
     std::string text = take();
     std::erase(text, '\r');
     for (std::size_t at = 0; (at = text.find("\x1b[")) != std::string::npos;) {
-      text.erase(at, text.find_first_not_of("?0123456789", at + 2) + 1 - at);
+      const std::size_t end = text.find_first_not_of("?0123456789", at + 2);
+      EXPECT_TRUE(end < text.size() && std::isalpha(static_cast<unsigned char>(text[end])));
+      text.erase(at, end < text.size() ? end + 1 - at : end);
     }
     std::istringstream table{text};
     std::vector<std::string> lines;

@@ -70,8 +70,8 @@ class Hub:
         return self.exit_code()
 
     def exit_code(self, timeout=15):
-        """Of a hub that ends by itself, or has been told to. (Another signal might meet it when it
-        has ceased to listen to signals, and be what ends it.)"""
+        """Of a hub that ends by itself, or has been told to. (A second signal might come when it no
+        longer listens for signals, and kill it.)"""
         try:
             self._process.wait(timeout)
         except subprocess.TimeoutExpired:

@@ -13,21 +13,21 @@ using namespace std::chrono_literals;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-std::vector<Step> parse(const std::string& text) {
+std::vector<Step> stepsOf(const std::string& text) {
   std::istringstream stream{text};
   return Script::parse(stream).steps;
 }
 
 // The steps but for the pauses that make them look like a hand's.
 std::vector<Step> withoutSleeps(const std::string& text) {
-  std::vector<Step> steps = parse(text);
+  std::vector<Step> steps = stepsOf(text);
   std::erase_if(steps, [](const Step& s) { return std::holds_alternative<step::Sleep>(s); });
   return steps;
 }
 
 std::string complaint(const std::string& text) {
   try {
-    parse(text);
+    stepsOf(text);
   } catch (const std::runtime_error& error) {
     return error.what();
   }
@@ -38,11 +38,12 @@ constexpr HubKey character(char c) { return {.special = false, .code = c}; }
 constexpr HubKey special(std::int16_t code) { return {.special = true, .code = code}; }
 
 TEST(ScriptTest, EachWordOfTheLanguageDoesWhatItSays) {
-  EXPECT_THAT(parse("move 100 200\ndown left\nup right\nwheel -3\nsleep 0.25\nwait-frame 7\nquit"),
-              ElementsAre(step::Move{100, 200}, step::Button{MouseButton::left, true},
-                          step::Button{MouseButton::right, false}, step::Wheel{-3},
-                          step::Sleep{250ms}, step::WaitFrame{7}, step::Quit{}));
-  EXPECT_THAT(parse("key a down\nkey a up\nkey b\nkey 13 down\nspecial 5 down\nspecial 3"),
+  EXPECT_THAT(
+      stepsOf("move 100 200\ndown left\nup right\nwheel -3\nsleep 0.25\nwait-frame 7\nquit"),
+      ElementsAre(step::Move{100, 200}, step::Button{MouseButton::left, true},
+                  step::Button{MouseButton::right, false}, step::Wheel{-3}, step::Sleep{250ms},
+                  step::WaitFrame{7}, step::Quit{}));
+  EXPECT_THAT(stepsOf("key a down\nkey a up\nkey b\nkey 13 down\nspecial 5 down\nspecial 3"),
               ElementsAre(step::Key{character('a'), true}, step::Key{character('a'), false},
                           step::Key{character('b'), true}, step::Key{character('b'), false},
                           step::Key{character(13), true}, step::Key{special(5), true},
@@ -58,7 +59,7 @@ TEST(ScriptTest, ClicksGoDownAndUp) {
 
 TEST(ScriptTest, ADoubleClickIsQuickEnoughToBeOne) {
   std::chrono::milliseconds time{0};
-  for (const Step& step : parse("doubleclick left")) {
+  for (const Step& step : stepsOf("doubleclick left")) {
     if (const auto* sleep = std::get_if<step::Sleep>(&step)) time += sleep->time;
   }
   EXPECT_LT(time, 400ms);
@@ -83,13 +84,13 @@ TEST(ScriptTest, TextIsTypedWithShiftWhereItIsNeeded) {
 
 TEST(ScriptTest, QuotesAndHashesMayStandInATextAndBeKeys) {
   EXPECT_EQ(withoutSleeps(R"(text "\"#\\ ")").size(), 4U + 4U + 2U + 2U);
-  EXPECT_THAT(parse("key # down"), ElementsAre(step::Key{character('#'), true}));
-  EXPECT_THAT(parse("key 5 down"), ElementsAre(step::Key{character('5'), true}));
+  EXPECT_THAT(stepsOf("key # down"), ElementsAre(step::Key{character('#'), true}));
+  EXPECT_THAT(stepsOf("key 5 down"), ElementsAre(step::Key{character('5'), true}));
 }
 
 TEST(ScriptTest, CommentsAndEmptyLinesDoNothing) {
-  EXPECT_THAT(parse("# a comment\n\n   \n  # another\n"), IsEmpty());
-  EXPECT_THAT(parse("wheel 1  # up"), ElementsAre(step::Wheel{1}));
+  EXPECT_THAT(stepsOf("# a comment\n\n   \n  # another\n"), IsEmpty());
+  EXPECT_THAT(stepsOf("wheel 1  # up"), ElementsAre(step::Wheel{1}));
 }
 
 TEST(ScriptTest, FaultsAreNamedWithTheirLine) {

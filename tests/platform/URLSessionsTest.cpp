@@ -254,7 +254,7 @@ TEST_F(URLSessionsTest, WhatTheBackgroundIsRefusedComesOnOneQueue) {
 
 TEST_F(URLSessionsTest, TheTimeOutBeginsWithTheTransferNotWithItsWait) {
   const ScriptedHTTPServer server{neverAnswer};
-  const auto session = sessions->makeSession(milliseconds{50});
+  const auto session = sessions->makeSession(milliseconds{500});
   std::vector<Pending> pending(6);
   for (Pending& one : pending) one = start(*session, {server.url()});
   for (const Pending& one : pending) {

@@ -243,6 +243,8 @@ TEST(XCaptureTest, ServerThatGoesAwayEndsTheFramesAndNothingElse) {
   EXPECT_FALSE(capture.frames->waitForCount(last + 1, milliseconds{200}));
   EXPECT_TRUE(
       isLogged("-[XCaptureSession startRunning]: no frame will come: the X server cannot be read"));
+  EXPECT_TRUE(isLogged(
+      "-[XCaptureSession startRunning]: no further frame will come: the X server is gone"));
   setLogSink(nullptr);
 }
 

@@ -93,12 +93,15 @@ void PrivateXServer::end() {
 }
 
 void PrivateXServer::suspend() const {
+  if (pid_ <= 0) return;
   kill(pid_, SIGSTOP);
   int status = 0;
   waitpid(pid_, &status, WUNTRACED);
 }
 
-void PrivateXServer::resume() const { kill(pid_, SIGCONT); }
+void PrivateXServer::resume() const {
+  if (pid_ > 0) kill(pid_, SIGCONT);
+}
 
 int PrivateXServer::run(const std::string& command) const {
   const int status = std::system((command + " >/dev/null 2>&1").c_str());

@@ -84,7 +84,7 @@ class ClickTest(unittest.TestCase):
 
     def check_double_click(self, button, down, up, gap):
         # A busy machine may stretch the gap beyond what the toolkit allows; then it is tried again.
-        for _ in range(20):
+        for _ in range(8):
             self.window.clear()
             double_click(down, up, gap)
             self.finish()
@@ -183,7 +183,7 @@ class TextTest(unittest.TestCase):
 
     def test_a_double_click_selects_the_word(self):
         hub.send(Hub.MOVE, *self.place_of(self.TEXT.index("ive")))
-        for _ in range(20):
+        for _ in range(5):
             double_click(Hub.LEFT_DOWN, Hub.LEFT_UP, 150)
             rest()  # a triple click would come within this time
             if self.selected():
