@@ -6,6 +6,7 @@
 #include <optional>
 #include <poll.h>
 #include <pthread.h>
+#include <string>
 #include <sys/eventfd.h>
 #include <unistd.h>
 #include <utility>
@@ -48,6 +49,7 @@ class XCaptureSession::Loop {
                                                                  : kDefaultFrameDuration},
         delivery_{std::move(delivery)},
         clock_{std::move(clock)},
+        display_{environment("DISPLAY")},
         wake_{eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)} {}
 
   ~Loop() { close(wake_); }
@@ -67,7 +69,7 @@ class XCaptureSession::Loop {
     bool toldOfSilence = false;
     bool lastTry = false;
     do {
-      source_ = XFrameSource::open(input_.displayID, static_cast<int>(output_.size.width),
+      source_ = XFrameSource::open(display_, input_.displayID, static_cast<int>(output_.size.width),
                                    static_cast<int>(output_.size.height));
       if (source_) {
         hasAnswered = true;
@@ -75,7 +77,7 @@ class XCaptureSession::Loop {
         lastTry = false;
         if (!capture()) break;  // told to stop
       }
-      const bool silent = source_ ? source_->silent() : isSilentXServer(environment("DISPLAY"));
+      const bool silent = source_ ? source_->silent() : isSilentXServer(display_);
       source_.reset();
       if (silent) {
         if (!toldOfSilence) log("%s: no frame comes until the X server answers again", kStart);
@@ -144,7 +146,8 @@ class XCaptureSession::Loop {
   const Duration frameDuration_;
   const std::shared_ptr<SampleDelivery> delivery_;
   const std::shared_ptr<Clock> clock_;
-  const int wake_;  // an eventfd: readable when the thread is to end
+  const std::string display_;  // read by who starts: the environment is not for other threads
+  const int wake_;             // an eventfd: readable when the thread is to end
 
   // The capture thread's own.
   std::unique_ptr<XFrameSource> source_;

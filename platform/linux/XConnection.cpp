@@ -17,9 +17,10 @@ PixelArea intersection(const PixelArea& a, const PixelArea& b) {
 
 bool isXwaylandOutput(std::string_view name) { return name.starts_with("XWAYLAND"); }
 
-std::unique_ptr<XConnection> XConnection::open() {
+std::unique_ptr<XConnection> XConnection::open() { return open(environment("DISPLAY")); }
+
+std::unique_ptr<XConnection> XConnection::open(const std::string& display) {
   int screenNumber = 0;
-  const std::string display = environment("DISPLAY");
   xcb_connection_t* const connection = connectToXServer(display, screenNumber);
   if (connection == nullptr) return nullptr;
   std::unique_ptr<XConnection> opened{new XConnection{connection, screenNumber, display}};

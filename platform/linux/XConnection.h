@@ -64,6 +64,8 @@ class XConnection {
  public:
   /// To the server that DISPLAY names; null when it cannot be reached or does not answer.
   static std::unique_ptr<XConnection> open();
+  /// To the server of this name, such as ":0".
+  static std::unique_ptr<XConnection> open(const std::string& display);
 
   XConnection(const XConnection&) = delete;
   XConnection& operator=(const XConnection&) = delete;

@@ -81,8 +81,9 @@ void copy(const PlanarPicture& from, const PlanarPicture& to) {
 
 }  // namespace
 
-std::unique_ptr<XFrameSource> XFrameSource::open(std::uint32_t monitorName, int width, int height) {
-  std::unique_ptr<XConnection> connection = XConnection::open();
+std::unique_ptr<XFrameSource> XFrameSource::open(const std::string& display,
+                                                 std::uint32_t monitorName, int width, int height) {
+  std::unique_ptr<XConnection> connection = XConnection::open(display);
   if (!connection) return nullptr;
   const std::optional<XPixelFormat> format = XPixelFormat::of(*connection);
   if (!format) return nullptr;

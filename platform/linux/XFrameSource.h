@@ -19,9 +19,10 @@ namespace tessel::platform {
 /// it looks for itself. Belongs to one thread, which holds a PipeSignalGuard.
 class XFrameSource {
  public:
-  /// Of the monitor with that name, or of the first one when it is gone. Null without a server, or
-  /// when its pixels cannot be read.
-  static std::unique_ptr<XFrameSource> open(std::uint32_t monitorName, int width, int height);
+  /// Of the server at `display`, the monitor with that name, or the first one when it is gone. Null
+  /// without a server, or when its pixels cannot be read.
+  static std::unique_ptr<XFrameSource> open(const std::string& display, std::uint32_t monitorName,
+                                            int width, int height);
 
   /// Becomes readable when the server has something to say.
   int descriptor() const { return xcb_get_file_descriptor(connection_->get()); }
