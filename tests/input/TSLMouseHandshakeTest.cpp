@@ -13,7 +13,7 @@ using testing::Not;
 class SendingFails : public TSLMouseConnection {
  public:
   static std::shared_ptr<SendingFails> initWithHub(const std::shared_ptr<TSLSession>& hub) {
-    const std::shared_ptr<SendingFails> connection(new SendingFails(hub));
+    std::shared_ptr<SendingFails> connection(new SendingFails(hub));
     connection->activate();
     return connection;
   }

@@ -210,7 +210,7 @@ TEST_F(SocketConnectionTest, NothingIsReadThatNobodyAskedFor) {
   probe.connection->start();
   LoopbackPeer peer{listener.accept()};
   ASSERT_TRUE(probe.reaches(ConnectionState::kReady));
-  constexpr std::size_t kMoreThanTheSystemHolds = 64U * 1024 * 1024;
+  constexpr std::size_t kMoreThanTheSystemHolds = std::size_t{64} << 20;
   std::size_t taken = 0;
   // Until nothing is taken three times in a row.
   for (int full = 0; full < 3 && taken < kMoreThanTheSystemHolds;) {

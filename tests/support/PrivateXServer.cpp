@@ -5,7 +5,6 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <poll.h>
-#include <ranges>
 #include <signal.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
@@ -16,8 +15,12 @@ namespace {
 
 constexpr int kStartTimeoutMs = 20000;
 
-// Beyond the numbers that a server takes: they all have a TCP port.
-constexpr const char* kNoDisplay = ":59999";
+// A number that nobody else takes, also once its server has ended: servers that look for a free one
+// begin at 0, and each process has eight of its own.
+std::string ownDisplay() {
+  static int count = 0;
+  return ":" + std::to_string(1000 + getpid() % 7000 * 8 + count++ % 8);
+}
 
 // Reads up to a line feed; empty when it does not come in time.
 std::string readLine(int file) {
@@ -39,8 +42,10 @@ PrivateXServer::PrivateXServer(const Options& options) {
   const std::string screen = std::to_string(options.width) + "x" + std::to_string(options.height) +
                              "x" + std::to_string(options.depth);
   const std::string numberFile = std::to_string(number[1]);
-  std::vector<std::string> words{"Xvfb",      "-displayfd", numberFile, "-screen", "0", screen,
-                                 "-nolisten", "tcp",        "-noreset", "-s",      "0", "-dpms"};
+  const std::string display = ownDisplay();
+  std::vector<std::string> words{"Xvfb", display, "-displayfd", numberFile, "-screen",
+                                 "0",    screen,  "-nolisten",  "tcp",      "-noreset",
+                                 "-s",   "0",     "-dpms"};
   words.insert(words.end(), options.arguments.begin(), options.arguments.end());
   std::vector<char*> arguments;
   for (std::string& word : words) arguments.push_back(word.data());
@@ -61,7 +66,7 @@ PrivateXServer::PrivateXServer(const Options& options) {
   const std::string line = pid_ > 0 ? readLine(number[0]) : std::string{};
   close(number[0]);
   if (line.empty()) return;
-  display_ = ":" + line;
+  display_ = display;
   setVariable("DISPLAY", display_.c_str());
   setVariable("WAYLAND_DISPLAY", nullptr);
   setVariable("XDG_SESSION_TYPE", nullptr);
@@ -69,8 +74,7 @@ PrivateXServer::PrivateXServer(const Options& options) {
 
 PrivateXServer::~PrivateXServer() {
   end();
-  // Backwards: DISPLAY may have been set twice.
-  for (const Variable& variable : variables_ | std::views::reverse) {
+  for (const Variable& variable : variables_) {
     if (variable.wasSet) {
       setenv(variable.name.c_str(), variable.before.c_str(), 1);
     } else {
@@ -81,15 +85,15 @@ PrivateXServer::~PrivateXServer() {
 
 void PrivateXServer::end() {
   if (pid_ <= 0) return;
-  if (!display_.empty()) {
-    setVariable("DISPLAY", kNoDisplay);
-    // A server that is killed leaves its socket behind. Afterwards it may be another server's.
-    unlink(("/tmp/.X11-unix/X" + display_.substr(1)).c_str());
-  }
   resume();
   kill(pid_, SIGKILL);
   waitpid(pid_, nullptr, 0);
   pid_ = 0;
+  if (display_.empty()) return;
+  // A server that is killed leaves its socket and its lock behind.
+  const std::string number = display_.substr(1);
+  unlink(("/tmp/.X11-unix/X" + number).c_str());
+  unlink(("/tmp/.X" + number + "-lock").c_str());
 }
 
 void PrivateXServer::suspend() const {

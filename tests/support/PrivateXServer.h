@@ -32,8 +32,7 @@ class PrivateXServer {
   /// ":7"
   const std::string& display() const { return display_; }
 
-  /// Ends the server and waits until it is gone. DISPLAY then names none: another test's server may
-  /// get the number at once, and would pass for this one.
+  /// Ends the server and waits until it is gone. Nobody else takes its number.
   void end();
 
   /// Lets the server answer nothing, as one that hangs; until it is resumed or this object ends.
