@@ -14,7 +14,7 @@ namespace tessel::apps {
 /// hub's user types, and it does not grow for ever.
 class LogFile {
  public:
-  LogFile() = default;
+  explicit LogFile(LogBudget budget = LogBudget{}) : budget_{budget} {}
   ~LogFile();
   LogFile(const LogFile&) = delete;
   LogFile& operator=(const LogFile&) = delete;

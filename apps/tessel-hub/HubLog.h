@@ -16,6 +16,8 @@ namespace tessel::hub {
 /// Any thread.
 class HubLog {
  public:
+  explicit HubLog(apps::LogBudget budget = apps::LogBudget{}) : budget_{budget} {}
+
   /// Writes to the file at `path` from now on, `-` being standard error. False if it cannot.
   bool open(const std::string& path);
 

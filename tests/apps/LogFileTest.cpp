@@ -1,9 +1,11 @@
+#include <cstdlib>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <sstream>
 #include <sys/stat.h>
 
 #include "apps/common/LogFile.h"
+#include "tessel/TSLSession.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace tessel::apps {
@@ -55,6 +57,18 @@ TEST_F(LogFileTest, EveryLineEndsOnce) {
   LogFile::writeLine(out, "-[TSLMouseSimulator dealloc]/63: dealloced\n");
   EXPECT_EQ(out.str(),
             "-[TSLSession disconnect]: EXIT\n-[TSLMouseSimulator dealloc]/63: dealloced\n");
+}
+
+TEST_F(LogFileTest, AFileDoesNotGrowBeyondItsBudget) {
+  setenv("TESSEL_SHARED_FOLDER", folder_.path().c_str(), 1);
+  LogFile log{LogBudget{1}};
+  ASSERT_TRUE(log.open(path_));
+  for (int count = 0; count < 2; ++count)
+    TSLSession::initWithHostName("127.0.0.1", 0)->disconnect();
+  std::ifstream file{path_};
+  const std::string text{std::istreambuf_iterator{file}, {}};
+  EXPECT_EQ(text, "The log ends here: the file has become too large.\n");
+  unsetenv("TESSEL_SHARED_FOLDER");
 }
 
 TEST_F(LogFileTest, AFolderIsNoFile) {
