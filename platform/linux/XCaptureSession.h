@@ -12,7 +12,8 @@
 namespace tessel::platform {
 
 /// Captures one monitor of the X server, on a thread and a connection of its own. When the server
-/// goes away no further frame comes; when it does not answer, none until it does.
+/// goes away, and is not back a second later, no further frame comes; when it does not answer, none
+/// until it does.
 class XCaptureSession final : public CaptureSession {
  public:
   XCaptureSession(std::shared_ptr<Screens> screens, std::shared_ptr<Clock> clock);
