@@ -14,7 +14,7 @@ using namespace std::chrono_literals;
 constexpr auto kStep = 100ms;
 constexpr auto kTick = 2s;
 constexpr auto kExpiry = 15s;
-constexpr std::uint16_t kNetwork = 0x0A01;  // the major of every hub
+constexpr std::uint16_t kHubMajor = 0x0A01;
 constexpr int kHubs = 25;
 
 // The list as it should be: minors in the order of discovery, with the time last heard.
@@ -92,7 +92,7 @@ TEST(DirectoryModelTest, HubsComeAndGoAtRandomForTenMinutes) {
       if (oneIn(300)) inRange[hub] = !inRange[hub];
       if (!inRange[hub] || !oneIn(40)) continue;  // heard every four seconds or so
       const auto minor = static_cast<std::uint16_t>(0x0201 + hub);
-      central->hear(hubAdvert(kNetwork, minor), -50);
+      central->hear(hubAdvert(kHubMajor, minor), -50);
       model.hear(minor, world.now());
     }
     world.run();

@@ -293,14 +293,15 @@ TEST_F(TSLKeyBoardConnectionTest, DroppingItStopsIt) {
                           "connection dealloc"));
 }
 
-class SendingNothing : public TSLKeyBoardConnection {
+class KeyBoardSendingFails : public TSLKeyBoardConnection {
  public:
-  explicit SendingNothing(const std::shared_ptr<TSLSession>& hub) : TSLKeyBoardConnection{hub} {}
+  explicit KeyBoardSendingFails(const std::shared_ptr<TSLSession>& hub)
+      : TSLKeyBoardConnection{hub} {}
   bool sendBuffer(const void* /*bytes*/, std::uint64_t /*length*/) override { return false; }
 };
 
 TEST_F(TSLKeyBoardConnectionTest, AnOpeningMessageThatCannotBeSentCancelsAndCompletesWithoutError) {
-  keyBoard = std::make_shared<SendingNothing>(session);
+  keyBoard = std::make_shared<KeyBoardSendingFails>(session);
   open();
   EXPECT_THAT(started.codes, ElementsAre(0));
   EXPECT_FALSE(keyBoard->connected());
@@ -321,7 +322,7 @@ TEST_F(TSLKeyBoardConnectionTest, TheStartReturnsWhetherItIsConnected) {
   EXPECT_EQ(error, std::nullopt);
 
   world.network.onStart = [](SimConnection& connection) { connection.becomeReady(); };
-  keyBoard = std::make_shared<SendingNothing>(session);
+  keyBoard = std::make_shared<KeyBoardSendingFails>(session);
   EXPECT_FALSE(keyBoard->startKeyBoardSocketReturningError(error));
   EXPECT_EQ(error, std::nullopt);
 

@@ -108,7 +108,7 @@ class ClickTest(unittest.TestCase):
             rest()
 
     def test_a_left_double_click_is_one_double_click(self):
-        for gap in (100, 200, 300, 350):
+        for gap in (100, 200, 300, 380):
             self.check_double_click(1, Hub.LEFT_DOWN, Hub.LEFT_UP, gap)
 
     def test_a_right_double_click_is_one_double_click(self):
