@@ -12,5 +12,5 @@ target_link_libraries(scrolling_page PRIVATE tessel_bench_page)
 if(TESSEL_BUILD_TESTS)
   add_executable(frame_road frame_road.cpp)
   target_link_libraries(frame_road PRIVATE
-    tessel_logic tessel_platform_linux tessel_test_xserver tessel_bench_page)
+    tessel_logic tessel_system tessel_test_xserver tessel_bench_page)
 endif()

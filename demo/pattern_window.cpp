@@ -18,7 +18,7 @@
 #include <vector>
 #include <xcb/xcb.h>
 
-#include "platform/TestPattern.h"
+#include "platform/media/TestPattern.h"
 
 namespace {
 

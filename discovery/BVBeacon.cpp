@@ -4,8 +4,8 @@
 #include <array>
 #include <cstdio>
 
-#include "platform/ByteOrder.h"
 #include "platform/Services.h"
+#include "platform/base/ByteOrder.h"
 
 namespace tessel {
 namespace {

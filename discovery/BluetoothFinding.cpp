@@ -3,8 +3,8 @@
 #include <chrono>
 #include <memory>
 
-#include "platform/Group.h"
 #include "platform/Services.h"
+#include "platform/base/Group.h"
 #include "tessel/BVBeaconScanner.h"
 
 namespace tessel {

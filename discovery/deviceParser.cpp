@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "platform/TextLength.h"
+#include "platform/base/TextLength.h"
 
 namespace tessel {
 

@@ -7,8 +7,8 @@
 #include <span>
 #include <variant>
 
-#include "platform/ByteOrder.h"
 #include "platform/Log.h"
+#include "platform/base/ByteOrder.h"
 
 namespace tessel {
 namespace {

@@ -1,6 +1,6 @@
 #include "display/DisplayLaunch.h"
 
-#include "platform/URLPath.h"
+#include "platform/base/URLPath.h"
 #include "tessel/TSLSession.h"
 
 namespace tessel {

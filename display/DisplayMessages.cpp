@@ -4,7 +4,7 @@
 #include <span>
 
 #include "display/DisplayCommands.h"
-#include "platform/ByteOrder.h"
+#include "platform/base/ByteOrder.h"
 
 namespace tessel {
 namespace {

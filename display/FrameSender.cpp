@@ -6,8 +6,8 @@
 #include <span>
 
 #include "display/DisplayCommands.h"
-#include "platform/ByteOrder.h"
 #include "platform/Log.h"
+#include "platform/base/ByteOrder.h"
 #include "tessel/DisplayMessages.h"
 
 namespace tessel {

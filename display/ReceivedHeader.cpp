@@ -1,7 +1,7 @@
 #include "display/ReceivedHeader.h"
 
 #include "display/DisplayCommands.h"
-#include "platform/ByteOrder.h"
+#include "platform/base/ByteOrder.h"
 
 namespace tessel {
 

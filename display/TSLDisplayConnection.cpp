@@ -3,11 +3,11 @@
 #include <utility>
 
 #include "display/DisplayLaunch.h"
-#include "platform/ErrorText.h"
 #include "platform/Log.h"
 #include "platform/Services.h"
-#include "platform/TextLength.h"
 #include "platform/XMLParser.h"
+#include "platform/base/ErrorText.h"
+#include "platform/base/TextLength.h"
 #include "tessel/Constants.h"
 #include "tessel/TSLSession.h"
 

@@ -4,9 +4,9 @@
 #include "display/FrameSender.h"
 #include "display/PictureSize.h"
 #include "display/TSLDisplayConnection.h"
-#include "platform/ErrorText.h"
 #include "platform/Log.h"
 #include "platform/Services.h"
+#include "platform/base/ErrorText.h"
 
 // A frame's road: captured, encoded, converted, sent.
 namespace tessel {

@@ -1,5 +1,5 @@
 #include "discovery/deviceParser.h"
-#include "platform/linux/LibxmlParser.h"
+#include "platform/posix/files/LibxmlParser.h"
 #include "session/deviceDetail.h"
 #include "tessel/TSLSession.h"
 #include "tests/support/SimWorld.h"

@@ -1,5 +1,5 @@
-#include "platform/linux/BinaryPropertyList.h"
-#include "platform/linux/XmlPropertyList.h"
+#include "platform/posix/files/BinaryPropertyList.h"
+#include "platform/posix/files/XmlPropertyList.h"
 
 using tessel::PropertyListDictionary;
 

@@ -1,6 +1,6 @@
 #include "input/MousePacket.h"
 
-#include "platform/ByteOrder.h"
+#include "platform/base/ByteOrder.h"
 
 namespace tessel {
 

@@ -9,11 +9,11 @@
 
 #include "input/HubChannel.h"
 #include "input/TSLKeyBoardSimulator.h"
-#include "platform/ByteOrder.h"
-#include "platform/ErrorText.h"
-#include "platform/Group.h"
 #include "platform/Log.h"
 #include "platform/Services.h"
+#include "platform/base/ByteOrder.h"
+#include "platform/base/ErrorText.h"
+#include "platform/base/Group.h"
 #include "tessel/Constants.h"
 
 namespace tessel {

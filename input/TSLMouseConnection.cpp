@@ -12,9 +12,9 @@
 #include "input/HubChannel.h"
 #include "input/MousePacket.h"
 #include "input/TSLMouseSimulator.h"
-#include "platform/ErrorText.h"
 #include "platform/Log.h"
 #include "platform/Services.h"
+#include "platform/base/ErrorText.h"
 #include "tessel/Constants.h"
 #include "tessel/TSLSession.h"
 

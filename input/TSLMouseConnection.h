@@ -8,7 +8,7 @@
 
 #include "platform/NetworkConnection.h"
 #include "platform/Queues.h"
-#include "platform/Synchronized.h"
+#include "platform/base/Synchronized.h"
 #include "tessel/Error.h"
 #include "tessel/Types.h"
 

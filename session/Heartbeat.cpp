@@ -5,7 +5,7 @@
 #include "display/TSLDisplayConnection.h"
 #include "platform/Log.h"
 #include "platform/Services.h"
-#include "platform/URLPath.h"
+#include "platform/base/URLPath.h"
 #include "session/SessionFields.h"
 
 namespace tessel {

@@ -7,7 +7,7 @@
 #include <string>
 
 #include "platform/Queues.h"
-#include "platform/Synchronized.h"
+#include "platform/base/Synchronized.h"
 #include "session/StateRecord.h"
 #include "tessel/TSLSession.h"
 

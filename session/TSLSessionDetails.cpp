@@ -3,7 +3,7 @@
 
 #include "platform/Log.h"
 #include "platform/Services.h"
-#include "platform/URLPath.h"
+#include "platform/base/URLPath.h"
 #include "session/UTF8.h"
 #include "session/deviceDetail.h"
 #include "tessel/TSLSession.h"

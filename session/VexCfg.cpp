@@ -4,9 +4,9 @@
 #include <mutex>
 #include <utility>
 
-#include "platform/ErrorText.h"
 #include "platform/Log.h"
 #include "platform/Services.h"
+#include "platform/base/ErrorText.h"
 
 namespace tessel {
 namespace {

@@ -5,7 +5,7 @@
 #include <limits>
 
 #include "platform/Log.h"
-#include "platform/URLPath.h"
+#include "platform/base/URLPath.h"
 #include "session/IntegerValue.h"
 #include "tessel/TSLSession.h"
 

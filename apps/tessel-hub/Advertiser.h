@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/linux/BlueZAdapters.h"
-#include "platform/linux/BlueZClient.h"
+#include "platform/linux/bluez/BlueZAdapters.h"
+#include "platform/linux/bluez/BlueZClient.h"
 
 namespace tessel::hub {
 

@@ -1,6 +1,6 @@
 #include "ContextRequest.h"
 
-#include "platform/ByteOrder.h"
+#include "platform/base/ByteOrder.h"
 #include "tessel/DisplayMessages.h"
 
 namespace tessel::hub {

@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "ContextRequest.h"
-#include "platform/ByteOrder.h"
+#include "platform/base/ByteOrder.h"
 
 namespace tessel::hub {
 namespace {

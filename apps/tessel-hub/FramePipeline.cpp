@@ -3,7 +3,7 @@
 #include <exception>
 #include <utility>
 
-#include "platform/TestPattern.h"
+#include "platform/media/TestPattern.h"
 
 namespace tessel::hub {
 

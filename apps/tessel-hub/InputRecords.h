@@ -3,7 +3,7 @@
 #include <array>
 #include <cstdint>
 
-#include "platform/ByteOrder.h"
+#include "platform/base/ByteOrder.h"
 
 /// The records that the hub sends on the input channels.
 namespace tessel::hub {

@@ -10,7 +10,6 @@
 namespace tessel::platform {
 
 Finding findScreen();
-Finding findEncoder();
 Finding findInput();
 /// What to do about a radio in that state; empty when nothing needs doing. `switches`: the folder
 /// in which the kernel tells what keeps radios off.

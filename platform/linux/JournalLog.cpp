@@ -1,13 +1,13 @@
 // The place in the source is that of the one call below, so it tells nothing.
 #define SD_JOURNAL_SUPPRESS_LOCATION
 
+#include "platform/linux/JournalLog.h"
+
 #include <array>
 #include <string>
 #include <sys/uio.h>
 #include <systemd/sd-journal.h>
 #include <unistd.h>
-
-#include "platform/linux/CoreServices.h"
 
 namespace tessel::platform {
 namespace {

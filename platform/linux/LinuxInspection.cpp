@@ -1,3 +1,4 @@
+#include "platform/libav/EncoderFinding.h"
 #include "platform/linux/Findings.h"
 
 namespace tessel::platform {

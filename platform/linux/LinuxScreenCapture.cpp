@@ -1,7 +1,7 @@
 #include "platform/linux/LinuxScreenCapture.h"
 
-#include "platform/PatternCapture.h"
-#include "platform/linux/XCaptureSession.h"
+#include "platform/linux/x11/XCaptureSession.h"
+#include "platform/media/PatternCapture.h"
 
 namespace tessel::platform {
 

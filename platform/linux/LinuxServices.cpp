@@ -1,10 +1,13 @@
 #include "platform/Services.h"
-#include "platform/linux/BluetoothServices.h"
-#include "platform/linux/CoreServices.h"
-#include "platform/linux/DataServices.h"
 #include "platform/linux/Findings.h"
 #include "platform/linux/InputServices.h"
+#include "platform/linux/JournalLog.h"
 #include "platform/linux/VideoServices.h"
+#include "platform/linux/bluez/BluetoothServices.h"
+#include "platform/posix/SystemClock.h"
+#include "platform/posix/files/FileServices.h"
+#include "platform/posix/http/HttpServices.h"
+#include "platform/posix/net/NetServices.h"
 
 namespace tessel::platform {
 

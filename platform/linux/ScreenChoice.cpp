@@ -1,12 +1,12 @@
 #include "platform/linux/ScreenChoice.h"
 
-#include <cstdlib>
 #include <string>
 #include <string_view>
 
 #include "platform/ScreenCapture.h"
-#include "platform/linux/PipeSignalGuard.h"
-#include "platform/linux/XConnection.h"
+#include "platform/linux/x11/XConnection.h"
+#include "platform/posix/Environment.h"
+#include "platform/posix/PipeSignalGuard.h"
 
 namespace tessel::platform {
 namespace {
@@ -20,11 +20,6 @@ Error obstacleBecause(std::string sentence) {
 }
 
 }  // namespace
-
-const char* environment(const char* name) {
-  const char* value = std::getenv(name);
-  return value == nullptr ? "" : value;
-}
 
 bool isWaylandDesktop() {
   return *environment("WAYLAND_DISPLAY") != '\0' ||

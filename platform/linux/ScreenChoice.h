@@ -2,7 +2,7 @@
 
 #include <optional>
 
-#include "platform/Synchronized.h"
+#include "platform/base/Synchronized.h"
 #include "tessel/Error.h"
 #include "tessel/ScreenSelection.h"
 #include "tessel/Types.h"
@@ -46,8 +46,5 @@ class ScreenChoice {
 
 /// Whether the desktop that this process belongs to is a Wayland one, as far as its variables tell.
 bool isWaylandDesktop();
-
-/// The value of an environment variable; empty when it is not set.
-const char* environment(const char* name);
 
 }  // namespace tessel::platform

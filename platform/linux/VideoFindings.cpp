@@ -2,16 +2,15 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <variant>
 
 #include "platform/linux/Findings.h"
-#include "platform/linux/LibavEncoder.h"
-#include "platform/linux/PipeSignalGuard.h"
 #include "platform/linux/ScreenChoice.h"
-#include "platform/linux/XConnection.h"
-#include "platform/linux/XDamage.h"
-#include "platform/linux/XGrabber.h"
-#include "platform/linux/XPixelFormat.h"
+#include "platform/linux/x11/XConnection.h"
+#include "platform/linux/x11/XDamage.h"
+#include "platform/linux/x11/XGrabber.h"
+#include "platform/linux/x11/XPixelFormat.h"
+#include "platform/posix/Environment.h"
+#include "platform/posix/PipeSignalGuard.h"
 
 namespace tessel::platform {
 namespace {
@@ -72,26 +71,6 @@ Finding findScreen() {
   const std::unique_ptr<XConnection> connection = XConnection::open();
   if (connection) return inspect(*connection);
   return {"screen", false, "The X server has just gone.", "Try again."};
-}
-
-Finding findEncoder() {
-  Finding finding{"encoder", false, {}, {}};
-  EncoderSettings settings;
-  settings.width = 1920;
-  settings.height = 1080;
-  const auto opened = LibavEncoder::openBest(settings);
-  if (const Status* status = std::get_if<Status>(&opened)) {
-    finding.sentence = *status == AVERROR_ENCODER_NOT_FOUND
-                           ? "There is no H.264 encoder."
-                           : "No H.264 encoder works: " + LibavEncoder::describe(*status);
-    finding.advice = "Install libavcodec with libx264.";
-    return finding;
-  }
-  const LibavEncoder& encoder = *std::get<std::unique_ptr<LibavEncoder>>(opened);
-  finding.usable = true;
-  finding.sentence = std::string{"H.264 with "} + encoder.name() +
-                     (encoder.isHardware() ? " (hardware)." : " (software).");
-  return finding;
 }
 
 }  // namespace tessel::platform

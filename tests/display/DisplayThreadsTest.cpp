@@ -1,11 +1,11 @@
 #include <gmock/gmock.h>
 
 #include "display/TSLDisplayConnection.h"
-#include "platform/ByteOrder.h"
 #include "platform/Services.h"
+#include "platform/base/ByteOrder.h"
 #include "tessel/Constants.h"
 #include "tessel/TSLSession.h"
-#include "tests/platform/LoopbackPeer.h"
+#include "tests/platform/posix/net/LoopbackPeer.h"
 #include "tests/support/Eventually.h"
 #include "tests/support/FakeFiles.h"
 

@@ -4,7 +4,7 @@
 #include <random>
 
 #include "FrameAssembler.h"
-#include "platform/ByteOrder.h"
+#include "platform/base/ByteOrder.h"
 #include "tessel/DisplayMessages.h"
 
 namespace tessel::hub {

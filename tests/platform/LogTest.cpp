@@ -12,7 +12,7 @@
 
 #include "platform/Log.h"
 #include "platform/Services.h"
-#include "platform/linux/CoreServices.h"
+#include "platform/linux/JournalLog.h"
 #include "tessel/Log.h"
 #include "tests/support/Eventually.h"
 #include "tests/support/TemporaryFolder.h"

@@ -3,9 +3,9 @@
 #include <limits>
 #include <string>
 
-#include "platform/ErrorText.h"
-#include "platform/TextLength.h"
-#include "platform/URLPath.h"
+#include "platform/base/ErrorText.h"
+#include "platform/base/TextLength.h"
+#include "platform/base/URLPath.h"
 #include "session/IntegerValue.h"
 #include "session/UTF8.h"
 #include "tessel/URLSession.h"

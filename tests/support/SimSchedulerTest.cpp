@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/Group.h"
+#include "platform/base/Group.h"
 #include "tests/support/SimScheduler.h"
 
 namespace tessel::test {

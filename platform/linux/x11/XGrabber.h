@@ -1,0 +1,45 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <vector>
+#include <xcb/shm.h>
+
+#include "platform/linux/x11/XConnection.h"
+#include "platform/linux/x11/XPixelFormat.h"
+
+namespace tessel::platform {
+
+/// Reads pixels of the root window: through memory shared with the server, or over the connection
+/// where the server cannot share. Belongs to the thread of its connection, which outlives it.
+class XGrabber {
+ public:
+  XGrabber(XConnection& connection, XPixelFormat format);
+  ~XGrabber();
+  XGrabber(const XGrabber&) = delete;
+  XGrabber& operator=(const XGrabber&) = delete;
+
+  /// Reads areas of the root window in one go, as close to one moment as the server allows. Gives
+  /// one pointer for each, valid until the next call, or none at all when an area lies outside the
+  /// root window or the server is gone.
+  std::vector<const std::uint8_t*> grab(std::span<const PixelArea> areas);
+
+  bool sharesMemory() const { return memory_ != nullptr; }
+
+ private:
+  bool reserve(std::size_t size);
+  void release();
+  std::vector<const std::uint8_t*> grabShared(std::span<const PixelArea> areas);
+  std::vector<const std::uint8_t*> grabCopied(std::span<const PixelArea> areas);
+
+  XConnection& connection_;
+  const XPixelFormat format_;
+  bool mayShare_;
+  xcb_shm_seg_t segment_ = 0;
+  std::uint8_t* memory_ = nullptr;  // mapped; null until it is first needed
+  std::size_t size_ = 0;
+  std::vector<XReply<xcb_get_image_reply_t>> copies_;  // hold what the last grab gave out
+};
+
+}  // namespace tessel::platform

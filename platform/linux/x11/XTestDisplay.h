@@ -1,0 +1,57 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "platform/linux/x11/XConnection.h"
+
+namespace tessel::platform {
+
+/// A connection to an X server that takes faked input. One thread at a time, within a
+/// PipeSignalGuard. A server that goes away, or does not answer in time, makes every call do
+/// nothing.
+class XTestDisplay {
+ public:
+  /// The display that DISPLAY names. When it cannot be used: null, and the reason as a clause.
+  static std::unique_ptr<XTestDisplay> open(std::string& reason);
+
+  bool alive() const { return connection_->alive(); }
+
+  /// Whether it was given up because the server did not answer: another one may work.
+  bool silent() const { return connection_->silent(); }
+
+  /// Where the first screen is: the primary monitor, or else the first one.
+  PixelArea firstScreen();
+
+  /// Whether the modifier that this key sets is on: for a lock key that is not held, whether its
+  /// lock is. None when the server does not tell. `evdev` is a Linux input code.
+  std::optional<bool> modifierIsOn(std::uint8_t evdev);
+
+  /// @name Faked input; on its way after the next flush
+  /// @{
+  void moveTo(int x, int y);
+  void button(std::uint8_t button, bool down);
+  /// `evdev` is a Linux input code.
+  void key(std::uint8_t evdev, bool down);
+  /// @}
+  void flush();
+  /// Waits until the server has done all that, or is lost. What a client has sent and the server
+  /// has not read when the client goes, it never reads.
+  void finish();
+
+ private:
+  explicit XTestDisplay(std::unique_ptr<XConnection> connection);
+
+  void fake(std::uint8_t type, std::uint8_t detail, std::int16_t x, std::int16_t y);
+  void readEvents();
+
+  const std::unique_ptr<XConnection> connection_;
+  PixelArea firstScreen_;
+  bool layoutChanged_ = true;
+  std::chrono::steady_clock::time_point nextLayout_;
+};
+
+}  // namespace tessel::platform

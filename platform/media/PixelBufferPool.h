@@ -1,0 +1,39 @@
+#pragma once
+
+#include <memory>
+
+#include "platform/ScreenCapture.h"
+#include "platform/media/PlanarPicture.h"
+
+namespace tessel::platform {
+
+/// A picture to fill and then to hand out: `buffer` shows `picture`'s memory, which must not be
+/// written any more once others have seen `buffer`.
+struct PooledPicture {
+  PlanarPicture picture;
+  std::shared_ptr<const PixelBuffer> buffer;
+
+  explicit operator bool() const { return buffer != nullptr; }
+};
+
+/// Pictures of one size whose memory is used again once nobody refers to them. A picture may
+/// outlive the pool. Any thread.
+class PixelBufferPool {
+ public:
+  PixelBufferPool(int width, int height);
+
+  int width() const { return width_; }
+  int height() const { return height_; }
+
+  /// A picture that nobody else refers to; what it shows is left over from an earlier use.
+  PooledPicture take();
+
+ private:
+  class Shelf;
+
+  int width_;
+  int height_;
+  std::shared_ptr<Shelf> shelf_;
+};
+
+}  // namespace tessel::platform

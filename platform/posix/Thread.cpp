@@ -1,0 +1,26 @@
+#include "platform/posix/Thread.h"
+
+#include <pthread.h>
+#include <string>
+#include <utility>
+
+#include "platform/posix/HostSignals.h"
+
+namespace tessel::platform {
+namespace {
+
+constexpr std::size_t kMaxNameLength = 15;
+
+}  // namespace
+
+std::thread startThread(std::string_view name, std::function<void()> run) {
+  const HostSignalsBlocked inherited;
+  return std::thread{
+      [name = std::string{name.substr(0, kMaxNameLength)}, run = std::move(run)]() mutable {
+        pthread_setname_np(pthread_self(), name.c_str());
+        // Destroyed before the thread ends, on the thread: what it holds may count on that.
+        std::exchange(run, nullptr)();
+      }};
+}
+
+}  // namespace tessel::platform

@@ -1,0 +1,63 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <cstdlib>
+#include <gtest/gtest.h>
+#include <memory>
+#include <vector>
+
+#include "platform/Services.h"
+#include "tests/platform/linux/x11/FrameCollector.h"
+
+namespace tessel::platform {
+
+inline constexpr std::uint32_t kGrey = 0x808080;
+inline constexpr std::uint32_t kWhite = 0xFFFFFF;
+inline constexpr int kGreyLuma = 126;
+inline constexpr int kWhiteLuma = 235;
+
+/// The luma at a place; -1 outside the picture.
+inline int lumaAt(const PixelBuffer& picture, int x, int y) {
+  if (x < 0 || y < 0 || x >= picture.width || y >= picture.height) return -1;
+  return picture.planes[0][y * picture.strides[0] + x];
+}
+
+/// Whether a level is the wanted one, give or take what a conversion may round.
+inline bool isNear(int level, int wanted) { return std::abs(level - wanted) <= 4; }
+
+/// Lets the library choose again: the environment has changed.
+inline void chooseScreen(ScreenSource source = ScreenSource::automatic) {
+  ASSERT_EQ(services().screens->select(source, {1920, 1080}), std::nullopt);
+}
+
+/// A running capture of the first screen into a collector.
+class Capture {
+ public:
+  explicit Capture(Size size) {
+    const std::vector<Screen> screens = services().screens->screens();
+    CaptureInput input;
+    input.displayID = screens.empty() ? 0 : screens.front().tsl_screenNumber();
+    input.minFrameDuration = std::chrono::nanoseconds{std::chrono::seconds{1}} / 30;
+    CaptureOutput output;
+    output.size = size;
+    session = services().screenCapture->makeCaptureSession();
+    accepted = session->canAddInput(input) && session->canAddOutput(output);
+    if (!accepted) return;
+    session->addInput(input);
+    session->addOutput(output, frames, services().queues->makeSerialQueue("Capture Test"));
+    session->startRunning();
+  }
+  ~Capture() {
+    frames->setBlocked(false);
+    session->stopRunning();
+  }
+  Capture(const Capture&) = delete;
+  Capture& operator=(const Capture&) = delete;
+
+  const std::shared_ptr<FrameCollector> frames = std::make_shared<FrameCollector>();
+  std::shared_ptr<CaptureSession> session;
+  bool accepted = false;
+};
+
+}  // namespace tessel::platform

@@ -1,0 +1,201 @@
+#include <chrono>
+#include <cstdlib>
+#include <gtest/gtest.h>
+#include <string>
+#include <thread>
+
+#include "platform/Screens.h"
+#include "platform/linux/ScreenChoice.h"
+#include "platform/linux/x11/XConnection.h"
+#include "platform/media/PatternCapture.h"
+#include "platform/media/TestPattern.h"
+#include "tests/platform/linux/x11/Capture.h"
+#include "tests/support/PrivateXServer.h"
+
+namespace tessel::platform {
+namespace {
+
+using test::PrivateXServer;
+using test::XPainter;
+
+// A desktop as its environment variables tell; null unsets one.
+void setDesktop(const char* display, const char* waylandDisplay, const char* sessionType) {
+  const auto set = [](const char* name, const char* value) {
+    value == nullptr ? unsetenv(name) : setenv(name, value, 1);
+  };
+  set("DISPLAY", display);
+  set("WAYLAND_DISPLAY", waylandDisplay);
+  set("XDG_SESSION_TYPE", sessionType);
+}
+
+std::string obstacle(ScreenSource source) {
+  const std::optional<Error> error = services().screens->select(source, {1920, 1080});
+  return error ? error->localizedDescription : "";
+}
+
+TEST(ScreensTest, OneScreenFillsTheRootWindow) {
+  const PrivateXServer server;
+  chooseScreen();
+  const std::vector<Screen> list = services().screens->screens();
+  ASSERT_EQ(list.size(), 1U);
+  EXPECT_EQ(list[0].frame(), (Rect{{0, 0}, {1280, 720}}));
+  EXPECT_NE(list[0].tsl_screenNumber(), 0U);
+}
+
+TEST(ScreensTest, PrimaryIsFirstAndTheOriginOfAll) {
+  const PrivateXServer server;
+  ASSERT_EQ(server.run("xrandr --setmonitor left 640/300x720/200+0+0 screen"), 0);
+  ASSERT_EQ(server.run("xrandr --setmonitor '*right' 640/300x480/200+640+100 none"), 0);
+  chooseScreen();
+  const std::vector<Screen> list = services().screens->screens();
+  ASSERT_EQ(list.size(), 2U);
+  EXPECT_EQ(list[0].frame(), (Rect{{0, 0}, {640, 480}}));
+  // Its lower edge lies 140 rows below that of the primary.
+  EXPECT_EQ(list[1].frame(), (Rect{{-640, -140}, {640, 720}}));
+  EXPECT_NE(list[0].tsl_screenNumber(), list[1].tsl_screenNumber());
+
+  XPainter painter;
+  painter.warpPointer(640 + 30, 100 + 40);
+  EXPECT_EQ(services().screens->mouseLocation(), (Point{30, 440}));
+}
+
+TEST(ScreensTest, CursorCountsFromTheLowerEdge) {
+  const PrivateXServer server;
+  chooseScreen();
+  XPainter painter;
+  painter.warpPointer(0, 0);
+  EXPECT_EQ(services().screens->mouseLocation(), (Point{0, 720}));
+  painter.warpPointer(1279, 719);
+  EXPECT_EQ(services().screens->mouseLocation(), (Point{1279, 1}));
+}
+
+TEST(ScreensTest, ChangeOfSizeIsSeenAtTheNextCall) {
+  const PrivateXServer server;
+  chooseScreen();
+  ASSERT_EQ(services().screens->screens().size(), 1U);
+  ASSERT_EQ(server.run("xrandr --output screen --off --fb 640x480"), 0);
+  const std::vector<Screen> list = services().screens->screens();
+  ASSERT_EQ(list.size(), 1U);
+  EXPECT_EQ(list[0].frame(), (Rect{{0, 0}, {640, 480}}));
+}
+
+TEST(ScreensTest, ServerThatComesBackIsFoundAgain) {
+  PrivateXServer server;
+  chooseScreen();
+  ASSERT_EQ(services().screens->screens().size(), 1U);
+  server.end();
+  EXPECT_TRUE(services().screens->screens().empty());
+  const PrivateXServer again;
+  // A server that has gone is looked for now and then.
+  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds{10};
+  while (services().screens->screens().empty() && std::chrono::steady_clock::now() < end) {
+    std::this_thread::yield();
+  }
+  EXPECT_EQ(services().screens->screens().size(), 1U);
+}
+
+TEST(ScreensTest, WaylandDesktopIsRefusedInOneSentence) {
+  const PrivateXServer server;
+  setDesktop(server.display().c_str(), "wayland-0", nullptr);
+  EXPECT_NE(obstacle(ScreenSource::automatic).find("Wayland"), std::string::npos);
+  EXPECT_TRUE(services().screens->screens().empty());
+  EXPECT_FALSE(Capture({1280, 720}).accepted);
+
+  setDesktop(server.display().c_str(), nullptr, "wayland");
+  EXPECT_NE(obstacle(ScreenSource::automatic).find("Wayland"), std::string::npos);
+
+  EXPECT_EQ(obstacle(ScreenSource::x11), "");
+  EXPECT_EQ(services().screens->screens().size(), 1U);
+}
+
+TEST(ScreensTest, XServerBesideAWaylandDesktopIsKnownByItsOutputs) {
+  EXPECT_TRUE(isXwaylandOutput("XWAYLAND0"));
+  EXPECT_TRUE(isXwaylandOutput("XWAYLAND12"));
+  for (const char* name : {"", "screen", "DP-1", "HDMI-A-1", "eDP-1", "VGA-XWAYLAND0", "XWAY"}) {
+    EXPECT_FALSE(isXwaylandOutput(name)) << name;
+  }
+  const PrivateXServer server;
+  EXPECT_FALSE(XConnection::open()->isXwayland());
+}
+
+TEST(ScreensTest, XServerBesideAWaylandDesktopIsCastOnlyWhenItIsNamed) {
+  const PrivateXServer server;
+  ScreenChoice choice;
+  EXPECT_EQ(choice.kind(), ScreenChoice::Kind::x11);
+  choice.noteXwayland(true);
+  EXPECT_EQ(choice.kind(), ScreenChoice::Kind::none);
+  choice.choose(ScreenSource::x11, {});
+  choice.noteXwayland(true);
+  EXPECT_EQ(choice.kind(), ScreenChoice::Kind::x11);
+  EXPECT_EQ(choice.obstacle(), std::nullopt);
+  choice.choose(ScreenSource::automatic, {});
+  EXPECT_EQ(choice.kind(), ScreenChoice::Kind::x11);
+}
+
+TEST(ScreensTest, NoDisplayIsToldInOneSentence) {
+  setDesktop(nullptr, nullptr, nullptr);
+  for (const ScreenSource source : {ScreenSource::automatic, ScreenSource::x11}) {
+    EXPECT_NE(obstacle(source).find("DISPLAY is not set"), std::string::npos);
+    EXPECT_TRUE(services().screens->screens().empty());
+    EXPECT_EQ(services().screens->mouseLocation(), Point{});
+  }
+}
+
+TEST(ScreensTest, ServerThatIsNotThereIsToldWithItsName) {
+  setDesktop(":999", nullptr, nullptr);
+  EXPECT_NE(obstacle(ScreenSource::automatic).find(":999"), std::string::npos);
+  EXPECT_TRUE(services().screens->screens().empty());
+}
+
+TEST(ScreensTest, TestPictureIsAScreenOfItsSize) {
+  setDesktop(nullptr, nullptr, nullptr);
+  ASSERT_EQ(services().screens->select(ScreenSource::pattern, {800, 450}), std::nullopt);
+  const std::vector<Screen> list = services().screens->screens();
+  ASSERT_EQ(list.size(), 1U);
+  EXPECT_EQ(list[0].frame(), (Rect{{0, 0}, {800, 450}}));
+  EXPECT_EQ(services().screens->mouseLocation(), (Point{400, 225}));
+  EXPECT_NE(services().screens->select(ScreenSource::pattern, {0, 0}), std::nullopt);
+}
+
+TEST(ScreensTest, TestPictureMovesWithItsCounter) {
+  ASSERT_EQ(services().screens->select(ScreenSource::pattern, {800, 450}), std::nullopt);
+  const Capture capture{{640, 360}};
+  ASSERT_TRUE(capture.frames->waitForCount(4));
+  std::uint32_t last = 0;
+  for (const SampleBuffer& frame : capture.frames->frames()) {
+    const PixelBuffer& picture = *frame.imageBuffer;
+    const auto counter =
+        readFrameCounter(picture.planes[0], picture.strides[0], picture.width, picture.height);
+    ASSERT_TRUE(counter.has_value());
+    EXPECT_GT(*counter, last);
+    last = *counter;
+  }
+}
+
+TEST(ScreensTest, TheHubDrivesTheX11ScreenOnlyWhileThatIsCast) {
+  const PrivateXServer server;
+  const auto canBeDriven = [] {
+    return services().eventPosting->makeEventPoster()->createScrollWheelEvent(1).has_value();
+  };
+  chooseScreen();
+  EXPECT_TRUE(canBeDriven());
+  chooseScreen(ScreenSource::pattern);
+  EXPECT_FALSE(canBeDriven());
+  chooseScreen(ScreenSource::x11);
+  EXPECT_TRUE(canBeDriven());
+  setenv("WAYLAND_DISPLAY", "wayland-0", 1);
+  services().screens->select(ScreenSource::automatic, {});
+  EXPECT_FALSE(canBeDriven());
+  unsetenv("WAYLAND_DISPLAY");
+}
+
+TEST(ScreensTest, NoOtherDisplayCanBeCaptured) {
+  ASSERT_EQ(services().screens->select(ScreenSource::pattern, {800, 450}), std::nullopt);
+  const auto session = services().screenCapture->makeCaptureSession();
+  EXPECT_FALSE(session->canAddInput({.displayID = kPatternDisplayID + 1}));
+  EXPECT_TRUE(session->canAddInput({.displayID = kPatternDisplayID}));
+  EXPECT_FALSE(session->canAddOutput({.size = {0, 0}}));
+}
+
+}  // namespace
+}  // namespace tessel::platform

@@ -1,0 +1,143 @@
+#include <algorithm>
+#include <cmath>
+#include <functional>
+#include <gtest/gtest.h>
+#include <vector>
+
+#include "platform/media/RateGovernor.h"
+
+namespace tessel::platform {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr std::size_t kMegabit = 1'000'000 / 8;
+constexpr Clock::Duration kFrame = 33333us;
+
+/// An encoder whose frames are `sharpBits` large, and half of that with every six steps.
+class Stream {
+ public:
+  void play(double sharpBits, int frames) {
+    for (int frame = 0; frame < frames; ++frame) {
+      const int steps = governor.coarseness(now);
+      const double out = sharpBits / std::exp2(steps / 6.0);
+      governor.add(static_cast<std::size_t>(out / 8), now);
+      coarseness.push_back(steps);
+      bits += out;
+      now += kFrame;
+    }
+  }
+  int changes() const {
+    int count = 0;
+    for (std::size_t i = 1; i < coarseness.size(); ++i) {
+      if (coarseness[i] != coarseness[i - 1]) ++count;
+    }
+    return count;
+  }
+  void forget() {
+    coarseness.clear();
+    bits = 0;
+  }
+
+  RateGovernor governor;
+  Clock::Duration now{};
+  std::vector<int> coarseness;
+  double bits = 0;
+};
+
+TEST(RateGovernorTest, APageMayBeAsSharpAsMeant) {
+  RateGovernor governor;
+  EXPECT_EQ(governor.coarseness(0s), 0);
+  governor.add(8 * kMegabit, 0s);
+  EXPECT_EQ(governor.coarseness(0s), 0);
+}
+
+TEST(RateGovernorTest, ManyPagesAreAsSharpAsTheFirst) {
+  RateGovernor governor;
+  for (auto page = 0s; page < 60s; page += 1s) {
+    governor.add(7 * kMegabit, page);
+    EXPECT_EQ(governor.coarseness(page), 0) << page.count();
+  }
+}
+
+TEST(RateGovernorTest, MoreThanTheBucketHoldsMakesFramesCoarserAtOnce) {
+  RateGovernor governor;
+  governor.add(24 * kMegabit, 0s);
+  EXPECT_EQ(governor.coarseness(0s), 6) << "twice the rate";
+}
+
+TEST(RateGovernorTest, AStreamWithinTheRateIsLeftAlone) {
+  Stream stream;
+  stream.play(0.38e6, 600);  // 11.4 Mbit/s
+  EXPECT_EQ(stream.coarseness.back(), 0);
+  EXPECT_EQ(stream.changes(), 0);
+}
+
+TEST(RateGovernorTest, AStreamOfAnyWeightSettlesBelowTheRateAndStaysThere) {
+  for (const double sharpBits : {0.45e6, 0.9e6, 1.5e6, 2.1e6}) {
+    Stream stream;
+    stream.play(sharpBits, 300);
+    stream.forget();
+    stream.play(sharpBits, 300);
+    EXPECT_LT(stream.bits / 10 / 1e6, 12) << sharpBits;
+    EXPECT_GT(stream.bits / 10 / 1e6, 12 * 0.55) << sharpBits;
+    EXPECT_EQ(stream.changes(), 0) << sharpBits;
+  }
+}
+
+TEST(RateGovernorTest, WhatStillDoesNotFitIsMadeCoarserAgainAfterHalfASecond) {
+  RateGovernor governor;
+  governor.add(24 * kMegabit, 0s);
+  ASSERT_EQ(governor.coarseness(0s), 6);
+  governor.add(20 * kMegabit, 1ms);
+  EXPECT_EQ(governor.coarseness(499ms), 6);
+  EXPECT_GT(governor.coarseness(500ms), 6);
+}
+
+TEST(RateGovernorTest, AfterASecondOfRestFramesAreSharpAgain) {
+  Stream stream;
+  stream.play(2e6, 120);
+  const Clock::Duration last = stream.now - kFrame;
+  EXPECT_GT(stream.governor.coarseness(last + 999ms), 0);
+  EXPECT_EQ(stream.governor.coarseness(last + 1s), 0);
+}
+
+TEST(RateGovernorTest, SoTheyAreAfterAStreamThatNothingCouldMakeFit) {
+  Stream stream;
+  stream.play(20e6, 120);
+  EXPECT_EQ(stream.coarseness.back(), RateGovernor::kCoarsest);
+  EXPECT_EQ(stream.governor.coarseness(stream.now - kFrame + 1s), 0);
+}
+
+TEST(RateGovernorTest, ABlinkingCaretAfterAFilmIsSharpWithinThreeSeconds) {
+  Stream stream;
+  stream.play(3e6, 300);
+  ASSERT_GE(stream.coarseness.back(), 15);
+  for (int blink = 0; blink < 6; ++blink) {
+    stream.governor.add(kMegabit / 100, stream.now);
+    stream.now += 500ms;
+    stream.governor.coarseness(stream.now);
+  }
+  EXPECT_EQ(stream.governor.coarseness(stream.now), 0);
+}
+
+TEST(RateGovernorTest, AStreamThatGetsLighterGetsSharper) {
+  Stream stream;
+  stream.play(2e6, 120);
+  const int heavy = stream.coarseness.back();
+  stream.forget();
+  stream.play(0.8e6, 300);
+  EXPECT_LT(stream.coarseness.back(), heavy);
+  EXPECT_GT(stream.coarseness.back(), 0);
+  EXPECT_TRUE(std::ranges::is_sorted(stream.coarseness, std::greater{}));
+}
+
+TEST(RateGovernorTest, AnEnormousFrameAsksForNoMoreThanTheCoarsest) {
+  RateGovernor governor;
+  governor.add(1000 * kMegabit, 0s);
+  EXPECT_EQ(governor.coarseness(0s), RateGovernor::kCoarsest);
+  EXPECT_EQ(governor.coarseness(1s), 0);
+}
+
+}  // namespace
+}  // namespace tessel::platform
