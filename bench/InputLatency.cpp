@@ -130,15 +130,38 @@ class WatchedPoster final : public platform::EventPoster {
   const std::unique_ptr<EventPoster> inner_;
 };
 
-class WatchedPosting final : public platform::EventPosting {
+/// The desktop, with a watch on what is posted to it.
+class WatchedDesktop final : public platform::Desktop {
  public:
-  explicit WatchedPosting(std::shared_ptr<EventPosting> inner) : inner_{std::move(inner)} {}
+  explicit WatchedDesktop(std::shared_ptr<Desktop> inner) : inner_{std::move(inner)} {}
+  std::vector<Screen> screens() override { return inner_->screens(); }
+  Point mouseLocation() override { return inner_->mouseLocation(); }
+  std::variant<std::shared_ptr<platform::CaptureSession>, platform::CaptureRefusal>
+  makeCaptureSession(const platform::CaptureInput& input, const platform::CaptureOutput& output,
+                     const std::weak_ptr<platform::CaptureOutputDelegate>& delegate,
+                     const std::shared_ptr<platform::SerialQueue>& queue) override {
+    return inner_->makeCaptureSession(input, output, delegate, queue);
+  }
   std::unique_ptr<platform::EventPoster> makeEventPoster() override {
     return std::make_unique<WatchedPoster>(inner_->makeEventPoster());
   }
+  std::optional<Obstacle> obstacle() override { return inner_->obstacle(); }
+  Finding screenFinding() override { return inner_->screenFinding(); }
+  Finding inputFinding() override { return inner_->inputFinding(); }
 
  private:
-  const std::shared_ptr<EventPosting> inner_;
+  const std::shared_ptr<Desktop> inner_;
+};
+
+class WatchedDesktops final : public platform::Desktops {
+ public:
+  explicit WatchedDesktops(Desktops& real)
+      : desktop_{std::make_shared<WatchedDesktop>(real.current())} {}
+  std::optional<Obstacle> select(ScreenSource, Size) override { return std::nullopt; }
+  std::shared_ptr<platform::Desktop> current() override { return desktop_; }
+
+ private:
+  const std::shared_ptr<platform::Desktop> desktop_;
 };
 
 class NoJournal final : public platform::SystemLog {
@@ -245,15 +268,17 @@ void measure(const Hub& hub, const char* what, std::size_t rate, std::chrono::se
 void run() {
   platform::Services services = platform::makeServices();
   services.network = std::make_shared<WatchedNetwork>(services.network);
-  services.eventPosting = std::make_shared<WatchedPosting>(services.eventPosting);
+  services.desktops = std::make_shared<WatchedDesktops>(*services.desktops);
   services.systemLog = std::make_shared<NoJournal>();
   const platform::ScopedServices scope{services};
-  require(!services.screens->screens().empty(), "there is no display to post to; try xvfb-run");
+  require(!services.desktops->current()->screens().empty(),
+          "there is no display to post to; try xvfb-run");
 
   Hub hub;
   const auto session = TSLSession::initWithHostName(kHubAddress, 0);
   session->setNewProtocol(true);
-  session->sessionConfig()->setSessionSize(services.screens->screens().front().frame().size);
+  session->sessionConfig()->setSessionSize(
+      services.desktops->current()->screens().front().frame().size);
   const auto mouse = TSLMouseConnection::initWithHub(session);
   session->setMouseConnection(mouse);
   std::mutex mutex;

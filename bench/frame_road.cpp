@@ -148,17 +148,16 @@ std::shared_ptr<platform::CompressionSession> makeEncoder(Size size, Sending& se
 
 std::shared_ptr<platform::CaptureSession> makeCapture(Size size,
                                                       const std::shared_ptr<Encoding>& encoding) {
-  const auto screens = services().screens->screens();
+  const auto desktop = services().desktops->current();
+  const auto screens = desktop->screens();
   if (screens.empty()) return nullptr;
-  auto capture = services().screenCapture->makeCaptureSession();
-  platform::CaptureInput input;
-  input.displayID = screens.front().tsl_screenNumber();
-  input.minFrameDuration = std::chrono::nanoseconds{std::chrono::seconds{1}} / kFramesPerSecond;
-  platform::CaptureOutput output;
-  output.size = size;
-  capture->addInput(input);
-  capture->addOutput(output, encoding, services().queues->makeSerialQueue("bench-sample"));
-  return capture;
+  const platform::CaptureInput input{
+      screens.front().tsl_screenNumber(),
+      std::chrono::nanoseconds{std::chrono::seconds{1}} / kFramesPerSecond};
+  const auto made = desktop->makeCaptureSession(input, platform::CaptureOutput{size}, encoding,
+                                                services().queues->makeSerialQueue("bench-sample"));
+  const auto* capture = std::get_if<std::shared_ptr<platform::CaptureSession>>(&made);
+  return capture == nullptr ? nullptr : *capture;
 }
 
 void reportMoving(const char* scene, Sending& sending, Encoding& encoding, double seconds) {
@@ -244,7 +243,7 @@ int run(double seconds) {
   options.width = static_cast<int>(kScreen.width);
   options.height = static_cast<int>(kScreen.height);
   const test::PrivateXServer server{options};
-  if (services().screens->select(ScreenSource::automatic, kScreen)) {
+  if (services().desktops->select(ScreenSource::automatic, kScreen)) {
     std::fputs("frame_road: no X server; is Xvfb installed?\n", stderr);
     return 1;
   }

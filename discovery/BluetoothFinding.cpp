@@ -39,7 +39,7 @@ Finding findBluetooth() {
   BVGBluetoothState state = scanner->bluetoothState();
   if (!state) state = BVGBluetoothStateUnknown;
   return {"bluetooth", state == BVGBluetoothStatePoweredOn, BVBluetoothStateDescription(state),
-          services().inspection->bluetoothAdvice(centralState(state))};
+          services().bluetooth->advice(centralState(state))};
 }
 
 }  // namespace tessel

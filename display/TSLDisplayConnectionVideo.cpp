@@ -12,6 +12,7 @@
 namespace tessel {
 namespace {
 
+using platform::CaptureRefusal;
 using platform::Status;
 
 constexpr const char* kCaptureSetup = "-[TSLDisplayConnection screenCaptureSessionWithSize:error:]";
@@ -35,7 +36,15 @@ constexpr std::size_t kMostUnsentBytes = std::size_t{32} << 20U;
 // Number of the next frame of any display channel. Channels side by side share it.
 std::atomic<std::int64_t> frameCounter{1};
 
-Error captureError() { return {platform::kCaptureErrorDomain, platform::kCaptureErrorUnknown, {}}; }
+std::shared_ptr<platform::CaptureSession> refused(CaptureRefusal refusal,
+                                                  std::optional<Error>& error) {
+  error = Error{platform::kCaptureErrorDomain, platform::kCaptureErrorUnknown, {}};
+  platform::log(refusal == CaptureRefusal::kInput
+                    ? "%s: Cannot add AVCaptureScreenInput to capture session!"
+                    : "%s: Cannot add AVCaptureVideoDataOutput to capture session!",
+                kCaptureSetup);
+  return nullptr;
+}
 
 Error encoderError(Status status) {
   return {platform::kEncoderErrorDomain, status,
@@ -61,28 +70,17 @@ void logAcceleration(const platform::CompressionSession& encoder) {
 
 std::shared_ptr<platform::CaptureSession> TSLDisplayConnection::screenCaptureSessionWithSize(
     Size size, std::optional<Error>& error) {
-  const auto& services = platform::services();
-  auto capture = services.screenCapture->makeCaptureSession();
-
-  const auto screens = services.screens->screens();
-  platform::CaptureInput input;
-  input.displayID = screens.empty() ? 0 : screens.front().tsl_screenNumber();
-  input.minFrameDuration = platform::Clock::Duration{std::chrono::seconds{1}} / kFramesPerSecond;
-  if (screens.empty() || !capture->canAddInput(input)) {
-    error = captureError();
-    platform::log("%s: Cannot add AVCaptureScreenInput to capture session!", kCaptureSetup);
-    return nullptr;
-  }
-  capture->addInput(input);
-
-  const platform::CaptureOutput output{size, platform::kPixelFormatYuvs, true};
-  if (PictureSize::from(size).empty() || !capture->canAddOutput(output)) {
-    error = captureError();
-    platform::log("%s: Cannot add AVCaptureVideoDataOutput to capture session!", kCaptureSetup);
-    return nullptr;
-  }
-  capture->addOutput(output, weak_from_this(), sampleBufferDispatchQueue_);
-  return capture;
+  const auto desktop = platform::services().desktops->current();
+  const auto screens = desktop->screens();
+  if (screens.empty()) return refused(CaptureRefusal::kInput, error);
+  if (PictureSize::from(size).empty()) return refused(CaptureRefusal::kOutput, error);
+  const platform::CaptureInput input{
+      screens.front().tsl_screenNumber(),
+      platform::Clock::Duration{std::chrono::seconds{1}} / kFramesPerSecond};
+  const auto made = desktop->makeCaptureSession(input, platform::CaptureOutput{size},
+                                                weak_from_this(), sampleBufferDispatchQueue_);
+  if (const auto* refusal = std::get_if<CaptureRefusal>(&made)) return refused(*refusal, error);
+  return std::get<std::shared_ptr<platform::CaptureSession>>(made);
 }
 
 std::shared_ptr<platform::CompressionSession> TSLDisplayConnection::compressionSessionWithSize(

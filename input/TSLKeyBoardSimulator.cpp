@@ -72,7 +72,8 @@ std::shared_ptr<TSLKeyBoardSimulator> TSLKeyBoardSimulator::init() {
   return std::shared_ptr<TSLKeyBoardSimulator>(new TSLKeyBoardSimulator);
 }
 
-TSLKeyBoardSimulator::TSLKeyBoardSimulator() : poster_{services().eventPosting->makeEventPoster()} {
+TSLKeyBoardSimulator::TSLKeyBoardSimulator()
+    : poster_{services().desktops->current()->makeEventPoster()} {
   log("%s/%d: TSLKeyBoardSimulator init", "-[TSLKeyBoardSimulator init]", __LINE__);
 }
 

@@ -314,9 +314,10 @@ void TSLMouseConnection::sendMouseEvent() {
 // On the first screen the cursor is scaled, the screen's origin left in; elsewhere its raw
 // location is clamped.
 Point TSLMouseConnection::cursorInSession(Size sessionSize) const {
-  const Point mouse = services().screens->mouseLocation();
+  const auto desktop = services().desktops->current();
+  const Point mouse = desktop->mouseLocation();
   Rect frame;
-  if (const auto screens = services().screens->screens(); !screens.empty()) {
+  if (const auto screens = desktop->screens(); !screens.empty()) {
     frame = screens.front().frame();
   }
   if (mouseInRect(mouse, frame)) {

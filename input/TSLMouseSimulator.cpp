@@ -28,7 +28,7 @@ std::shared_ptr<TSLMouseSimulator> TSLMouseSimulator::init(const std::shared_ptr
 
 TSLMouseSimulator::TSLMouseSimulator(const std::shared_ptr<TSLSession>& hub)
     : hub_{hub},
-      poster_{services().eventPosting->makeEventPoster()},
+      poster_{services().desktops->current()->makeEventPoster()},
       left_{&TSLMouseSimulator::leftClickDown, &TSLMouseSimulator::doubleClickLeftButton, 397,
             services().clock->now()},
       right_{&TSLMouseSimulator::rightClickDown, &TSLMouseSimulator::doubleClickRightButton, 426,
@@ -130,7 +130,7 @@ void TSLMouseSimulator::scaleCoord() {
     if (const auto config = hub->sessionConfig()) session = config->sessionSize();
   }
   Size screen;
-  if (const auto screens = services().screens->screens(); !screens.empty()) {
+  if (const auto screens = services().desktops->current()->screens(); !screens.empty()) {
     screen = screens.front().frame().size;
   }
   const auto clamp = [](double value, double limit) {

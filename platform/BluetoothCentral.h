@@ -52,6 +52,9 @@ class Bluetooth {
   /// What the system reports of the controller's link-layer version: a hexadecimal number such as
   /// "0x6", empty when it cannot be told. May block for a moment.
   virtual std::string lmpVersionReport() = 0;
+
+  /// What to do on this system about a radio in that state; empty when nothing needs doing.
+  virtual std::string advice(CentralState state) = 0;
 };
 
 }  // namespace tessel::platform

@@ -83,11 +83,4 @@ class EventPoster {
   virtual void close() { releaseAll(); }
 };
 
-class EventPosting {
- public:
-  virtual ~EventPosting() = default;
-  /// Never null: where there is no desktop the poster makes no events.
-  virtual std::unique_ptr<EventPoster> makeEventPoster() = 0;
-};
-
 }  // namespace tessel::platform

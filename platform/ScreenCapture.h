@@ -17,10 +17,6 @@ class SerialQueue;
 inline constexpr const char* kCaptureErrorDomain = "AVFoundationErrorDomain";
 inline constexpr long kCaptureErrorUnknown = -11800;
 
-/// "yuvs", the 8-bit 4:2:2 format that the capture output asks for. A backend may deliver the
-/// format that its encoder takes directly.
-inline constexpr std::uint32_t kPixelFormatYuvs = 0x79757673;
-
 /// One picture in planar 4:2:0: a plane of luma, then two of chroma at half width and half height
 /// (rounded up). Immutable once delivered; held for as long as anybody needs it, so a capture
 /// never writes into one that is still referenced.
@@ -38,7 +34,7 @@ struct SampleBuffer {
   Clock::Duration captured{};                      ///< the clock's uptime at the capture
 };
 
-/// Receives frames, on the queue given to `addOutput`.
+/// Receives frames, on the queue given when the capture was made.
 class CaptureOutputDelegate {
  public:
   virtual ~CaptureOutputDelegate() = default;
@@ -47,19 +43,16 @@ class CaptureOutputDelegate {
   virtual void didDropSampleBuffer(const SampleBuffer& sampleBuffer) = 0;
 };
 
-/// What is captured.
+/// What is captured: a screen without its cursor.
 struct CaptureInput {
   std::uint32_t displayID = 0;
-  bool capturesCursor = false;
-  bool capturesMouseClicks = false;
-  Clock::Duration minFrameDuration{};
+  Clock::Duration minFrameDuration{};  ///< between two frames, at least; greater than zero
 };
 
-/// In which form it is delivered; the picture is scaled to the whole size.
+/// In which form it is delivered: scaled to the whole size, in the format that encoders take.
+/// Frames that come while the delegate is busy are late, and discarded.
 struct CaptureOutput {
   Size size;
-  std::uint32_t pixelFormat = kPixelFormatYuvs;
-  bool alwaysDiscardsLateVideoFrames = true;
 };
 
 /// A capture pipeline. Made stopped. `startRunning` and `stopRunning` may be called from any
@@ -69,20 +62,8 @@ struct CaptureOutput {
 class CaptureSession {
  public:
   virtual ~CaptureSession() = default;
-  virtual bool canAddInput(const CaptureInput& input) = 0;
-  virtual void addInput(const CaptureInput& input) = 0;
-  virtual bool canAddOutput(const CaptureOutput& output) = 0;
-  virtual void addOutput(const CaptureOutput& output,
-                         const std::weak_ptr<CaptureOutputDelegate>& delegate,
-                         const std::shared_ptr<SerialQueue>& queue) = 0;
   virtual void startRunning() = 0;
   virtual void stopRunning() = 0;
-};
-
-class ScreenCapture {
- public:
-  virtual ~ScreenCapture() = default;
-  virtual std::shared_ptr<CaptureSession> makeCaptureSession() = 0;
 };
 
 }  // namespace tessel::platform

@@ -4,8 +4,8 @@
 
 namespace tessel {
 
-std::optional<Error> selectScreenSource(ScreenSource source, Size patternSize) {
-  return platform::services().screens->select(source, patternSize);
+std::optional<Obstacle> selectScreenSource(ScreenSource source, Size patternSize) {
+  return platform::services().desktops->select(source, patternSize);
 }
 
 }  // namespace tessel

@@ -4,13 +4,10 @@
 
 #include "platform/BluetoothCentral.h"
 #include "platform/Clock.h"
-#include "platform/EventPoster.h"
+#include "platform/Desktop.h"
 #include "platform/Files.h"
-#include "platform/Inspection.h"
 #include "platform/NetworkConnection.h"
 #include "platform/Queues.h"
-#include "platform/ScreenCapture.h"
-#include "platform/Screens.h"
 #include "platform/SystemLog.h"
 #include "platform/URLSessions.h"
 #include "platform/VideoEncoder.h"
@@ -29,13 +26,10 @@ struct Services {
   std::shared_ptr<Files> files;
   std::shared_ptr<UserDefaults> userDefaults;
   std::shared_ptr<Localization> localization;
-  std::shared_ptr<Screens> screens;
-  std::shared_ptr<ScreenCapture> screenCapture;
+  std::shared_ptr<Desktops> desktops;
   std::shared_ptr<VideoEncoding> videoEncoding;
-  std::shared_ptr<EventPosting> eventPosting;
   std::shared_ptr<Bluetooth> bluetooth;
   std::shared_ptr<SystemLog> systemLog;
-  std::shared_ptr<Inspection> inspection;
 };
 
 /// The set in force. Any thread; the set itself does not change while the library is in use.

@@ -10,6 +10,7 @@
 #include <variant>
 
 #include "platform/ScreenCapture.h"
+#include "tessel/Finding.h"
 
 namespace tessel::platform {
 
@@ -87,6 +88,9 @@ class VideoEncoding {
 
   /// A sentence that explains a status.
   virtual std::string describe(Status status) const = 0;
+
+  /// What `diagnose()` tells of the encoder that a cast would get.
+  virtual Finding finding() const = 0;
 };
 
 }  // namespace tessel::platform

@@ -31,9 +31,9 @@ Finding findConfiguration() {
 }  // namespace
 
 std::vector<Finding> diagnose() {
-  platform::Inspection& machine = *services().inspection;
-  return {machine.screen(), machine.encoder(), machine.input(), findBluetooth(),
-          findConfiguration()};
+  const auto desktop = services().desktops->current();
+  return {desktop->screenFinding(), services().videoEncoding->finding(), desktop->inputFinding(),
+          findBluetooth(), findConfiguration()};
 }
 
 }  // namespace tessel

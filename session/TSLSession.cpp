@@ -20,7 +20,7 @@ constexpr Size kLargestSessionSize{1920, 1080};
 
 // The main screen's size, capped when it reaches the cap both ways; 0 by 0 without a screen.
 Size castingSize() {
-  const auto screens = platform::services().screens->screens();
+  const auto screens = platform::services().desktops->current()->screens();
   if (screens.empty()) return {};
   const Size size = screens.front().frame().size;
   const bool capped =

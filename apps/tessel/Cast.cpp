@@ -121,9 +121,10 @@ class Caster : public TSLSessionDelegate {
 }  // namespace
 
 int runCast(EventLoop& loop, const CastOptions& options) {
-  if (const auto error = selectScreenSource(options.screen, options.patternSize)) {
+  if (const auto obstacle = selectScreenSource(options.screen, options.patternSize)) {
+    const Error error{"AVFoundationErrorDomain", -11800, obstacle->sentence};
     CastReport{options.host, options.json, options.stats}.failed(
-        *error, withOption(error->localizedDescription));
+        error, withOption(obstacle->sentence + " " + obstacle->advice));
     return 1;
   }
   const auto caster = std::make_shared<Caster>(loop, options);

@@ -2,8 +2,8 @@
 
 #include <optional>
 
-#include "tessel/Error.h"
 #include "tessel/Export.h"
+#include "tessel/Obstacle.h"
 #include "tessel/Types.h"
 
 namespace tessel {
@@ -20,10 +20,10 @@ enum class ScreenSource {
 /// in a session that casts the X11 screen.
 ///
 /// `patternSize` is the size of the test picture in points, at least 2 by 2; no other source looks
-/// at it. Returns why the source cannot be cast from as things are, in a sentence for the user (no
-/// display, or a desktop that cannot be captured yet). The choice holds even then: what is in the
-/// way may go. Any thread; it may wait for the X server.
-TESSEL_EXPORT std::optional<Error> selectScreenSource(ScreenSource source,
-                                                      Size patternSize = {1920, 1080});
+/// at it. Returns why the source cannot be cast from as things are (no display, or a desktop that
+/// cannot be captured yet), and what the user may do about it. The choice holds even then: what is
+/// in the way may go. Any thread; it may wait for the X server.
+TESSEL_EXPORT std::optional<Obstacle> selectScreenSource(ScreenSource source,
+                                                         Size patternSize = {1920, 1080});
 
 }  // namespace tessel

@@ -17,6 +17,8 @@ class LibavVideoEncoding final : public VideoEncoding {
   StatusOr<std::shared_ptr<CompressionSession>> makeCompressionSession(
       std::int32_t width, std::int32_t height, CompressionOutputCallback callback) override;
   std::string describe(Status status) const override;
+  /// Opens the encoder that a cast would get.
+  Finding finding() const override;
 
  private:
   const std::shared_ptr<Clock> clock_;

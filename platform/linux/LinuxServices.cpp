@@ -1,8 +1,7 @@
 #include "platform/Services.h"
-#include "platform/linux/Findings.h"
-#include "platform/linux/InputServices.h"
+#include "platform/libav/LibavVideoEncoding.h"
+#include "platform/linux/DesktopChoice.h"
 #include "platform/linux/JournalLog.h"
-#include "platform/linux/VideoServices.h"
 #include "platform/linux/bluez/BluetoothServices.h"
 #include "platform/posix/SystemClock.h"
 #include "platform/posix/files/FileServices.h"
@@ -17,7 +16,6 @@ Services makeServices() {
   services.queues = makeQueues();
   services.network = makeNetwork();
   services.systemLog = makeSystemLog();
-  services.inspection = makeInspection();
   services.urlSessions = makeURLSessions(services.queues);
   services.xml = makeXMLParser();
   services.files = makeFiles();
@@ -25,11 +23,8 @@ Services makeServices() {
   services.localization = makeLocalization(services.files);
   services.bluetooth = makeBluetooth();
 
-  const VideoServices video = makeVideoServices(services.queues, services.clock);
-  services.screens = video.screens;
-  services.screenCapture = video.screenCapture;
-  services.videoEncoding = video.videoEncoding;
-  services.eventPosting = makeEventPosting(video.choice);
+  services.desktops = std::make_shared<DesktopChoice>(services.queues, services.clock);
+  services.videoEncoding = std::make_shared<LibavVideoEncoding>(services.clock);
   return services;
 }
 

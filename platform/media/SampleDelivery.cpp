@@ -4,12 +4,9 @@
 
 namespace tessel::platform {
 
-SampleDelivery::SampleDelivery(bool discardsLateFrames,
-                               std::weak_ptr<CaptureOutputDelegate> delegate,
+SampleDelivery::SampleDelivery(std::weak_ptr<CaptureOutputDelegate> delegate,
                                std::shared_ptr<SerialQueue> queue)
-    : discardsLateFrames_{discardsLateFrames},
-      delegate_{std::move(delegate)},
-      queue_{std::move(queue)} {}
+    : delegate_{std::move(delegate)}, queue_{std::move(queue)} {}
 
 void SampleDelivery::start() {
   const std::lock_guard lock{mutex_};
@@ -28,7 +25,7 @@ void SampleDelivery::stop() {
 
 bool SampleDelivery::busy() const {
   const std::lock_guard lock{mutex_};
-  return discardsLateFrames_ && frames_ > 0;
+  return frames_ > 0;
 }
 
 void SampleDelivery::deliver(SampleBuffer sampleBuffer) {

@@ -13,8 +13,7 @@ namespace tessel::platform {
 /// What capture sessions of every kind have in common. Any thread.
 class SampleDelivery : public std::enable_shared_from_this<SampleDelivery> {
  public:
-  SampleDelivery(bool discardsLateFrames, std::weak_ptr<CaptureOutputDelegate> delegate,
-                 std::shared_ptr<SerialQueue> queue);
+  SampleDelivery(std::weak_ptr<CaptureOutputDelegate> delegate, std::shared_ptr<SerialQueue> queue);
 
   void start();
 
@@ -35,7 +34,6 @@ class SampleDelivery : public std::enable_shared_from_this<SampleDelivery> {
   void post(Call call, SampleBuffer sampleBuffer, bool counted);
   void run(Call call, const SampleBuffer& sampleBuffer, bool counted, std::uint64_t run);
 
-  const bool discardsLateFrames_;
   const std::weak_ptr<CaptureOutputDelegate> delegate_;
   const std::shared_ptr<SerialQueue> queue_;
 

@@ -208,7 +208,7 @@ TEST_F(DisplaySocketTest, TheRequestCarriesTheTruncatedSessionSize) {
   EXPECT_EQ(connection()->sends.at(1), contextRequest(1279, 720));
   EXPECT_EQ(encoder()->width, 1279);
   EXPECT_EQ(encoder()->height, 720);
-  EXPECT_EQ(capture()->output->size, (Size{1279.9, 720.7}));
+  EXPECT_EQ(capture()->output.size, (Size{1279.9, 720.7}));
 }
 
 TEST_F(DisplaySocketTest, ASessionSizeOf0By0FailsAtTheCaptureStep) {

@@ -36,7 +36,7 @@ class DiagnosticsTest : public testing::Test {
 };
 
 TEST_F(DiagnosticsTest, EachAreaIsLookedAtOnceInItsOrder) {
-  world.inspection.inputFound = {"input", false, "No input.", "Do this."};
+  world.desktop.inputFound = {"input", false, "No input.", "Do this."};
   const auto findings = diagnoseWith({CentralState::kPoweredOn});
   std::vector<std::string> areas;
   for (const Finding& finding : findings) areas.push_back(finding.area);

@@ -45,6 +45,10 @@ class FakeBluetooth final : public platform::Bluetooth {
       const std::weak_ptr<platform::CentralDelegate>& delegate,
       const std::shared_ptr<platform::SerialQueue>& queue) override;
   std::string lmpVersionReport() override;
+  /// "advice 4" for a radio that is off, and so on.
+  std::string advice(platform::CentralState state) override {
+    return "advice " + std::to_string(static_cast<int>(state));
+  }
 };
 
 }  // namespace tessel::test

@@ -15,8 +15,8 @@ void FakeCaptureSession::deliver(const platform::SampleBuffer& sampleBuffer) {
 }
 
 void FakeCaptureSession::deliverPicture() {
-  const int width = static_cast<int>(output->size.width);
-  const int height = static_cast<int>(output->size.height);
+  const int width = static_cast<int>(output.size.width);
+  const int height = static_cast<int>(output.size.height);
   const auto luma = static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
   const auto storage = std::make_shared<Bytes>(2 * luma);
   auto picture = std::make_shared<platform::PixelBuffer>();
@@ -34,14 +34,6 @@ void FakeCaptureSession::drop() {
   });
 }
 
-void FakeCaptureSession::addOutput(const platform::CaptureOutput& added,
-                                   const std::weak_ptr<platform::CaptureOutputDelegate>& delegate,
-                                   const std::shared_ptr<platform::SerialQueue>& queue) {
-  output = added;
-  delegate_ = delegate;
-  queue_ = queue;
-}
-
 void FakeCaptureSession::startRunning() {
   running = true;
   ++starts;
@@ -51,18 +43,6 @@ void FakeCaptureSession::stopRunning() {
   running = false;
   ++stops;
   if (onStop) onStop();
-}
-
-std::shared_ptr<FakeCaptureSession> FakeScreenCapture::last() const {
-  return sessions.empty() ? nullptr : sessions.back();
-}
-
-std::shared_ptr<platform::CaptureSession> FakeScreenCapture::makeCaptureSession() {
-  auto session = std::make_shared<FakeCaptureSession>();
-  session->inputAccepted = inputAccepted;
-  session->outputAccepted = outputAccepted;
-  sessions.push_back(session);
-  return session;
 }
 
 StatusOr<std::span<const std::uint8_t>> FakeFormatDescription::parameterSet(

@@ -4,6 +4,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "platform/Queues.h"
@@ -15,10 +16,17 @@ namespace tessel::test {
 /// A capture pipeline whose frames come from the test.
 class FakeCaptureSession final : public platform::CaptureSession {
  public:
-  bool inputAccepted = true;
-  bool outputAccepted = true;
-  std::optional<platform::CaptureInput> input;
-  std::optional<platform::CaptureOutput> output;
+  FakeCaptureSession(const platform::CaptureInput& captured,
+                     const platform::CaptureOutput& delivered,
+                     std::weak_ptr<platform::CaptureOutputDelegate> delegate,
+                     std::shared_ptr<platform::SerialQueue> queue)
+      : input{captured},
+        output{delivered},
+        delegate_{std::move(delegate)},
+        queue_{std::move(queue)} {}
+
+  const platform::CaptureInput input;
+  const platform::CaptureOutput output;
   bool running = false;
   int starts = 0;
   int stops = 0;
@@ -31,28 +39,12 @@ class FakeCaptureSession final : public platform::CaptureSession {
   /// Tells the delegate of a frame that came too late.
   void drop();
 
-  bool canAddInput(const platform::CaptureInput&) override { return inputAccepted; }
-  void addInput(const platform::CaptureInput& added) override { input = added; }
-  bool canAddOutput(const platform::CaptureOutput&) override { return outputAccepted; }
-  void addOutput(const platform::CaptureOutput& added,
-                 const std::weak_ptr<platform::CaptureOutputDelegate>& delegate,
-                 const std::shared_ptr<platform::SerialQueue>& queue) override;
   void startRunning() override;
   void stopRunning() override;
 
  private:
-  std::weak_ptr<platform::CaptureOutputDelegate> delegate_;
-  std::shared_ptr<platform::SerialQueue> queue_;
-};
-
-class FakeScreenCapture final : public platform::ScreenCapture {
- public:
-  bool inputAccepted = true;
-  bool outputAccepted = true;
-  std::vector<std::shared_ptr<FakeCaptureSession>> sessions;
-
-  std::shared_ptr<FakeCaptureSession> last() const;
-  std::shared_ptr<platform::CaptureSession> makeCaptureSession() override;
+  const std::weak_ptr<platform::CaptureOutputDelegate> delegate_;
+  const std::shared_ptr<platform::SerialQueue> queue_;
 };
 
 /// Parameter sets given by the test.
@@ -122,6 +114,7 @@ class FakeVideoEncoding final : public platform::VideoEncoding {
   explicit FakeVideoEncoding(platform::Queues& queues) : queues_{queues} {}
 
   platform::Status createStatus = 0;
+  Finding found{"encoder", true, "An encoder.", {}};
   std::vector<std::shared_ptr<FakeCompressionSession>> sessions;
   /// Called for every encoder made: a place to set what it answers.
   std::function<void(FakeCompressionSession&)> onCreate;
@@ -131,6 +124,7 @@ class FakeVideoEncoding final : public platform::VideoEncoding {
       std::int32_t width, std::int32_t height,
       platform::CompressionOutputCallback callback) override;
   std::string describe(platform::Status status) const override;
+  Finding finding() const override { return found; }
 
  private:
   platform::Queues& queues_;

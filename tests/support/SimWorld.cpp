@@ -25,12 +25,9 @@ platform::Services makeFakes() {
   fakes.files = std::make_shared<FakeFiles>();
   fakes.userDefaults = std::make_shared<FakeUserDefaults>();
   fakes.localization = std::make_shared<FakeLocalization>();
-  fakes.screens = std::make_shared<FakeScreens>();
-  fakes.screenCapture = std::make_shared<FakeScreenCapture>();
+  fakes.desktops = std::make_shared<FakeDesktops>();
   fakes.videoEncoding = std::make_shared<FakeVideoEncoding>(*scheduler);
-  fakes.eventPosting = std::make_shared<RecordingPosting>();
   fakes.bluetooth = std::make_shared<FakeBluetooth>();
-  fakes.inspection = std::make_shared<FakeInspection>();
   fakes.queues = std::move(scheduler);
   return fakes;
 }
@@ -95,12 +92,12 @@ SimWorld::SimWorld(platform::Services fakes)
       files{as<FakeFiles>(fakes.files)},
       userDefaults{as<FakeUserDefaults>(fakes.userDefaults)},
       localization{as<FakeLocalization>(fakes.localization)},
-      screens{as<FakeScreens>(fakes.screens)},
-      capture{as<FakeScreenCapture>(fakes.screenCapture)},
+      desktop{*as<FakeDesktops>(fakes.desktops).desktop},
+      screens{desktop.placed},
+      capture{desktop.captures},
       encoding{as<FakeVideoEncoding>(fakes.videoEncoding)},
-      poster{as<RecordingPosting>(fakes.eventPosting)},
+      poster{desktop.posting},
       bluetooth{as<FakeBluetooth>(fakes.bluetooth)},
-      inspection{as<FakeInspection>(fakes.inspection)},
       fakes_{std::move(fakes)},
       scope_{fakes_} {}
 

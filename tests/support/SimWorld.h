@@ -9,9 +9,8 @@
 
 #include "platform/Services.h"
 #include "tests/support/FakeBluetooth.h"
+#include "tests/support/FakeDesktop.h"
 #include "tests/support/FakeFiles.h"
-#include "tests/support/FakeInspection.h"
-#include "tests/support/FakeScreens.h"
 #include "tests/support/FakeVideo.h"
 #include "tests/support/RecordingPoster.h"
 #include "tests/support/SimHTTP.h"
@@ -65,12 +64,12 @@ class SimWorld {
   FakeFiles& files;
   FakeUserDefaults& userDefaults;
   FakeLocalization& localization;
-  FakeScreens& screens;
-  FakeScreenCapture& capture;
+  FakeDesktop& desktop;
+  FakeScreens& screens;   ///< of the desktop
+  FakeCaptures& capture;  ///< of the desktop
   FakeVideoEncoding& encoding;
-  RecordingPosting& poster;
+  RecordingPosting& poster;  ///< of the desktop
   FakeBluetooth& bluetooth;
-  FakeInspection& inspection;
   LogRecorder log;
 
   /// Runs what is ready; time stands still.

@@ -6,6 +6,7 @@
 
 #include "platform/linux/bluez/BlueZCentral.h"
 #include "platform/linux/bluez/BlueZProperties.h"
+#include "platform/linux/bluez/BluetoothAdvice.h"
 #include "platform/linux/bluez/BluetoothServices.h"
 #include "platform/linux/bluez/ManagementSocket.h"
 #include "platform/linux/dbus/SdBus.h"
@@ -59,6 +60,8 @@ class BlueZBluetooth final : public Bluetooth {
     std::snprintf(text.data(), text.size(), "0x%x", *version);
     return text.data();
   }
+
+  std::string advice(CentralState state) override { return bluetoothAdvice(state); }
 };
 
 }  // namespace

@@ -1,7 +1,7 @@
+#include "platform/linux/bluez/BluetoothAdvice.h"
+
 #include <fstream>
 #include <string>
-
-#include "platform/linux/Findings.h"
 
 namespace tessel::platform {
 namespace {

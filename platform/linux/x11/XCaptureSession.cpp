@@ -5,7 +5,6 @@
 #include <ctime>
 #include <optional>
 #include <poll.h>
-#include <pthread.h>
 #include <string>
 #include <sys/eventfd.h>
 #include <unistd.h>
@@ -14,9 +13,8 @@
 #include "platform/Log.h"
 #include "platform/linux/x11/XConnect.h"
 #include "platform/linux/x11/XFrameSource.h"
-#include "platform/posix/Environment.h"
-#include "platform/posix/HostSignals.h"
 #include "platform/posix/PipeSignalGuard.h"
+#include "platform/posix/Thread.h"
 
 namespace tessel::platform {
 namespace {
@@ -26,8 +24,6 @@ using std::chrono::milliseconds;
 using std::chrono::seconds;
 
 constexpr const char* kStart = "-[XCaptureSession startRunning]";
-
-constexpr Duration kDefaultFrameDuration = Duration{seconds{1}} / 30;
 
 // How often the server's word is checked, and how long it is given to tell late.
 constexpr Duration kVerifyInterval = seconds{1};
@@ -41,15 +37,14 @@ constexpr Duration kRetryInterval = seconds{1};
 // What the capture thread does.
 class XCaptureSession::Loop {
  public:
-  Loop(const CaptureInput& input, const CaptureOutput& output,
+  Loop(std::string display, const CaptureInput& input, const CaptureOutput& output,
        std::shared_ptr<SampleDelivery> delivery, std::shared_ptr<Clock> clock)
-      : input_{input},
+      : display_{std::move(display)},
+        input_{input},
         output_{output},
-        frameDuration_{input.minFrameDuration > Duration::zero() ? input.minFrameDuration
-                                                                 : kDefaultFrameDuration},
+        frameDuration_{input.minFrameDuration},
         delivery_{std::move(delivery)},
         clock_{std::move(clock)},
-        display_{environment("DISPLAY")},
         wake_{eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)} {}
 
   ~Loop() { close(wake_); }
@@ -141,13 +136,13 @@ class XCaptureSession::Loop {
     return files[0].revents == 0;
   }
 
+  const std::string display_;
   const CaptureInput input_;
   const CaptureOutput output_;
   const Duration frameDuration_;
   const std::shared_ptr<SampleDelivery> delivery_;
   const std::shared_ptr<Clock> clock_;
-  const std::string display_;  // read by who starts: the environment is not for other threads
-  const int wake_;             // an eventfd: readable when the thread is to end
+  const int wake_;  // an eventfd: readable when the thread is to end
 
   // The capture thread's own.
   std::unique_ptr<XFrameSource> source_;
@@ -155,54 +150,37 @@ class XCaptureSession::Loop {
   Duration nextVerify_{};
 };
 
-XCaptureSession::XCaptureSession(std::shared_ptr<Screens> screens, std::shared_ptr<Clock> clock)
-    : screens_{std::move(screens)}, clock_{std::move(clock)} {}
+XCaptureSession::XCaptureSession(std::string display, const CaptureInput& input,
+                                 const CaptureOutput& output,
+                                 const std::weak_ptr<CaptureOutputDelegate>& delegate,
+                                 const std::shared_ptr<SerialQueue>& queue,
+                                 std::shared_ptr<Clock> clock)
+    : display_{std::move(display)},
+      input_{input},
+      output_{output},
+      delivery_{std::make_shared<SampleDelivery>(delegate, queue)},
+      clock_{std::move(clock)} {}
 
 XCaptureSession::~XCaptureSession() { stopRunning(); }
 
-bool XCaptureSession::canAddInput(const CaptureInput& input) {
-  const std::vector<Screen> screens = screens_->screens();
-  return std::any_of(screens.begin(), screens.end(), [&](const Screen& screen) {
-    return screen.tsl_screenNumber() == input.displayID;
-  });
-}
-
-void XCaptureSession::addInput(const CaptureInput& input) { input_ = input; }
-
-bool XCaptureSession::canAddOutput(const CaptureOutput& output) {
-  return output.size.width >= 1 && output.size.height >= 1;
-}
-
-void XCaptureSession::addOutput(const CaptureOutput& output,
-                                const std::weak_ptr<CaptureOutputDelegate>& delegate,
-                                const std::shared_ptr<SerialQueue>& queue) {
-  output_ = output;
-  delivery_ =
-      std::make_shared<SampleDelivery>(output.alwaysDiscardsLateVideoFrames, delegate, queue);
-}
-
 void XCaptureSession::startRunning() {
-  const std::lock_guard lock{mutex_};
-  if (loop_ || !delivery_) return;
+  const MutexLock lock{mutex_};
+  if (loop_) return;
   delivery_->start();
-  loop_ = std::make_unique<Loop>(input_, output_, delivery_, clock_);
-  const HostSignalsBlocked inherited;
-  thread_ = std::thread{[loop = loop_.get()] {
-    pthread_setname_np(pthread_self(), "tessel-capture");
-    loop->run();
-  }};
+  loop_ = std::make_unique<Loop>(display_, input_, output_, delivery_, clock_);
+  thread_ = startThread("tessel-capture", [loop = loop_.get()] { loop->run(); });
 }
 
 void XCaptureSession::stopRunning() {
   {
-    const std::lock_guard lock{mutex_};
+    const MutexLock lock{mutex_};
     if (loop_) {
       loop_->stop();
       thread_.join();
       loop_.reset();
     }
   }
-  if (delivery_) delivery_->stop();
+  delivery_->stop();
 }
 
 }  // namespace tessel::platform

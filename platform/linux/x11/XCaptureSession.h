@@ -1,12 +1,12 @@
 #pragma once
 
 #include <memory>
-#include <mutex>
+#include <string>
 #include <thread>
 
 #include "platform/Clock.h"
 #include "platform/ScreenCapture.h"
-#include "platform/Screens.h"
+#include "platform/base/Mutex.h"
 #include "platform/media/SampleDelivery.h"
 
 namespace tessel::platform {
@@ -16,29 +16,26 @@ namespace tessel::platform {
 /// until it does.
 class XCaptureSession final : public CaptureSession {
  public:
-  XCaptureSession(std::shared_ptr<Screens> screens, std::shared_ptr<Clock> clock);
+  XCaptureSession(std::string display, const CaptureInput& input, const CaptureOutput& output,
+                  const std::weak_ptr<CaptureOutputDelegate>& delegate,
+                  const std::shared_ptr<SerialQueue>& queue, std::shared_ptr<Clock> clock);
   ~XCaptureSession() override;
 
-  bool canAddInput(const CaptureInput& input) override;
-  void addInput(const CaptureInput& input) override;
-  bool canAddOutput(const CaptureOutput& output) override;
-  void addOutput(const CaptureOutput& output, const std::weak_ptr<CaptureOutputDelegate>& delegate,
-                 const std::shared_ptr<SerialQueue>& queue) override;
   void startRunning() override;
   void stopRunning() override;
 
  private:
   class Loop;
 
-  const std::shared_ptr<Screens> screens_;
+  const std::string display_;
+  const CaptureInput input_;
+  const CaptureOutput output_;
+  const std::shared_ptr<SampleDelivery> delivery_;
   const std::shared_ptr<Clock> clock_;
-  CaptureInput input_;
-  CaptureOutput output_;
-  std::shared_ptr<SampleDelivery> delivery_;
 
-  std::mutex mutex_;  // guards what follows
-  std::unique_ptr<Loop> loop_;
-  std::thread thread_;
+  Mutex mutex_;
+  std::unique_ptr<Loop> loop_ TESSEL_GUARDED_BY(mutex_);
+  std::thread thread_ TESSEL_GUARDED_BY(mutex_);
 };
 
 }  // namespace tessel::platform

@@ -4,8 +4,6 @@
 #include <utility>
 #include <xcb/randr.h>
 
-#include "platform/posix/Environment.h"
-
 namespace tessel::platform {
 
 PixelArea intersection(const PixelArea& a, const PixelArea& b) {
@@ -16,8 +14,6 @@ PixelArea intersection(const PixelArea& a, const PixelArea& b) {
 }
 
 bool isXwaylandOutput(std::string_view name) { return name.starts_with("XWAYLAND"); }
-
-std::unique_ptr<XConnection> XConnection::open() { return open(environment("DISPLAY")); }
 
 std::unique_ptr<XConnection> XConnection::open(const std::string& display) {
   int screenNumber = 0;

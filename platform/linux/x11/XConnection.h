@@ -62,9 +62,7 @@ bool isXwaylandOutput(std::string_view name);
 /// heard. To wait for it, use this class and nothing of the library that may wait itself.
 class XConnection {
  public:
-  /// To the server that DISPLAY names; null when it cannot be reached or does not answer.
-  static std::unique_ptr<XConnection> open();
-  /// To the server of this name, such as ":0".
+  /// To the server of this name, such as ":0"; null when it cannot be reached or does not answer.
   static std::unique_ptr<XConnection> open(const std::string& display);
 
   XConnection(const XConnection&) = delete;

@@ -4,8 +4,6 @@
 #include <utility>
 #include <xcb/xtest.h>
 
-#include "platform/posix/Environment.h"
-
 namespace tessel::platform {
 namespace {
 
@@ -22,19 +20,14 @@ constexpr auto kLayoutAge = std::chrono::seconds{1};
 
 }  // namespace
 
-std::unique_ptr<XTestDisplay> XTestDisplay::open(std::string& reason) {
-  const std::string name = environment("DISPLAY");
-  if (name.empty()) {
-    reason = "there is no X display here (DISPLAY is not set)";
-    return nullptr;
-  }
-  auto connection = XConnection::open();
+std::unique_ptr<XTestDisplay> XTestDisplay::open(const std::string& display, std::string& reason) {
+  auto connection = XConnection::open(display);
   if (!connection) {
-    reason = "the X display " + name + " cannot be opened";
+    reason = "the X display " + display + " cannot be opened";
     return nullptr;
   }
   if (!connection->has(xcb_test_id)) {
-    reason = "the X display " + name + " does not offer the XTEST extension";
+    reason = "the X display " + display + " does not offer the XTEST extension";
     return nullptr;
   }
   return std::unique_ptr<XTestDisplay>{new XTestDisplay{std::move(connection)}};

@@ -15,8 +15,8 @@ namespace tessel::platform {
 /// nothing.
 class XTestDisplay {
  public:
-  /// The display that DISPLAY names. When it cannot be used: null, and the reason as a clause.
-  static std::unique_ptr<XTestDisplay> open(std::string& reason);
+  /// The display of this name. When it cannot be used: null, and the reason as a clause.
+  static std::unique_ptr<XTestDisplay> open(const std::string& display, std::string& reason);
 
   bool alive() const { return connection_->alive(); }
 

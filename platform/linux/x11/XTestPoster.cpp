@@ -7,8 +7,6 @@
 #include <string>
 #include <utility>
 
-#include "platform/Log.h"
-#include "platform/linux/InputServices.h"
 #include "platform/linux/VirtualKeyCodes.h"
 #include "platform/posix/PipeSignalGuard.h"
 
@@ -71,34 +69,11 @@ bool changesUnderNumLock(std::uint8_t evdev) {
   }
 }
 
-class XTestPosting final : public EventPosting {
- public:
-  explicit XTestPosting(std::shared_ptr<const ScreenChoice> choice) : choice_{std::move(choice)} {}
-
-  std::unique_ptr<EventPoster> makeEventPoster() override {
-    const PipeSignalGuard guard;
-    std::string reason = "the X11 screen is not what is cast";
-    std::unique_ptr<XTestDisplay> display;
-    if (choice_->kind() == ScreenChoice::Kind::x11) display = XTestDisplay::open(reason);
-    if (!display) {
-      log("%s: the hub's user cannot drive this computer: %s", "-[XTestPosting makeEventPoster]",
-          reason.c_str());
-    }
-    return std::make_unique<XTestPoster>(std::move(display));
-  }
-
- private:
-  const std::shared_ptr<const ScreenChoice> choice_;
-};
-
 }  // namespace
 
-std::shared_ptr<EventPosting> makeEventPosting(std::shared_ptr<const ScreenChoice> choice) {
-  return std::make_shared<XTestPosting>(std::move(choice));
-}
-
-XTestPoster::XTestPoster(std::unique_ptr<XTestDisplay> display)
-    : display_{std::move(display)},
+XTestPoster::XTestPoster(std::string name, std::unique_ptr<XTestDisplay> display)
+    : name_{std::move(name)},
+      display_{std::move(display)},
       locks_{Lock{.evdev = KEY_CAPSLOCK}, Lock{.evdev = KEY_NUMLOCK}} {}
 
 XTestPoster::~XTestPoster() { close(); }
@@ -114,7 +89,7 @@ void XTestPoster::reconnect() {
   if (now < nextAttempt_) return;
   nextAttempt_ = now + kAttemptInterval;
   std::string reason;
-  std::unique_ptr<XTestDisplay> again = XTestDisplay::open(reason);
+  std::unique_ptr<XTestDisplay> again = XTestDisplay::open(name_, reason);
   if (!again) return;
   display_ = std::move(again);
   for (const Held* keys : {&keys_, &keysReleased_}) {

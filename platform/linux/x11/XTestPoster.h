@@ -6,6 +6,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "platform/EventPoster.h"
@@ -29,8 +30,9 @@ namespace tessel::platform {
 /// meanwhile stays down.
 class XTestPoster final : public EventPoster {
  public:
-  /// Without a display it makes no events.
-  explicit XTestPoster(std::unique_ptr<XTestDisplay> display);
+  /// Posts to the server `name`, to which `display` is a connection; without one it makes no
+  /// events.
+  XTestPoster(std::string name, std::unique_ptr<XTestDisplay> display);
   ~XTestPoster() override;
 
   std::optional<MouseEvent> createMouseEvent(MouseEventType type, Point position,
@@ -70,6 +72,8 @@ class XTestPoster final : public EventPoster {
   void releaseHeld();
   void notePress(std::uint8_t evdev);
   void turnBack(Lock& lock);
+
+  const std::string name_;
 
   std::mutex mutex_;  // guards all below: `releaseAll` and `close` come from any thread
   std::unique_ptr<XTestDisplay> display_;

@@ -2,7 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "platform/linux/Findings.h"
+#include "platform/linux/bluez/BluetoothAdvice.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace tessel::platform {

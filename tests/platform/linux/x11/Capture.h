@@ -28,36 +28,33 @@ inline bool isNear(int level, int wanted) { return std::abs(level - wanted) <= 4
 
 /// Lets the library choose again: the environment has changed.
 inline void chooseScreen(ScreenSource source = ScreenSource::automatic) {
-  ASSERT_EQ(services().screens->select(source, {1920, 1080}), std::nullopt);
+  ASSERT_EQ(services().desktops->select(source, {1920, 1080}), std::nullopt);
 }
 
 /// A running capture of the first screen into a collector.
 class Capture {
  public:
   explicit Capture(Size size) {
-    const std::vector<Screen> screens = services().screens->screens();
-    CaptureInput input;
-    input.displayID = screens.empty() ? 0 : screens.front().tsl_screenNumber();
-    input.minFrameDuration = std::chrono::nanoseconds{std::chrono::seconds{1}} / 30;
-    CaptureOutput output;
-    output.size = size;
-    session = services().screenCapture->makeCaptureSession();
-    accepted = session->canAddInput(input) && session->canAddOutput(output);
-    if (!accepted) return;
-    session->addInput(input);
-    session->addOutput(output, frames, services().queues->makeSerialQueue("Capture Test"));
-    session->startRunning();
+    const auto desktop = services().desktops->current();
+    const std::vector<Screen> screens = desktop->screens();
+    const CaptureInput input{screens.empty() ? 0 : screens.front().tsl_screenNumber(),
+                             std::chrono::nanoseconds{std::chrono::seconds{1}} / 30};
+    const auto made = desktop->makeCaptureSession(
+        input, CaptureOutput{size}, frames, services().queues->makeSerialQueue("Capture Test"));
+    if (const auto* accepted = std::get_if<std::shared_ptr<CaptureSession>>(&made)) {
+      session = *accepted;
+      session->startRunning();
+    }
   }
   ~Capture() {
     frames->setBlocked(false);
-    session->stopRunning();
+    if (session) session->stopRunning();
   }
   Capture(const Capture&) = delete;
   Capture& operator=(const Capture&) = delete;
 
   const std::shared_ptr<FrameCollector> frames = std::make_shared<FrameCollector>();
-  std::shared_ptr<CaptureSession> session;
-  bool accepted = false;
+  std::shared_ptr<CaptureSession> session;  ///< null when it cannot be made
 };
 
 }  // namespace tessel::platform

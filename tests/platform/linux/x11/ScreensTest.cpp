@@ -4,10 +4,7 @@
 #include <string>
 #include <thread>
 
-#include "platform/Screens.h"
-#include "platform/linux/ScreenChoice.h"
 #include "platform/linux/x11/XConnection.h"
-#include "platform/media/PatternCapture.h"
 #include "platform/media/TestPattern.h"
 #include "tests/platform/linux/x11/Capture.h"
 #include "tests/support/PrivateXServer.h"
@@ -29,14 +26,14 @@ void setDesktop(const char* display, const char* waylandDisplay, const char* ses
 }
 
 std::string obstacle(ScreenSource source) {
-  const std::optional<Error> error = services().screens->select(source, {1920, 1080});
-  return error ? error->localizedDescription : "";
+  const std::optional<Obstacle> obstacle = services().desktops->select(source, {1920, 1080});
+  return obstacle ? obstacle->sentence : "";
 }
 
 TEST(ScreensTest, OneScreenFillsTheRootWindow) {
   const PrivateXServer server;
   chooseScreen();
-  const std::vector<Screen> list = services().screens->screens();
+  const std::vector<Screen> list = services().desktops->current()->screens();
   ASSERT_EQ(list.size(), 1U);
   EXPECT_EQ(list[0].frame(), (Rect{{0, 0}, {1280, 720}}));
   EXPECT_NE(list[0].tsl_screenNumber(), 0U);
@@ -47,7 +44,7 @@ TEST(ScreensTest, PrimaryIsFirstAndTheOriginOfAll) {
   ASSERT_EQ(server.run("xrandr --setmonitor left 640/300x720/200+0+0 screen"), 0);
   ASSERT_EQ(server.run("xrandr --setmonitor '*right' 640/300x480/200+640+100 none"), 0);
   chooseScreen();
-  const std::vector<Screen> list = services().screens->screens();
+  const std::vector<Screen> list = services().desktops->current()->screens();
   ASSERT_EQ(list.size(), 2U);
   EXPECT_EQ(list[0].frame(), (Rect{{0, 0}, {640, 480}}));
   // Its lower edge lies 140 rows below that of the primary.
@@ -56,7 +53,7 @@ TEST(ScreensTest, PrimaryIsFirstAndTheOriginOfAll) {
 
   XPainter painter;
   painter.warpPointer(640 + 30, 100 + 40);
-  EXPECT_EQ(services().screens->mouseLocation(), (Point{30, 440}));
+  EXPECT_EQ(services().desktops->current()->mouseLocation(), (Point{30, 440}));
 }
 
 TEST(ScreensTest, CursorCountsFromTheLowerEdge) {
@@ -64,17 +61,17 @@ TEST(ScreensTest, CursorCountsFromTheLowerEdge) {
   chooseScreen();
   XPainter painter;
   painter.warpPointer(0, 0);
-  EXPECT_EQ(services().screens->mouseLocation(), (Point{0, 720}));
+  EXPECT_EQ(services().desktops->current()->mouseLocation(), (Point{0, 720}));
   painter.warpPointer(1279, 719);
-  EXPECT_EQ(services().screens->mouseLocation(), (Point{1279, 1}));
+  EXPECT_EQ(services().desktops->current()->mouseLocation(), (Point{1279, 1}));
 }
 
 TEST(ScreensTest, ChangeOfSizeIsSeenAtTheNextCall) {
   const PrivateXServer server;
   chooseScreen();
-  ASSERT_EQ(services().screens->screens().size(), 1U);
+  ASSERT_EQ(services().desktops->current()->screens().size(), 1U);
   ASSERT_EQ(server.run("xrandr --output screen --off --fb 640x480"), 0);
-  const std::vector<Screen> list = services().screens->screens();
+  const std::vector<Screen> list = services().desktops->current()->screens();
   ASSERT_EQ(list.size(), 1U);
   EXPECT_EQ(list[0].frame(), (Rect{{0, 0}, {640, 480}}));
 }
@@ -82,30 +79,31 @@ TEST(ScreensTest, ChangeOfSizeIsSeenAtTheNextCall) {
 TEST(ScreensTest, ServerThatComesBackIsFoundAgain) {
   PrivateXServer server;
   chooseScreen();
-  ASSERT_EQ(services().screens->screens().size(), 1U);
+  ASSERT_EQ(services().desktops->current()->screens().size(), 1U);
   server.end();
-  EXPECT_TRUE(services().screens->screens().empty());
+  EXPECT_TRUE(services().desktops->current()->screens().empty());
   const PrivateXServer again;
   // A server that has gone is looked for now and then.
   const auto end = std::chrono::steady_clock::now() + std::chrono::seconds{10};
-  while (services().screens->screens().empty() && std::chrono::steady_clock::now() < end) {
+  while (services().desktops->current()->screens().empty() &&
+         std::chrono::steady_clock::now() < end) {
     std::this_thread::yield();
   }
-  EXPECT_EQ(services().screens->screens().size(), 1U);
+  EXPECT_EQ(services().desktops->current()->screens().size(), 1U);
 }
 
 TEST(ScreensTest, WaylandDesktopIsRefusedInOneSentence) {
   const PrivateXServer server;
   setDesktop(server.display().c_str(), "wayland-0", nullptr);
   EXPECT_NE(obstacle(ScreenSource::automatic).find("Wayland"), std::string::npos);
-  EXPECT_TRUE(services().screens->screens().empty());
-  EXPECT_FALSE(Capture({1280, 720}).accepted);
+  EXPECT_TRUE(services().desktops->current()->screens().empty());
+  EXPECT_EQ(Capture({1280, 720}).session, nullptr);
 
   setDesktop(server.display().c_str(), nullptr, "wayland");
   EXPECT_NE(obstacle(ScreenSource::automatic).find("Wayland"), std::string::npos);
 
   EXPECT_EQ(obstacle(ScreenSource::x11), "");
-  EXPECT_EQ(services().screens->screens().size(), 1U);
+  EXPECT_EQ(services().desktops->current()->screens().size(), 1U);
 }
 
 TEST(ScreensTest, XServerBesideAWaylandDesktopIsKnownByItsOutputs) {
@@ -115,50 +113,36 @@ TEST(ScreensTest, XServerBesideAWaylandDesktopIsKnownByItsOutputs) {
     EXPECT_FALSE(isXwaylandOutput(name)) << name;
   }
   const PrivateXServer server;
-  EXPECT_FALSE(XConnection::open()->isXwayland());
-}
-
-TEST(ScreensTest, XServerBesideAWaylandDesktopIsCastOnlyWhenItIsNamed) {
-  const PrivateXServer server;
-  ScreenChoice choice;
-  EXPECT_EQ(choice.kind(), ScreenChoice::Kind::x11);
-  choice.noteXwayland(true);
-  EXPECT_EQ(choice.kind(), ScreenChoice::Kind::none);
-  choice.choose(ScreenSource::x11, {});
-  choice.noteXwayland(true);
-  EXPECT_EQ(choice.kind(), ScreenChoice::Kind::x11);
-  EXPECT_EQ(choice.obstacle(), std::nullopt);
-  choice.choose(ScreenSource::automatic, {});
-  EXPECT_EQ(choice.kind(), ScreenChoice::Kind::x11);
+  EXPECT_FALSE(XConnection::open(server.display())->isXwayland());
 }
 
 TEST(ScreensTest, NoDisplayIsToldInOneSentence) {
   setDesktop(nullptr, nullptr, nullptr);
   for (const ScreenSource source : {ScreenSource::automatic, ScreenSource::x11}) {
     EXPECT_NE(obstacle(source).find("DISPLAY is not set"), std::string::npos);
-    EXPECT_TRUE(services().screens->screens().empty());
-    EXPECT_EQ(services().screens->mouseLocation(), Point{});
+    EXPECT_TRUE(services().desktops->current()->screens().empty());
+    EXPECT_EQ(services().desktops->current()->mouseLocation(), Point{});
   }
 }
 
 TEST(ScreensTest, ServerThatIsNotThereIsToldWithItsName) {
   setDesktop(":999", nullptr, nullptr);
   EXPECT_NE(obstacle(ScreenSource::automatic).find(":999"), std::string::npos);
-  EXPECT_TRUE(services().screens->screens().empty());
+  EXPECT_TRUE(services().desktops->current()->screens().empty());
 }
 
 TEST(ScreensTest, TestPictureIsAScreenOfItsSize) {
   setDesktop(nullptr, nullptr, nullptr);
-  ASSERT_EQ(services().screens->select(ScreenSource::pattern, {800, 450}), std::nullopt);
-  const std::vector<Screen> list = services().screens->screens();
+  ASSERT_EQ(services().desktops->select(ScreenSource::pattern, {800, 450}), std::nullopt);
+  const std::vector<Screen> list = services().desktops->current()->screens();
   ASSERT_EQ(list.size(), 1U);
   EXPECT_EQ(list[0].frame(), (Rect{{0, 0}, {800, 450}}));
-  EXPECT_EQ(services().screens->mouseLocation(), (Point{400, 225}));
-  EXPECT_NE(services().screens->select(ScreenSource::pattern, {0, 0}), std::nullopt);
+  EXPECT_EQ(services().desktops->current()->mouseLocation(), (Point{400, 225}));
+  EXPECT_NE(services().desktops->select(ScreenSource::pattern, {0, 0}), std::nullopt);
 }
 
 TEST(ScreensTest, TestPictureMovesWithItsCounter) {
-  ASSERT_EQ(services().screens->select(ScreenSource::pattern, {800, 450}), std::nullopt);
+  ASSERT_EQ(services().desktops->select(ScreenSource::pattern, {800, 450}), std::nullopt);
   const Capture capture{{640, 360}};
   ASSERT_TRUE(capture.frames->waitForCount(4));
   std::uint32_t last = 0;
@@ -175,7 +159,7 @@ TEST(ScreensTest, TestPictureMovesWithItsCounter) {
 TEST(ScreensTest, TheHubDrivesTheX11ScreenOnlyWhileThatIsCast) {
   const PrivateXServer server;
   const auto canBeDriven = [] {
-    return services().eventPosting->makeEventPoster()->createScrollWheelEvent(1).has_value();
+    return services().desktops->current()->makeEventPoster()->createScrollWheelEvent(1).has_value();
   };
   chooseScreen();
   EXPECT_TRUE(canBeDriven());
@@ -184,17 +168,25 @@ TEST(ScreensTest, TheHubDrivesTheX11ScreenOnlyWhileThatIsCast) {
   chooseScreen(ScreenSource::x11);
   EXPECT_TRUE(canBeDriven());
   setenv("WAYLAND_DISPLAY", "wayland-0", 1);
-  services().screens->select(ScreenSource::automatic, {});
+  services().desktops->select(ScreenSource::automatic, {});
   EXPECT_FALSE(canBeDriven());
   unsetenv("WAYLAND_DISPLAY");
 }
 
 TEST(ScreensTest, NoOtherDisplayCanBeCaptured) {
-  ASSERT_EQ(services().screens->select(ScreenSource::pattern, {800, 450}), std::nullopt);
-  const auto session = services().screenCapture->makeCaptureSession();
-  EXPECT_FALSE(session->canAddInput({.displayID = kPatternDisplayID + 1}));
-  EXPECT_TRUE(session->canAddInput({.displayID = kPatternDisplayID}));
-  EXPECT_FALSE(session->canAddOutput({.size = {0, 0}}));
+  ASSERT_EQ(services().desktops->select(ScreenSource::pattern, {800, 450}), std::nullopt);
+  const auto desktop = services().desktops->current();
+  const auto queue = services().queues->makeSerialQueue("Capture Test");
+  const auto refusal = [&](std::uint32_t displayID, Size size) {
+    const auto made =
+        desktop->makeCaptureSession({displayID, std::chrono::milliseconds{33}}, {size}, {}, queue);
+    const auto* refused = std::get_if<CaptureRefusal>(&made);
+    return refused == nullptr ? std::nullopt : std::optional{*refused};
+  };
+  const std::uint32_t first = desktop->screens().front().tsl_screenNumber();
+  EXPECT_EQ(refusal(first, {640, 360}), std::nullopt);
+  EXPECT_EQ(refusal(first + 1, {640, 360}), CaptureRefusal::kInput);
+  EXPECT_EQ(refusal(first, {0, 0}), CaptureRefusal::kOutput);
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include <array>
 #include <atomic>
 #include <chrono>
+#include <cstdlib>
 #include <gtest/gtest.h>
 #include <linux/input-event-codes.h>
 #include <memory>
@@ -70,7 +71,7 @@ class SilentXServerTest : public testing::Test {
   // Whoever still waits for the server is answered before the process may end.
   ~SilentXServerTest() override {
     server.resume();
-    EXPECT_TRUE(becomes([] { return XConnection::open() != nullptr; }));
+    EXPECT_TRUE(becomes([] { return XConnection::open(std::getenv("DISPLAY")) != nullptr; }));
   }
 
   const PrivateXServer server;
@@ -91,7 +92,8 @@ TEST_F(SilentXServerTest, StoppingACaptureWaitsForOneAnswerAtMost) {
   // Nor does one that starts meanwhile wait for longer.
   capture.session->startRunning();
   EXPECT_LT(timeOf([&] { capture.session->stopRunning(); }), kTwoWaits);
-  EXPECT_LT(timeOf([&] { EXPECT_EQ(XConnection::open(), nullptr); }), kAtOnce);
+  EXPECT_LT(timeOf([&] { EXPECT_EQ(XConnection::open(std::getenv("DISPLAY")), nullptr); }),
+            kAtOnce);
 
   server.resume();
   const std::size_t count = capture.frames->frames().size();
@@ -128,34 +130,36 @@ TEST_F(SilentXServerTest, CursorIsWaitedForOnce) {
   chooseScreen();
   XPainter painter;
   painter.warpPointer(30, 20);
-  ASSERT_EQ(services().screens->mouseLocation(), (Point{30, 700}));
+  ASSERT_EQ(services().desktops->current()->mouseLocation(), (Point{30, 700}));
   server.suspend();
-  EXPECT_LT(timeOf([] { services().screens->mouseLocation(); }), kTwoWaits);
+  EXPECT_LT(timeOf([] { services().desktops->current()->mouseLocation(); }), kTwoWaits);
   EXPECT_LT(timeOf([] {
-              services().screens->mouseLocation();
-              services().screens->mouseLocation();
-              services().screens->screens();
+              services().desktops->current()->mouseLocation();
+              services().desktops->current()->mouseLocation();
+              services().desktops->current()->screens();
             }),
             kAtOnce);
   server.resume();
   painter.warpPointer(40, 20);
-  EXPECT_TRUE(becomes([] { return services().screens->mouseLocation() == Point{40, 700}; }));
+  EXPECT_TRUE(becomes([] {
+    return services().desktops->current()->mouseLocation() == Point{40, 700};
+  }));
 }
 
 TEST_F(SilentXServerTest, ChoiceIsRefusedInTime) {
   server.suspend();
   std::optional<Error> error;
-  EXPECT_LT(timeOf([&] { error = services().screens->select(ScreenSource::automatic, {}); }),
+  EXPECT_LT(timeOf([&] { error = services().desktops->select(ScreenSource::automatic, {}); }),
             kTwoWaits);
   ASSERT_TRUE(error.has_value());
   EXPECT_NE(error->localizedDescription.find(server.display()), std::string::npos);
   server.resume();
-  EXPECT_TRUE(becomes([] { return !services().screens->select(ScreenSource::automatic, {}); }));
+  EXPECT_TRUE(becomes([] { return !services().desktops->select(ScreenSource::automatic, {}); }));
 }
 
 TEST_F(SilentXServerTest, PostingEndsInTimeHoweverMuchIsPosted) {
   chooseScreen();
-  const auto poster = services().eventPosting->makeEventPoster();
+  const auto poster = services().desktops->current()->makeEventPoster();
   postKey(*poster, true);
   postKey(*poster, false);
   server.suspend();
@@ -178,7 +182,7 @@ TEST_F(SilentXServerTest, PostingEndsInTimeHoweverMuchIsPosted) {
 TEST_F(SilentXServerTest, WhatIsHeldIsReleasedIfTheServerAnswersInTheEnd) {
   chooseScreen();
   XPainter painter;
-  const auto poster = services().eventPosting->makeEventPoster();
+  const auto poster = services().desktops->current()->makeEventPoster();
   postKey(*poster, true);
   ASSERT_TRUE(becomes([&] { return isDown(painter, kKeyCodeA); }));
   server.suspend();
@@ -187,20 +191,20 @@ TEST_F(SilentXServerTest, WhatIsHeldIsReleasedIfTheServerAnswersInTheEnd) {
   const auto move = MouseEvent{MouseEventType::kMoved, {1, 1}, MouseButton::kLeft, 1};
   EXPECT_LT(timeOf([&] { poster->post(move); }), kTwoWaits);
   server.resume();
-  ASSERT_TRUE(becomes([] { return XConnection::open() != nullptr; }));
+  ASSERT_TRUE(becomes([] { return XConnection::open(std::getenv("DISPLAY")) != nullptr; }));
   EXPECT_LT(timeOf([&] { poster->close(); }), kAtOnce);
   EXPECT_TRUE(becomes([&] { return !isDown(painter, kKeyCodeA); }));
 }
 
 TEST_F(SilentXServerTest, SeveralConnectionsWaitInFullOnce) {
   chooseScreen();
-  services().screens->mouseLocation();
-  const auto mouse = services().eventPosting->makeEventPoster();
-  const auto keyBoard = services().eventPosting->makeEventPoster();
+  services().desktops->current()->mouseLocation();
+  const auto mouse = services().desktops->current()->makeEventPoster();
+  const auto keyBoard = services().desktops->current()->makeEventPoster();
   postKey(*keyBoard, true);
   server.suspend();
   EXPECT_LT(timeOf([&] {
-              services().screens->mouseLocation();
+              services().desktops->current()->mouseLocation();
               mouse->close();
               keyBoard->close();
             }),

@@ -234,8 +234,8 @@ TEST(XCaptureTest, ServerThatGoesAwayEndsTheFramesAndNothingElse) {
     ASSERT_LT(capture.frames->frames().size(), 4U);  // at most what was under way
   }
   const auto last = capture.frames->frames().size();
-  EXPECT_TRUE(services().screens->screens().empty());
-  services().screens->mouseLocation();
+  EXPECT_TRUE(services().desktops->current()->screens().empty());
+  services().desktops->current()->mouseLocation();
   EXPECT_TRUE(isLogged(
       "-[XCaptureSession startRunning]: no further frame will come: the X server is gone"));
   capture.session->stopRunning();

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "platform/EventPoster.h"
+
+namespace tessel::platform {
+
+/// The poster of a desktop that cannot be driven: it makes no events.
+class NullEventPoster final : public EventPoster {
+ public:
+  std::optional<MouseEvent> createMouseEvent(MouseEventType, Point, MouseButton) override {
+    return std::nullopt;
+  }
+  void setType(MouseEvent&, MouseEventType) override {}
+  void setIntegerValueField(MouseEvent&, std::uint32_t, std::int64_t) override {}
+  void post(const MouseEvent&) override {}
+  std::optional<ScrollWheelEvent> createScrollWheelEvent(std::int32_t) override {
+    return std::nullopt;
+  }
+  void post(const ScrollWheelEvent&) override {}
+  std::optional<KeyboardEvent> createKeyboardEvent(std::uint16_t, bool) override {
+    return std::nullopt;
+  }
+  void setFlags(KeyboardEvent&, std::uint64_t) override {}
+  void post(const KeyboardEvent&) override {}
+  void releaseAll() override {}
+};
+
+}  // namespace tessel::platform
