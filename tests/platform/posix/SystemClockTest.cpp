@@ -6,6 +6,7 @@
 
 #include "platform/base/Group.h"
 #include "platform/posix/SystemClock.h"
+#include "platform/posix/net/NetServices.h"
 
 namespace tessel::test {
 namespace {
