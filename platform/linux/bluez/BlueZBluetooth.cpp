@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cstdio>
 #include <optional>
 #include <utility>
@@ -13,7 +14,8 @@
 namespace tessel::platform {
 namespace {
 
-constexpr std::uint64_t kAnswerWithinMicroseconds = 1'000'000;
+// Of the kernel, and then of BlueZ.
+constexpr std::chrono::microseconds kAnswerTimeout{1'000'000};
 
 // The highest link-layer version that BlueZ tells of its adapters; only a newer one tells it.
 std::optional<unsigned> controllerVersionOfBlueZ() {
@@ -29,7 +31,7 @@ std::optional<unsigned> controllerVersionOfBlueZ() {
   const SdMessage call{made};
   sd_bus_message_set_auto_start(made, 0);
   sd_bus_message* answered = nullptr;
-  if (sd_bus_call(opened, made, kAnswerWithinMicroseconds, nullptr, &answered) < 0) {
+  if (sd_bus_call(opened, made, kAnswerTimeout.count(), nullptr, &answered) < 0) {
     return std::nullopt;
   }
   const SdMessage answer{answered};
@@ -52,7 +54,8 @@ class BlueZBluetooth final : public Bluetooth {
   }
 
   std::string lmpVersionReport() override {
-    auto version = controllerVersionOfKernel();
+    auto version =
+        ManagementSocket::open().controllerVersion(ManagementSocket::Clock::now() + kAnswerTimeout);
     if (!version) version = controllerVersionOfBlueZ();
     if (!version) return {};
     std::array<char, 16> text{};
