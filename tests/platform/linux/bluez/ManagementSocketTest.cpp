@@ -103,7 +103,7 @@ TEST_F(ManagementSocketTest, NoAnswerByTheDeadlineIsNone) {
 }
 
 TEST_F(ManagementSocketTest, ASocketThatEndsIsNotWaitedFor) {
-  kernel = {};
+  ASSERT_EQ(shutdown(kernel.get(), SHUT_WR), 0);
   const auto deadline = soon();
   EXPECT_EQ(socket.ask(kCommand, kController, deadline), std::nullopt);
   EXPECT_LT(ManagementSocket::Clock::now(), deadline);
