@@ -6,18 +6,18 @@
 #include <utility>
 
 #include "platform/linux/bluez/BlueZCentral.h"
-#include "platform/linux/bluez/BlueZProperties.h"
 #include "platform/linux/bluez/BluetoothServices.h"
 #include "platform/linux/bluez/ManagementSocket.h"
+#include "platform/linux/dbus/ObjectManager.h"
 #include "platform/linux/dbus/SdBus.h"
 
 namespace tessel::platform {
 namespace {
 
 // Of the kernel, and then of BlueZ.
-constexpr std::chrono::microseconds kAnswerTimeout{1'000'000};
+constexpr std::chrono::microseconds kAnswerTimeout = std::chrono::seconds{1};
 
-// The highest link-layer version that BlueZ tells of its adapters; only a newer one tells it.
+// The highest link-layer version of BlueZ's adapters; an older BlueZ does not report it.
 std::optional<unsigned> controllerVersionOfBlueZ() {
   sd_bus* opened = nullptr;
   if (sd_bus_open_system(&opened) < 0) return std::nullopt;
@@ -37,8 +37,8 @@ std::optional<unsigned> controllerVersionOfBlueZ() {
   const SdMessage answer{answered};
   std::optional<unsigned> highest;
   readManagedObjects(answered, [&highest](const auto&, const std::string& interface,
-                                          const BusProperties& properties) {
-    const auto* version = findProperty<std::int64_t>(properties, "Version");
+                                          const VariantMap& properties) {
+    const auto* version = findValue<std::int64_t>(properties, "Version");
     if (interface != "org.bluez.Adapter1" || version == nullptr || *version < 0) return;
     highest = std::max(highest.value_or(0), static_cast<unsigned>(*version));
   });
