@@ -13,6 +13,7 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr const char* kAdapter = "org.bluez.Adapter1";
+constexpr std::string_view kInProgressError = "org.bluez.Error.InProgress";
 // How long a bluetoothd that has gone counts as restarting.
 constexpr auto kRestartTimeout = 10s;
 constexpr auto kMinRetryDelay = 1s;
@@ -159,6 +160,10 @@ void BlueZCentral::discoveryAnswered(unsigned number, const char* errorName) {
     discovery_.phase = Discovery::Phase::kRunning;
     return;
   }
+  if (std::string_view{errorName} == kInProgressError) {
+    discoveryInProgress();
+    return;
+  }
   const std::string adapter = std::exchange(discovery_.adapter, {});
   if (isRefusal(errorName)) {
     radio_.refused(adapter);
@@ -167,6 +172,17 @@ void BlueZCentral::discoveryAnswered(unsigned number, const char* errorName) {
   }
   // Busy, not quite up yet, or out of memory: BlueZ does not signal when that is over.
   retryLater();
+}
+
+// A discovery of this process is running or being started: repeating the call would only repeat the
+// answer. BlueZ answers the same when a start has failed, so that its signal decides.
+void BlueZCentral::discoveryInProgress() {
+  if (radio_.discovering(discovery_.adapter)) {
+    discovery_.phase = Discovery::Phase::kRunning;
+  } else {
+    discovery_.phase = Discovery::Phase::kInProgress;
+    retryLater();
+  }
 }
 
 void BlueZCentral::discoveryChanged(bool discovering) {

@@ -61,6 +61,7 @@ class BlueZCentral final : public BluetoothCentral, private BlueZClient::Listene
   void startDiscovery(const std::string& adapter);
   void stopDiscovery();
   void discoveryAnswered(unsigned number, const char* errorName);
+  void discoveryInProgress();
   void discoveryChanged(bool discovering);
   void discoveryEnded();
   void retryLater();
