@@ -10,7 +10,6 @@ namespace {
 using namespace std::chrono_literals;
 using platform::BusConnection;
 using platform::MethodCall;
-using testing::ElementsAre;
 using Strings = std::vector<std::string>;
 
 constexpr const char* kBus = "org.freedesktop.DBus";
