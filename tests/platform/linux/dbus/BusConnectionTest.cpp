@@ -94,15 +94,6 @@ TEST_F(BusConnectionTest, ACallThatCannotBeSentIsAnsweredWithAnError) {
   EXPECT_TRUE(repliesBecome({SD_BUS_ERROR_INVALID_ARGS}));
 }
 
-TEST_F(BusConnectionTest, ACallWhoseArgumentsCannotBeAddedIsAnsweredWithAnError) {
-  const PrivateBus bus;
-  start();
-  ASSERT_TRUE(comesTo(BusConnection::State::kConnected));
-  call({kBus, "/", kBus, "GetNameOwner",
-        [](sd_bus_message* message) { sd_bus_message_append(message, "o", "no path"); }});
-  EXPECT_TRUE(replies.becomes([](const Strings& all) { return all.size() == 1; }));
-}
-
 TEST_F(BusConnectionTest, WithoutABusACallIsAnsweredWithAnError) {
   setenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent/socket", 1);
   start();
