@@ -1,4 +1,4 @@
-// What the scanner hears, one line each, until standard input ends:
+// Prints what the scanner publishes, one line each, until standard input ends:
 //
 //     state BVGBluetoothStatePoweredOn
 //     beacon MAJOR MINOR POWER RSSI
@@ -7,18 +7,18 @@
 // Lines read: "start", "stop", "version".
 
 #include <iostream>
-#include <mutex>
 #include <sstream>
 #include <string>
 
+#include "platform/base/Mutex.h"
 #include "tessel/BVBeaconScanner.h"
 
 namespace {
 
-std::mutex mutex;  // keeps lines whole
+tessel::platform::Mutex mutex;  // keeps lines whole
 
 void print(const std::string& line) {
-  const std::lock_guard lock{mutex};
+  const tessel::platform::MutexLock lock{mutex};
   std::cout << line << std::endl;
 }
 

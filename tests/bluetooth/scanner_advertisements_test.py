@@ -67,9 +67,9 @@ class Advertisements(ScanningTest):
         self.scanning()
         self.listed()
         self.probe.expect('beacon')
-        stranger = dbus.bus.BusConnection(self.bus.address)
-        self.addCleanup(stranger.close)
-        for name in stranger.list_names():
+        other = dbus.bus.BusConnection(self.bus.address)
+        self.addCleanup(other.close)
+        for name in other.list_names():
             if not name.startswith(':'):
                 continue
             signal = dbus.lowlevel.SignalMessage('/org/bluez/hci0/dev_' + DEVICE,
@@ -77,8 +77,8 @@ class Advertisements(ScanningTest):
                                                  'PropertiesChanged')
             signal.append('org.bluez.Device1', {'RSSI': dbus.Int16(-1)}, [], signature='sa{sv}as')
             signal.set_destination(name)
-            stranger.send_message(signal)
-        stranger.flush()
+            other.send_message(signal)
+        other.flush()
         self.bluez.hear(DEVICE, {'RSSI': dbus.Int16(-62)})
         self.assertEqual(self.probe.expect('beacon'), 'beacon 49320 356 -59 -62')
 

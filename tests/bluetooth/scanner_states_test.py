@@ -17,7 +17,7 @@ class WithAnAdapter(ScanningTest):
         self.probe.expect(ON)
         self.bluez.wait_for_call('StartDiscovery', 2)
 
-    def test_the_version_is_told(self):
+    def test_the_version_is_reported(self):
         self.scanning()
         self.probe.tell('version')
         # 9 is what the adapter says; a controller of this machine's own comes first.

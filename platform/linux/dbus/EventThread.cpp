@@ -59,7 +59,7 @@ bool EventThread::isCurrent() const { return currentThread == this; }
 
 void EventThread::wake() {
   const std::uint64_t one = 1;
-  // It fails only when the count is at its limit, and then the thread is awake anyway.
+  // Fails only at the count's limit, where the wake-up is pending anyway.
   [[maybe_unused]] const auto written = write(wakeup_.get(), &one, sizeof one);
 }
 
