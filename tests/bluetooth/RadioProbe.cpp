@@ -7,18 +7,18 @@
 // Lines read: "start", "stop", "version".
 
 #include <iostream>
+#include <mutex>
 #include <sstream>
 #include <string>
 
-#include "platform/base/Mutex.h"
 #include "tessel/BVBeaconScanner.h"
 
 namespace {
 
-tessel::platform::Mutex mutex;  // keeps lines whole
+std::mutex mutex;  // keeps lines whole
 
 void print(const std::string& line) {
-  const tessel::platform::MutexLock lock{mutex};
+  const std::lock_guard lock{mutex};
   std::cout << line << std::endl;
 }
 

@@ -3,9 +3,9 @@ import unittest
 
 import dbus
 
+from bluez import beacon
 from scanner import (DEVICE, OFF, ON, RESETTING, UNAUTHORIZED, UNSUPPORTED, ScannerTest,
                      ScanningTest)
-from bluez import beacon
 
 
 class WithAnAdapter(ScanningTest):
@@ -116,7 +116,6 @@ class WithAnAdapterWithoutLowEnergy(ScannerTest):
     def test_it_is_unsupported(self):
         self.probe.expect(UNSUPPORTED)
         self.assertEqual(self.bluez.calls(), [])
-
 
     def test_one_with_low_energy_takes_over(self):
         self.probe.expect(UNSUPPORTED)
