@@ -1,3 +1,4 @@
+/* clang-format off: the style of the kernel, as in the sources beside it */
 /* What the parts of vradio share.  One thread. */
 #ifndef VRADIO_H
 #define VRADIO_H
