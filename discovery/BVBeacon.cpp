@@ -4,17 +4,12 @@
 #include <array>
 #include <cstdio>
 
+#include "discovery/BeaconRecord.h"
 #include "platform/Services.h"
 #include "platform/base/ByteOrder.h"
 
 namespace tessel {
 namespace {
-
-constexpr std::size_t kAdvertisementSize = 25;
-constexpr std::size_t kPayloadSize = 21;
-constexpr std::uint16_t kCompany = 0x004C;
-constexpr std::uint8_t kBeaconType = 0x02;
-constexpr std::uint8_t kRemainingLength = 0x15;
 
 // Where the text form of a UUID has a hyphen before the byte of this index.
 constexpr bool hyphenBefore(std::size_t byte) {
@@ -72,22 +67,14 @@ std::shared_ptr<BVBeacon> BVBeacon::initWithProximityUUID(const UUID& proximityU
   return std::shared_ptr<BVBeacon>(new BVBeacon(proximityUUID, major, minor, measuredPower));
 }
 
-//  at  size  field             value
-//   0     2  company           0x004C, little-endian
-//   2     1  type              0x02
-//   3     1  remaining length  0x15
-//   4    16  proximity UUID
-//  20     2  major             big-endian
-//  22     2  minor             big-endian
-//  24     1  measured power    signed
 std::shared_ptr<BVBeacon> BVBeacon::beaconWithManufacturerAdvertisementData(
     std::span<const std::uint8_t> data) {
-  if (data.size() != kAdvertisementSize) return nullptr;
-  const auto record = data.first<kAdvertisementSize>();
-  if (platform::getLittleEndian<0, std::uint16_t>(record) != kCompany) return nullptr;
-  if (record[2] != kBeaconType || record[3] != kRemainingLength) return nullptr;
+  if (data.size() != kBeaconRecordSize) return nullptr;
+  const auto record = data.first<kBeaconRecordSize>();
+  if (platform::getLittleEndian<0, std::uint16_t>(record) != kBeaconCompany) return nullptr;
+  if (record[2] != kBeaconType || record[3] != kBeaconRemainingLength) return nullptr;
   UUID uuid;
-  std::copy_n(record.begin() + 4, uuid.bytes.size(), uuid.bytes.begin());
+  std::copy_n(record.begin() + kBeaconPayloadOffset, uuid.bytes.size(), uuid.bytes.begin());
   const auto major = platform::getBigEndian<20, std::uint16_t>(record);
   const auto minor = platform::getBigEndian<22, std::uint16_t>(record);
   return initWithProximityUUID(uuid, major, minor, static_cast<std::int8_t>(record[24]));
@@ -106,8 +93,8 @@ std::shared_ptr<BVBeacon> BVBeacon::beaconWithAdvertismentDataDictionary(
 //  18     2  minor           big-endian
 //  20     1  measured power  its low 8 bits
 Bytes BVBeacon::manufacturerAdvertismentData() const {
-  std::array<std::uint8_t, kPayloadSize> record{};
-  const std::span<std::uint8_t, kPayloadSize> fields{record};
+  std::array<std::uint8_t, kBeaconPayloadSize> record{};
+  const std::span<std::uint8_t, kBeaconPayloadSize> fields{record};
   std::ranges::copy(proximityUUID().bytes, record.begin());
   platform::putBigEndian<16>(fields, major());
   platform::putBigEndian<18>(fields, minor());

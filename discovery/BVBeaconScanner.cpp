@@ -1,17 +1,18 @@
 #include "tessel/BVBeaconScanner.h"
 
 #include <atomic>
+#include <cassert>
 #include <functional>
-#include <mutex>
 #include <optional>
 
 #include "discovery/LMPVersion.h"
 #include "platform/Services.h"
+#include "platform/base/Mutex.h"
 
 namespace tessel {
 namespace {
 
-// Never destroyed: observers may still be told while the process ends.
+// Never destroyed: observers may still be called while the process ends.
 const std::string& kUnknown = *new std::string{"BVGBluetoothStateUnknown"};
 const std::string& kResetting = *new std::string{"BVGBluetoothStateResetting"};
 const std::string& kUnsupported = *new std::string{"BVGBluetoothStateUnsupported"};
@@ -30,7 +31,7 @@ template <typename T>
 class OncePerBluetooth {
  public:
   T get(const std::function<T()>& make) {
-    const std::lock_guard lock{mutex_};
+    const platform::MutexLock lock{mutex_};
     const auto& bluetooth = platform::services().bluetooth;
     if (!value_ || owner_.lock() != bluetooth) {
       value_ = make();
@@ -40,9 +41,9 @@ class OncePerBluetooth {
   }
 
  private:
-  std::mutex mutex_;  // guards both members below, and is held while a value is made
-  std::weak_ptr<platform::Bluetooth> owner_;
-  std::optional<T> value_;
+  platform::Mutex mutex_;  // held while a value is made
+  std::weak_ptr<platform::Bluetooth> owner_ TESSEL_GUARDED_BY(mutex_);
+  std::optional<T> value_ TESSEL_GUARDED_BY(mutex_);
 };
 
 BVGBluetoothState mapState(platform::CentralState state) {
@@ -88,8 +89,8 @@ std::string BVBluetoothStateDescription(BVGBluetoothState state) {
   return "Bluetooth state unknown";
 }
 
-// The scanner as the central's delegate. Callbacks come on the manager queue; everything that
-// other threads read is atomic, set once, or guarded.
+// The scanner as the central's delegate. Callbacks come on the manager queue; what other threads
+// read is atomic, set once before the central is made, or guarded.
 struct BVBeaconScanner::State : platform::CentralDelegate {
   void centralManagerDidUpdateState(platform::CentralState state) override;
   void didDiscoverPeripheral(const AdvertisementDictionary& advertisementData, int RSSI) override;
@@ -104,12 +105,12 @@ struct BVBeaconScanner::State : platform::CentralDelegate {
       std::make_shared<ReplaySubject<BVGBluetoothState>>();
   std::atomic<BVGBluetoothState> bluetoothState = nullptr;
   std::atomic<bool> scanning = false;
-  mutable std::mutex mutex;  // guards central, which its first callback must find in place
-  std::shared_ptr<platform::BluetoothCentral> central;
+  mutable platform::Mutex mutex;  // held while the central is made: its first callback waits
+  std::shared_ptr<platform::BluetoothCentral> central TESSEL_GUARDED_BY(mutex);
 };
 
 std::shared_ptr<platform::BluetoothCentral> BVBeaconScanner::State::centralManager() const {
-  const std::lock_guard lock{mutex};
+  const platform::MutexLock lock{mutex};
   return central;
 }
 
@@ -126,6 +127,7 @@ void BVBeaconScanner::State::stopScanning() {
 }
 
 void BVBeaconScanner::State::centralManagerDidUpdateState(platform::CentralState state) {
+  assert(managerQueue->isCurrent());
   const BVGBluetoothState mapped = mapState(state);
   if (mapped == BVGBluetoothStatePoweredOn) {
     if (!scanning) startScanning();
@@ -138,6 +140,7 @@ void BVBeaconScanner::State::centralManagerDidUpdateState(platform::CentralState
 
 void BVBeaconScanner::State::didDiscoverPeripheral(const AdvertisementDictionary& advertisementData,
                                                    int RSSI) {
+  assert(managerQueue->isCurrent());
   const auto beacon = BVBeacon::beaconWithAdvertismentDataDictionary(advertisementData);
   if (!beacon) return;
   beacon->setRSSI(RSSI);
@@ -159,7 +162,7 @@ std::shared_ptr<BVBeaconScanner> BVBeaconScanner::init() {
   State& state = *scanner->state_;
   const auto& services = platform::services();
   state.managerQueue = services.queues->makeSerialQueue(kManagerQueueLabel);
-  const std::lock_guard lock{state.mutex};
+  const platform::MutexLock lock{state.mutex};
   state.central = services.bluetooth->makeCentral(scanner->state_, state.managerQueue);
   return scanner;
 }

@@ -13,9 +13,9 @@ namespace {
 using platform::CentralState;
 using platform::services;
 
-constexpr std::chrono::seconds kPatience{2};
+constexpr std::chrono::seconds kAnswerTimeout{2};
 
-// The radio's state as the scanner sees it: an old controller that is off is one without low
+// The radio's state as the scanner maps it: an old controller that is off counts as one without low
 // energy.
 CentralState centralState(BVGBluetoothState state) {
   if (state == BVGBluetoothStateResetting) return CentralState::kResetting;
@@ -35,7 +35,7 @@ Finding findBluetooth() {
   scanner->bluetoothStateSignal()->subscribeNext([unknown](BVGBluetoothState state) {
     if (state != BVGBluetoothStateUnknown) unknown->leave();
   });
-  unknown->wait(kPatience);
+  unknown->wait(kAnswerTimeout);
   BVGBluetoothState state = scanner->bluetoothState();
   if (!state) state = BVGBluetoothStateUnknown;
   return {"bluetooth", state == BVGBluetoothStatePoweredOn, BVBluetoothStateDescription(state),

@@ -4,7 +4,7 @@
 
 namespace tessel {
 
-/// Whether hubs can be heard; Bluetooth is given two seconds to answer. Any thread.
+/// Whether hubs can be discovered; waits up to two seconds for the state of Bluetooth. Any thread.
 Finding findBluetooth();
 
 }  // namespace tessel

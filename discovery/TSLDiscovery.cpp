@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <array>
+#include <cassert>
 #include <cstdio>
-#include <mutex>
 #include <string>
 #include <utility>
 
@@ -11,6 +11,7 @@
 #include "platform/IntervalSignal.h"
 #include "platform/Log.h"
 #include "platform/Services.h"
+#include "platform/base/Mutex.h"
 #include "tessel/BVBeaconScanner.h"
 
 namespace tessel {
@@ -43,6 +44,10 @@ std::string deviceDetailsURL(const std::string& address) {
   return "http://" + address + ":55555/device-details.xml";
 }
 
+[[maybe_unused]] bool onMainQueue() {
+  return platform::services().queues->mainQueue()->isCurrent();
+}
+
 std::optional<std::string> friendlyNameIn(const Bytes& document) {
   const auto parser = deviceParser::initWithTarget("friendlyName");
   platform::services().xml->parse(document, *parser);
@@ -54,17 +59,18 @@ std::optional<std::string> friendlyNameIn(const Bytes& document) {
 const UUID TSLHubProximityUUID{{0x7D, 0x1E, 0x4B, 0x9A, 0x2C, 0x63, 0x4F, 0x08, 0xA5, 0xB7, 0x91,
                                 0xE0, 0xC4, 0xD2, 0xF8, 0x6B}};
 
-// The list and who watches it. The list changes on the main queue only; any thread may take a
+// The list and its observers. The list changes on the main queue only; any thread may take a
 // snapshot. Observers are called with no lock held.
 struct TSLDiscovery::State {
   std::shared_ptr<Signal<std::shared_ptr<BVBeacon>>> beaconSignal;
   std::shared_ptr<Signal<Date>> housekeepingSignal;
-  mutable std::mutex mutex;  // guards both members below
-  std::vector<std::shared_ptr<BVBeacon>> beacons;
-  std::vector<Observer> observers;
+  mutable platform::Mutex mutex;
+  std::vector<std::shared_ptr<BVBeacon>> beacons TESSEL_GUARDED_BY(mutex);
+  std::vector<Observer> observers TESSEL_GUARDED_BY(mutex);
 
-  // The first entry with the same major and minor. Under mutex.
-  std::vector<std::shared_ptr<BVBeacon>>::const_iterator find(const BVBeacon& beacon) const {
+  // The first entry with the same major and minor.
+  std::vector<std::shared_ptr<BVBeacon>>::const_iterator find(const BVBeacon& beacon) const
+      TESSEL_REQUIRES(mutex) {
     return std::find_if(beacons.begin(), beacons.end(), [&beacon](const auto& listed) {
       return listed->major() == beacon.major() && listed->minor() == beacon.minor();
     });
@@ -72,7 +78,7 @@ struct TSLDiscovery::State {
 
   // The same, or null.
   std::shared_ptr<BVBeacon> entryLike(const BVBeacon& beacon) const {
-    const std::lock_guard lock{mutex};
+    const platform::MutexLock lock{mutex};
     const auto entry = find(beacon);
     return entry == beacons.end() ? nullptr : *entry;
   }
@@ -80,23 +86,22 @@ struct TSLDiscovery::State {
   void notify(const BeaconListChange& change) const {
     std::vector<Observer> current;
     {
-      const std::lock_guard lock{mutex};
+      const platform::MutexLock lock{mutex};
       current = observers;
     }
     for (const auto& observer : current) observer(change);
   }
 
-  // Tells that the entry that is this very beacon has changed; one that is not listed has no
-  // observer.
+  // Reports a change of the entry that is this very beacon, if it is listed.
   void notifyUpdate(const std::shared_ptr<BVBeacon>& beacon) const {
     std::size_t index = 0;
     {
-      const std::lock_guard lock{mutex};
+      const platform::MutexLock lock{mutex};
       const auto entry = std::find(beacons.begin(), beacons.end(), beacon);
       if (entry == beacons.end()) return;
       index = static_cast<std::size_t>(entry - beacons.begin());
     }
-    notify({BeaconListChange::Kind::update, index, beacon});
+    notify({BeaconListChange::Kind::kUpdate, index, beacon});
   }
 };
 
@@ -130,12 +135,12 @@ void TSLDiscovery::subscribe() {
 }
 
 std::vector<std::shared_ptr<BVBeacon>> TSLDiscovery::beacons() const {
-  const std::lock_guard lock{state_->mutex};
+  const platform::MutexLock lock{state_->mutex};
   return state_->beacons;
 }
 
 void TSLDiscovery::observeBeacons(Observer observer) {
-  const std::lock_guard lock{state_->mutex};
+  const platform::MutexLock lock{state_->mutex};
   state_->observers.push_back(std::move(observer));
 }
 
@@ -149,45 +154,50 @@ std::shared_ptr<Signal<Date>> TSLDiscovery::housekeepingSignal() const {
 
 std::int64_t TSLDiscovery::rowForBeacon(const std::shared_ptr<BVBeacon>& beacon) const {
   if (!beacon) return kNotFound;
-  const std::lock_guard lock{state_->mutex};
+  const platform::MutexLock lock{state_->mutex};
   const auto entry = state_->find(*beacon);
   return entry == state_->beacons.end() ? kNotFound : entry - state_->beacons.begin();
 }
 
 void TSLDiscovery::insertObjectInBeaconsAtIndex(const std::shared_ptr<BVBeacon>& beacon,
                                                 std::size_t index) {
+  assert(onMainQueue());
   if (!beacon) return;
   {
-    const std::lock_guard lock{state_->mutex};
+    const platform::MutexLock lock{state_->mutex};
     if (index > state_->beacons.size()) return;
     state_->beacons.insert(state_->beacons.begin() + static_cast<std::ptrdiff_t>(index), beacon);
   }
-  state_->notify({BeaconListChange::Kind::insertion, index, beacon});
+  state_->notify({BeaconListChange::Kind::kInsertion, index, beacon});
 }
 
 void TSLDiscovery::removeObjectFromBeaconsAtIndex(std::size_t index) {
+  assert(onMainQueue());
   std::shared_ptr<BVBeacon> removed;
   {
-    const std::lock_guard lock{state_->mutex};
+    const platform::MutexLock lock{state_->mutex};
     if (index >= state_->beacons.size()) return;
     const auto entry = state_->beacons.begin() + static_cast<std::ptrdiff_t>(index);
     removed = *entry;
     state_->beacons.erase(entry);
   }
-  state_->notify({BeaconListChange::Kind::removal, index, removed});
+  state_->notify({BeaconListChange::Kind::kRemoval, index, removed});
 }
 
 void TSLDiscovery::addBeaconsObject(const std::shared_ptr<BVBeacon>& beacon) {
+  assert(onMainQueue());
   updateFriendlyNameForBeacon(beacon);
   insertObjectInBeaconsAtIndex(beacon, beacons().size());
 }
 
 void TSLDiscovery::updateFriendlyNameForBeacon(const std::shared_ptr<BVBeacon>& beacon) {
+  assert(onMainQueue());
   if (beacon) beacon->setLastUpdated(platform::services().clock->now());
   friendlyNameForBeacon(beacon);
 }
 
 void TSLDiscovery::friendlyNameForBeacon(const std::shared_ptr<BVBeacon>& beacon) {
+  assert(onMainQueue());
   if (!beacon) return;
   const long major = beacon->major();
   const long minor = beacon->minor();
@@ -198,7 +208,7 @@ void TSLDiscovery::friendlyNameForBeacon(const std::shared_ptr<BVBeacon>& beacon
     return;
   }
   beacon->setIPAddr(address);
-  // Any transmitter in range causes these: what the user asks for must not wait behind them.
+  // Any transmitter in range causes these requests: those of the user must not wait for them.
   platform::services().urlSessions->makeBackgroundSession()->dataTask(
       {.url = deviceDetailsURL(address)},
       [weak = weak_from_this(), beacon](const Bytes& body, const URLResponse& /*answer*/,
@@ -215,6 +225,7 @@ void TSLDiscovery::friendlyNameForBeacon(const std::shared_ptr<BVBeacon>& beacon
 }
 
 void TSLDiscovery::heard(const std::shared_ptr<BVBeacon>& beacon) {
+  assert(onMainQueue());
   const auto entry = state_->entryLike(*beacon);
   if (!entry) {
     addBeaconsObject(beacon);
@@ -232,6 +243,7 @@ void TSLDiscovery::heard(const std::shared_ptr<BVBeacon>& beacon) {
 }
 
 void TSLDiscovery::removeSilent(Date tick) {
+  assert(onMainQueue());
   for (const auto& silent : beacons()) {
     if (tick - silent->lastUpdated() <= kExpiryAge) continue;
     const auto live = beacons();

@@ -8,10 +8,10 @@
 
 namespace tessel {
 
-/// Picks the text of one element out of a document. Used by one thread at a time.
+/// Extracts the text of one element of a document. Used by one thread at a time.
 ///
-/// The end of an element is not noticed: text that follows it, white space included, replaces
-/// what was captured for as long as no other element starts.
+/// The end of an element has no effect: text that follows it, white space included, replaces the
+/// captured text until another element starts.
 class deviceParser : public XMLParserDelegate {
  public:
   /// `target` is the name of the element wanted.

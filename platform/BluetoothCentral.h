@@ -19,18 +19,20 @@ enum class CentralState : int {
   kPoweredOn = 5,
 };
 
-/// Hears from the radio, on the queue given at creation.
+/// Receives the radio's events, on the queue given at creation.
 class CentralDelegate {
  public:
   virtual ~CentralDelegate() = default;
-  /// The first call tells the state at the start; then one for every change.
+  /// The first call reports the state at the start; then one for every change.
   virtual void centralManagerDidUpdateState(CentralState state) = 0;
-  /// One advertisement. `RSSI` in dBm; 127 when the radio does not tell it.
+  /// One structure of manufacturer data, of any company; an advertisement may have several. `RSSI`
+  /// in dBm; 127 when the radio does not report it.
   virtual void didDiscoverPeripheral(const AdvertisementDictionary& advertisementData,
                                      int RSSI) = 0;
 };
 
-/// The radio, listening for low-energy advertisements. Any thread. Dropping it ends everything.
+/// The radio, which receives low-energy advertisements. Any thread. Its end ends the scan; an event
+/// that is queued may still be delivered.
 class BluetoothCentral {
  public:
   virtual ~BluetoothCentral() = default;
@@ -49,8 +51,8 @@ class Bluetooth {
       const std::weak_ptr<CentralDelegate>& delegate,
       const std::shared_ptr<SerialQueue>& queue) = 0;
 
-  /// What the system reports of the controller's link-layer version: a hexadecimal number such as
-  /// "0x6", empty when it cannot be told. May block for a moment.
+  /// The controller's link-layer version as the system reports it: a hexadecimal number such as
+  /// "0x6", empty when unknown. May block for up to two seconds.
   virtual std::string lmpVersionReport() = 0;
 
   /// What to do on this system about a radio in that state; empty when nothing needs doing.

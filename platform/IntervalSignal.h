@@ -8,8 +8,8 @@
 
 namespace tessel::platform {
 
-/// A signal that sends the date on `queue`, every `period` counted from each subscription. It
-/// ticks for as long as it is held. Any thread.
+/// A signal that sends the date on `queue`, every `period` counted from each subscription. It ends
+/// with its last reference. Any thread.
 std::shared_ptr<Signal<Date>> intervalSignal(const std::shared_ptr<SerialQueue>& queue,
                                              Clock::Duration period);
 

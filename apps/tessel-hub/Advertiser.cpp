@@ -2,9 +2,11 @@
 
 #include <algorithm>
 #include <arpa/inet.h>
+#include <cassert>
 #include <netinet/in.h>
 #include <utility>
 
+#include "discovery/BeaconRecord.h"
 #include "tessel/BVBeacon.h"
 #include "tessel/TSLDiscovery.h"
 
@@ -12,7 +14,7 @@ namespace tessel::hub {
 namespace {
 
 using platform::BlueZClient;
-using platform::BusProperties;
+using platform::VariantMap;
 using namespace std::chrono_literals;
 
 constexpr const char* kObjectPath = "/org/tessel/advertisement";
@@ -20,17 +22,17 @@ constexpr const char* kAdvertisement = "org.bluez.LEAdvertisement1";
 constexpr const char* kManager = "org.bluez.LEAdvertisingManager1";
 constexpr const char* kAdapter = "org.bluez.Adapter1";
 constexpr const char* kProperties = "org.freedesktop.DBus.Properties";
-constexpr std::uint16_t kBeaconCompany = 0x004C;
-constexpr std::int16_t kPowerAtOneMetre = -59;  // dBm, what a computer's antenna comes to
-// A sender that listens all the time hears the hub in well under a second.
-constexpr std::uint32_t kShortestIntervalMilliseconds = 100;
-constexpr std::uint32_t kLongestIntervalMilliseconds = 150;
-constexpr auto kRetryAfter = 5s;
+constexpr std::int16_t kPowerAtOneMetre = -59;  // dBm, typical of a computer's antenna
+// A sender that scans without pause finds the hub in well under a second.
+constexpr std::uint32_t kMinIntervalMilliseconds = 100;
+constexpr std::uint32_t kMaxIntervalMilliseconds = 150;
+constexpr auto kRetryDelay = 5s;
+constexpr auto kReleaseDelay = 1s;
 constexpr const char* kByAddress = " Senders reach this hub by its address.";
 
-// Type and length of a beacon, then its identity; empty when a number of the address is 0, or it
-// is no address: a beacon cannot carry that.
-std::vector<std::uint8_t> payloadFor(const std::string& address) {
+// The beacon's data under its company; empty when a number of the address is 0, or it is no IPv4
+// address: a beacon cannot carry that.
+Bytes payloadFor(const std::string& address) {
   in_addr parsed{};
   if (inet_pton(AF_INET, address.c_str(), &parsed) != 1) return {};
   const std::uint32_t number = ntohl(parsed.s_addr);
@@ -40,14 +42,11 @@ std::vector<std::uint8_t> payloadFor(const std::string& address) {
   const auto beacon =
       BVBeacon::initWithProximityUUID(TSLHubProximityUUID, static_cast<std::uint16_t>(number >> 16),
                                       static_cast<std::uint16_t>(number), kPowerAtOneMetre);
-  std::vector<std::uint8_t> payload{0x02, 0x15};
-  const Bytes identity = beacon->manufacturerAdvertismentData();
-  payload.insert(payload.end(), identity.begin(), identity.end());
-  return payload;
+  return beaconDataOfCompany(*beacon);
 }
 
 // That of the first address that has one.
-std::vector<std::uint8_t> payloadFor(const std::vector<std::string>& addresses) {
+Bytes payloadFor(const std::vector<std::string>& addresses) {
   for (const std::string& address : addresses) {
     if (auto payload = payloadFor(address); !payload.empty()) return payload;
   }
@@ -74,12 +73,12 @@ Advertiser::Advertiser(const std::vector<std::string>& addresses, Notice onNotic
 Advertiser::~Advertiser() { client_.stop(); }
 
 void Advertiser::serviceChanged(BlueZClient::Service service) {
-  listed_ = service == BlueZClient::Service::listed;
+  listed_ = service == BlueZClient::Service::kListed;
   if (!listed_) {
     adapters_.clear();
     adapter_.clear();
   }
-  // The object lives on the connection, and so goes with it.
+  // The object is the connection's, and ends with it.
   if (client_.bus() == nullptr) {
     object_.reset();
   } else if (!object_) {
@@ -87,20 +86,20 @@ void Advertiser::serviceChanged(BlueZClient::Service service) {
     sd_bus_add_object(client_.bus(), &slot, kObjectPath, &Advertiser::onCall, this);
     object_.reset(slot);
   }
-  if (service == BlueZClient::Service::absent || service == BlueZClient::Service::noBus) {
+  if (service == BlueZClient::Service::kAbsent || service == BlueZClient::Service::kNoBus) {
     say(std::string{"Not advertised over Bluetooth: the Bluetooth service does not run."} +
         kByAddress);
-  } else if (service == BlueZClient::Service::refused) {
+  } else if (service == BlueZClient::Service::kRefused) {
     say(std::string{"Not advertised over Bluetooth: this user may not use it."} + kByAddress);
   }
 }
 
 void Advertiser::interfaceAdded(const std::string& path, const std::string& interface,
-                                const BusProperties& properties) {
+                                const VariantMap& properties) {
   if (!platform::isAdapter(path, onlyAdapter_)) return;
   if (interface == kManager) adapters_[path].canAdvertise = true;
   if (interface == kAdapter) {
-    const auto* powered = platform::findProperty<bool>(properties, "Powered");
+    const auto* powered = platform::findValue<bool>(properties, "Powered");
     adapters_[path].powered = powered != nullptr && *powered;
   }
 }
@@ -117,8 +116,8 @@ void Advertiser::interfaceRemoved(const std::string& path, const std::string& in
 }
 
 void Advertiser::propertiesChanged(const std::string& path, const std::string& interface,
-                                   const BusProperties& changed, const std::vector<std::string>&) {
-  const auto* powered = platform::findProperty<bool>(changed, "Powered");
+                                   const VariantMap& changed, const std::vector<std::string>&) {
+  const auto* powered = platform::findValue<bool>(changed, "Powered");
   const auto entry = adapters_.find(path);
   if (interface != kAdapter || powered == nullptr || entry == adapters_.end()) return;
   entry->second.powered = *powered;
@@ -143,6 +142,7 @@ std::string Advertiser::whyNoneWorks() const {
 }
 
 void Advertiser::settled() {
+  assert(client_.thread().isCurrent());
   if (!listed_) return;
   const std::string chosen = chooseAdapter();
   if (chosen.empty()) say("Not advertised over Bluetooth: " + whyNoneWorks() + "." + kByAddress);
@@ -167,23 +167,25 @@ void Advertiser::unregister() {
 }
 
 void Advertiser::registered(unsigned attempt, const char* errorName) {
+  assert(client_.thread().isCurrent());
   if (attempt != attempt_ || adapter_.empty()) return;
   if (errorName == nullptr) {
     say("Advertised over Bluetooth: senders in range find this hub.");
     return;
   }
   adapter_.clear();
-  retry_.arm(kRetryAfter);
+  retry_.arm(kRetryDelay);
   say("Not advertised over Bluetooth: the adapter does not take the advertisement (" +
       std::string{errorName} + ")." + kByAddress);
 }
 
-// BlueZ has let the advertisement go. It does so for an adapter that goes as well, and then its
-// news come next: the pause keeps the two apart.
+// BlueZ has dropped the advertisement. It does so for an adapter that goes as well, and signals
+// that next: the pause keeps the two apart.
 void Advertiser::released() {
+  assert(client_.thread().isCurrent());
   adapter_.clear();
   ++attempt_;
-  retry_.arm(1s);
+  retry_.arm(kReleaseDelay);
 }
 
 void Advertiser::say(const std::string& sentence) {
@@ -209,8 +211,7 @@ int Advertiser::answerProperties(sd_bus_message* call) const {
   const platform::SdMessage reply{made};
   sd_bus_message_open_container(made, 'a', "{sv}");
   sd_bus_message_append(made, "{sv}{sv}{sv}", "Type", "s", "broadcast", "MinInterval", "u",
-                        kShortestIntervalMilliseconds, "MaxInterval", "u",
-                        kLongestIntervalMilliseconds);
+                        kMinIntervalMilliseconds, "MaxInterval", "u", kMaxIntervalMilliseconds);
   sd_bus_message_open_container(made, 'e', "sv");
   sd_bus_message_append(made, "s", "ManufacturerData");
   sd_bus_message_open_container(made, 'v', "a{qv}");

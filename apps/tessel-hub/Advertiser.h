@@ -7,19 +7,23 @@
 
 #include "platform/linux/bluez/BlueZAdapters.h"
 #include "platform/linux/bluez/BlueZClient.h"
+#include "platform/linux/dbus/OneShotTimer.h"
+#include "platform/linux/dbus/SdBus.h"
+#include "platform/linux/dbus/Variant.h"
+#include "tessel/Types.h"
 
 namespace tessel::hub {
 
 /// Advertises the hub over Bluetooth for as long as it lives: as the beacon whose major and minor
-/// carry the hub's IPv4 address. Goes on by itself when an adapter is switched on or plugged in,
+/// carry the hub's IPv4 address. Resumes by itself when an adapter is switched on or plugged in,
 /// and when bluetoothd restarts.
 ///
-/// The first powered adapter is used, or the one that the environment variable TESSEL_ADAPTER
-/// names, such as "hci1". Everything runs on a thread of its own.
+/// Uses the first powered adapter, or the one that the environment variable TESSEL_ADAPTER names,
+/// such as "hci1". Everything runs on a thread of its own.
 class Advertiser : private platform::BlueZClient::Listener {
  public:
-  /// Told on the advertiser's thread, in a sentence, whether the hub is advertised; each time that
-  /// changes.
+  /// Called on the advertiser's thread with a sentence that says whether the hub is advertised,
+  /// each time that changes.
   using Notice = std::function<void(const std::string& sentence)>;
 
   /// `addresses`: where senders reach the hub; none when it is in no network. The first one that a
@@ -38,10 +42,10 @@ class Advertiser : private platform::BlueZClient::Listener {
 
   void serviceChanged(platform::BlueZClient::Service service) override;
   void interfaceAdded(const std::string& path, const std::string& interface,
-                      const platform::BusProperties& properties) override;
+                      const platform::VariantMap& properties) override;
   void interfaceRemoved(const std::string& path, const std::string& interface) override;
   void propertiesChanged(const std::string& path, const std::string& interface,
-                         const platform::BusProperties& changed,
+                         const platform::VariantMap& changed,
                          const std::vector<std::string>& invalidated) override;
   void settled() override;
 
@@ -57,7 +61,7 @@ class Advertiser : private platform::BlueZClient::Listener {
 
   const Notice onNotice_;
   const std::string onlyAdapter_ = platform::adapterOfEnvironment();
-  const std::vector<std::uint8_t> payload_;  // manufacturer data without the company identifier
+  const Bytes payload_;  // the beacon's data under its company
   // The rest belongs to the client's thread.
   bool listed_ = false;
   std::map<std::string, Adapter, platform::ByNumber> adapters_;

@@ -115,13 +115,13 @@ class Lister : public std::enable_shared_from_this<Lister> {
   void changed(const BeaconListChange& change) {
     const auto hub = hubOf(*change.beacon);
     if (!hub) return;
-    if (change.kind == BeaconListChange::Kind::removal) {
+    if (change.kind == BeaconListChange::Kind::kRemoval) {
       report_->gone(*hub);
     } else {
       report_->present(*hub);
     }
     // Changes of the signal alone are drawn with the next tick.
-    if (change.kind != BeaconListChange::Kind::update) draw();
+    if (change.kind != BeaconListChange::Kind::kUpdate) draw();
   }
 
   void bluetooth(BVGBluetoothState state) {

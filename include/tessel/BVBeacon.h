@@ -29,7 +29,7 @@ struct UUID {
 /// "kCBAdvDataAppleBeaconKey".
 TESSEL_EXPORT extern const std::string BVBeaconAdvertismentManufacturerDataKey;
 
-/// One heard iBeacon: its identity, its power, and what was learnt about it since.
+/// One heard iBeacon: its identity, its power, and what has been learnt about it since.
 ///
 /// Two beacons are the same hub by `isEqualToBeacon`; collections hold them by identity. Each
 /// accessor may be called from any thread (a name fetch writes while the main queue reads).
@@ -72,7 +72,7 @@ class TESSEL_EXPORT BVBeacon {
 
   /// @name What was learnt
   /// The setters store what they are given. A hub directory calls them for its entries when it
-  /// hears a hub again (see TSLDiscovery); nobody is told of a call by anyone else.
+  /// hears a hub again (see TSLDiscovery); a call by a host is not reported to observers.
   /// @{
   UUID proximityUUID() const;
   void setProximityUUID(const UUID& proximityUUID);
@@ -83,7 +83,7 @@ class TESSEL_EXPORT BVBeacon {
   /// Calibrated power at one metre in dBm.
   std::int16_t measuredPower() const;
   void setMeasuredPower(std::int16_t measuredPower);
-  /// Signal strength of the last advertisement in dBm; 127 when the radio did not tell it, and none
+  /// Signal strength of the last advertisement in dBm; 127 when the radio did not report it, none
   /// for a beacon that was not heard.
   std::optional<int> RSSI() const;
   void setRSSI(std::optional<int> RSSI);
@@ -93,7 +93,7 @@ class TESSEL_EXPORT BVBeacon {
   /// Dotted-quad IPv4 address of the hub; none until derived, or when major and minor hold none.
   std::optional<std::string> IPAddr() const;
   void setIPAddr(const std::optional<std::string>& IPAddr);
-  /// Display name of the hub in UTF-8; none until fetched, or when the hub tells none. As the hub
+  /// Display name of the hub in UTF-8; none until fetched, or when the hub has none. As the hub
   /// sent it: a program that shows it must escape what its output would interpret.
   std::optional<std::string> friendlyName() const;
   void setFriendlyName(const std::optional<std::string>& friendlyName);

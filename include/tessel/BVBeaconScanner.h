@@ -30,21 +30,21 @@ TESSEL_EXPORT extern const BVGBluetoothState BVGBluetoothStatePoweredOn;
 /// A sentence for the user. Anything but one of the six constants, null included, is unknown.
 TESSEL_EXPORT std::string BVBluetoothStateDescription(BVGBluetoothState state);
 
-/// Listens for beacons while Bluetooth is on, and publishes what it hears.
+/// Scans for beacons while Bluetooth is on, and publishes those it receives.
 ///
-/// Everything of the Bluetooth stack runs on `managerQueue`; subscribers receive there unless they
-/// move, or on a thread that subscribes just then (see Signal). Any thread may call.
+/// The Bluetooth stack calls back on `managerQueue`, and subscribers are called there, or on a
+/// thread that subscribes just then (see Signal), unless they use `deliverOn`. Any thread may call.
 class TESSEL_EXPORT BVBeaconScanner {
  public:
   /// The scanner of this process, made on the first call.
   static std::shared_ptr<BVBeaconScanner> sharedBeaconScanner();
-  /// A scanner of its own, with its own view of the radio. It begins to scan when the radio is on.
+  /// An independent scanner with a central of its own. It begins to scan when the radio is on.
   static std::shared_ptr<BVBeaconScanner> init();
   ~BVBeaconScanner();
 
   /// Starts a scan that reports every advertisement; does nothing unless Bluetooth is on. The
   /// scanner calls it by itself whenever Bluetooth goes on. A scan that the radio refuses is tried
-  /// again; nobody is told of it.
+  /// again silently.
   void startScanning();
   /// Ends the scan until `startScanning`, or until Bluetooth goes off and on. The scanner calls it
   /// by itself when Bluetooth goes off.

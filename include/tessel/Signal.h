@@ -12,8 +12,8 @@
 
 namespace tessel {
 
-/// A stream of values that anybody may subscribe to. Values arrive on a thread that sends or
-/// subscribes, unless `deliverOn` moved them. A subscription lasts as long as the stream; hold
+/// A stream of values. They arrive on a thread that sends or subscribes, unless `deliverOn` moved
+/// them. A subscription lasts as long as the stream; hold
 /// objects weakly in a subscriber that may outlive them.
 template <typename T>
 class Signal : public std::enable_shared_from_this<Signal<T>> {
@@ -32,13 +32,12 @@ class Signal : public std::enable_shared_from_this<Signal<T>> {
   std::shared_ptr<Signal> deliverOn(std::shared_ptr<OperationQueue> queue);
 };
 
-/// A signal that one sends into. It remembers the last value and gives it to a new subscriber.
+/// A signal with a sender. It keeps the last value and replays it to a new subscriber.
 ///
 /// Any thread. Each subscriber receives one value at a time, in the order in which they were sent,
-/// so that its last one is the last one of all. While a thread hands values over, those that others
-/// send or a new subscriber is to have are lined up for that thread: then `sendNext` and
-/// `subscribeNext` return at once. No lock is held while subscribers run; they may call in, and
-/// must not throw.
+/// so that its last one is the last one of all. While one thread delivers, values that others send
+/// or that are replayed are queued for that thread: `sendNext` and `subscribeNext` then return at
+/// once. No lock is held while subscribers run; they may call in, and must not throw.
 template <typename T>
 class ReplaySubject : public Signal<T> {
  public:
@@ -48,18 +47,18 @@ class ReplaySubject : public Signal<T> {
     {
       const std::lock_guard lock{mutex_};
       last_ = value;
-      for (const auto& next : subscribers_) linedUp_.push_back({next, value});
+      for (const auto& next : subscribers_) queued_.push_back({next, value});
     }
-    handOver();
+    deliver();
   }
 
   void subscribeNext(Next next) override {
     {
       const std::lock_guard lock{mutex_};
       subscribers_.push_back(std::make_shared<const Next>(std::move(next)));
-      if (last_) linedUp_.push_back({subscribers_.back(), *last_});
+      if (last_) queued_.push_back({subscribers_.back(), *last_});
     }
-    handOver();
+    deliver();
   }
 
  private:
@@ -68,31 +67,31 @@ class ReplaySubject : public Signal<T> {
     T value;
   };
 
-  // Makes the calls that are lined up, unless another thread, or a caller of this one, is at it.
-  void handOver() {
+  // Makes the queued calls, unless another thread, or a caller of this one, is doing so.
+  void deliver() {
     const auto held = this->weak_from_this().lock();  // a subscriber may drop the last reference
     std::unique_lock lock{mutex_};
-    if (handingOver_) return;
-    handingOver_ = true;
-    while (!linedUp_.empty()) {
-      std::optional<Call> call{std::move(linedUp_.front())};
-      linedUp_.pop_front();
+    if (delivering_) return;
+    delivering_ = true;
+    while (!queued_.empty()) {
+      std::optional<Call> call{std::move(queued_.front())};
+      queued_.pop_front();
       lock.unlock();
       (*call->next)(call->value);
       call.reset();  // the value's end may call in
       lock.lock();
     }
-    handingOver_ = false;
+    delivering_ = false;
   }
 
   std::mutex mutex_;  // guards all below
   std::vector<std::shared_ptr<const Next>> subscribers_;
   std::optional<T> last_;
-  std::deque<Call> linedUp_;
-  bool handingOver_ = false;
+  std::deque<Call> queued_;
+  bool delivering_ = false;
 };
 
-/// A signal made of a function that subscribes to another one.
+/// A signal defined by a function that subscribes to another one.
 template <typename T>
 class DerivedSignal : public Signal<T> {
  public:

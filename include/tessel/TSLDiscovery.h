@@ -20,17 +20,17 @@ TESSEL_EXPORT extern const UUID TSLHubProximityUUID;
 /// What happened to one entry of a hub list.
 struct BeaconListChange {
   enum class Kind {
-    insertion,  ///< `beacon` is now at `index`
-    removal,    ///< `beacon` was at `index`
-    update,     ///< signal, time, address or name of the entry at `index` changed
+    kInsertion,  ///< `beacon` is now at `index`
+    kRemoval,    ///< `beacon` was at `index`
+    kUpdate,     ///< signal, time, address or name of the entry at `index` changed
   };
   Kind kind;
   std::size_t index;
   std::shared_ptr<BVBeacon> beacon;
 };
 
-/// The list of the hubs in range, in the order in which they were found, with their signal
-/// strengths, addresses and friendly names. A hub leaves it when not heard for 15 seconds.
+/// The list of the hubs in range, in the order of their discovery, with their signal strengths,
+/// addresses and friendly names. A hub leaves it when not heard for more than 15 seconds.
 ///
 /// Discovery runs for as long as the object lives; there is no start and no stop. The list changes
 /// on the main queue only, so that must run (see tessel/MainQueue.h).
@@ -48,12 +48,12 @@ class TESSEL_EXPORT TSLDiscovery : public std::enable_shared_from_this<TSLDiscov
   /// A snapshot of the list. Any thread.
   std::vector<std::shared_ptr<BVBeacon>> beacons() const;
   /// Calls `observer` on the main queue for every change from now on, one at a time, in order, for
-  /// as long as the directory lives: an observer cannot be taken back, so it holds weakly what may
-  /// go before. Any thread.
+  /// as long as the directory lives: an observer cannot be removed, so it holds weakly what may be
+  /// destroyed before. Any thread.
   void observeBeacons(Observer observer);
 
-  /// The scanner's beacons with the hubs' proximity UUID, on the scanner's queue or on
-  /// a thread that subscribes just then; the last one heard comes at once (see Signal).
+  /// The scanner's beacons with the hubs' proximity UUID, on the scanner's queue or on a thread
+  /// that subscribes just then; a new subscriber first gets the last one heard (see Signal).
   std::shared_ptr<Signal<std::shared_ptr<BVBeacon>>> beaconSignal() const;
   /// The housekeeping tick: the date, every 2 seconds, on the main queue.
   std::shared_ptr<Signal<Date>> housekeepingSignal() const;

@@ -94,7 +94,7 @@ build() {
         basename "$m" .xz >> "$tmp/r/mod/list"
     done < "$tmp/list"
     cp "$(command -v busybox)" "$tmp/r/bin/busybox"
-    gcc -O2 -static -o "$tmp/r/vradio" "$here/guest/vradio.c" || die "vradio.c does not build"
+    gcc -O2 -static -o "$tmp/r/vradio" "$here"/guest/*.c || die "vradio does not build"
     cp "$here/guest/start.sh" "$tmp/r/start.sh"
     cp "$here/guest/init" "$tmp/r/init"
     chmod +x "$tmp/r/init"

@@ -1,5 +1,5 @@
 // advertiser_probe ADDRESS...: advertises a hub at these addresses until standard input ends, and
-// prints what the advertiser tells.
+// prints the advertiser's notices.
 
 #include <iostream>
 #include <string>

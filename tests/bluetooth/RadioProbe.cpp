@@ -1,4 +1,4 @@
-// What the scanner hears, one line each, until standard input ends:
+// Prints what the scanner publishes, one line each, until standard input ends:
 //
 //     state BVGBluetoothStatePoweredOn
 //     beacon MAJOR MINOR POWER RSSI

@@ -150,7 +150,7 @@ class WithAnEmptyChoice(AdvertiserTest):
 class AtAddressesThatNoBeaconCanCarry(AdvertiserTest):
     addresses = ['127.0.0.2', 'fe80::1']
 
-    def test_the_first_one_is_told(self):
+    def test_the_first_one_is_named(self):
         self.assertIn('cannot carry the address 127.0.0.2', self.probe.expect(NOT))
 
 

@@ -1,6 +1,6 @@
 """A BlueZ for python3-dbusmock: adapters and devices that the test makes and changes.
 
-dbusmock's own BlueZ knows no power states, and its devices have manufacturer data of the wrong
+dbusmock's own BlueZ has no power states, and its devices have manufacturer data of the wrong
 type. Here the test gives every property with its type, right or wrong.
 """
 import dbus

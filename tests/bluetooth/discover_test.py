@@ -26,7 +26,7 @@ class DiscoverTest(BlueZTest):
         self.bluez.appear(DEVICE, {'RSSI': dbus.Int16(rssi),
                                    'ManufacturerData': beacon(**identity)})
 
-    def test_json_tells_of_a_hub_and_of_its_end(self):
+    def test_json_reports_a_hub_and_its_end(self):
         program = self.start('--json')
         self.appear()
         self.assertEqual(json.loads(program.expect('"hub"')),
@@ -62,7 +62,7 @@ class DiscoverTest(BlueZTest):
                          {'event': 'hub', 'address': '127.1.2.3', 'name': 'Room "1" & 2',
                           'rssi': -52})
 
-    def test_the_last_signal_is_told_although_nothing_follows(self):
+    def test_the_last_signal_is_reported_although_nothing_follows(self):
         program = self.start('--json')
         self.appear(major=0x7F01, minor=0x0206)
         program.expect('"rssi":-52')
@@ -129,7 +129,7 @@ class DiscoverTest(BlueZTest):
             program.expect('"state"')
             self.bluez.wait_for_call('StopDiscovery')
 
-    def test_a_cast_to_a_hub_by_name_tells_what_it_hears_meanwhile(self):
+    def test_a_cast_to_a_hub_by_name_reports_the_hubs_found_meanwhile(self):
         program = Program('bin/tessel', 'cast', '--name', 'Room 1', errors=subprocess.STDOUT)
         self.addCleanup(program.interrupt)
         self.assertEqual(program.expect(''),
@@ -139,7 +139,7 @@ class DiscoverTest(BlueZTest):
                          '192.168.1.100. Still listening for the hub "Room 1".')
         self.assertEqual(program.interrupt(), 0)
 
-    def test_a_cast_to_the_first_hub_tells_that_none_is_heard(self):
+    def test_a_cast_to_the_first_hub_reports_that_there_is_none(self):
         program = Program('bin/tessel', 'cast', '--first', errors=subprocess.STDOUT)
         self.addCleanup(program.interrupt)
         program.expect('Listening for a hub')
@@ -152,13 +152,13 @@ class DiscoverTest(BlueZTest):
         self.appear()
         self.assertTrue(any(b'"hub"' in line for line in process.stdout))
         process.stdout.close()
-        self.bluez.hear(DEVICE, {'RSSI': dbus.Int16(-70)})  # told of at the latest as gone
+        self.bluez.hear(DEVICE, {'RSSI': dbus.Int16(-70)})  # reported at the latest as gone
         self.assertEqual(process.wait(PATIENCE), 0)
 
     def test_the_time_is_up(self):
         self.assertEqual(self.wait(self.start('--json', '--timeout', '5')), 0)
 
-    def test_bluetooth_that_is_off_is_told_and_fails_in_the_end(self):
+    def test_bluetooth_that_is_off_is_reported_and_fails_in_the_end(self):
         self.bluez.power(False)
         program = self.start('--timeout', '5')
         self.assertIn('tessel doctor', program.expect('.'))

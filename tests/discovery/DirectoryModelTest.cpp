@@ -43,21 +43,21 @@ struct Model {
   }
 };
 
-// A host's table that follows the changes told to it.
+// A host's table that follows the changes reported to it.
 struct Table {
   std::vector<std::uint16_t> minors;
 
   void apply(const BeaconListChange& change) {
     const auto at = minors.begin() + static_cast<std::ptrdiff_t>(change.index);
     switch (change.kind) {
-      case BeaconListChange::Kind::insertion:
+      case BeaconListChange::Kind::kInsertion:
         minors.insert(at, change.beacon->minor());
         break;
-      case BeaconListChange::Kind::removal:
+      case BeaconListChange::Kind::kRemoval:
         EXPECT_EQ(*at, change.beacon->minor());
         minors.erase(at);
         break;
-      case BeaconListChange::Kind::update:
+      case BeaconListChange::Kind::kUpdate:
         EXPECT_EQ(*at, change.beacon->minor());
         break;
     }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <gmock/gmock.h>
 
 #include "tessel/BVBeaconScanner.h"
@@ -44,7 +45,12 @@ class TSLDiscoveryTest : public testing::Test {
     });
   }
 
-  // For so long the main queue does nothing else.
+  // Runs `task` on the main queue, to which the list's changes belong.
+  void onMain(std::function<void()> task) {
+    world.scheduler.mainQueue()->async(std::move(task));
+    world.run();
+  }
+  // Occupies the main queue that long.
   void keepMainQueueBusy(platform::Clock::Duration duration) {
     world.scheduler.mainQueue()->async([this, duration] { world.scheduler.sleep(duration); });
     world.run();

@@ -1,4 +1,4 @@
-// How a listed hub gets its name, and keeps it.
+// How a listed hub gets and keeps its name.
 #include "tests/discovery/DiscoveryFixture.h"
 
 namespace tessel::test {
@@ -13,12 +13,12 @@ using HubNamesTest = TSLDiscoveryTest;
 TEST_F(HubNamesTest, AskingForTheNameMarksTheBeaconAsHeardNow) {
   const auto beacon = BVBeacon::initWithProximityUUID(TSLHubProximityUUID, kMajor, kMinor, -59);
   world.advance(7s);
-  discovery->friendlyNameForBeacon(beacon);
+  onMain([&] { discovery->friendlyNameForBeacon(beacon); });
   EXPECT_EQ(beacon->lastUpdated(), world.now() - 7s);
-  discovery->updateFriendlyNameForBeacon(beacon);
+  onMain([&] { discovery->updateFriendlyNameForBeacon(beacon); });
   EXPECT_EQ(beacon->lastUpdated(), world.now());
   world.advance(7s);
-  discovery->addBeaconsObject(beacon);
+  onMain([&] { discovery->addBeaconsObject(beacon); });
   EXPECT_EQ(beacon->lastUpdated(), world.now());
 }
 
@@ -34,7 +34,7 @@ TEST_F(HubNamesTest, AnAnswerIsTakenWithoutTheMainQueue) {
   EXPECT_THAT(changes, ElementsAre("insertion 0", "update 0"));
 }
 
-TEST_F(HubNamesTest, NobodyWaitsForAFetchThatAnAdvertisementCaused) {
+TEST_F(HubNamesTest, AFetchThatAnAdvertisementCausesRunsInTheBackground) {
   hearHub();
   EXPECT_TRUE(world.http.last()->background);
 }
@@ -51,7 +51,7 @@ TEST_F(HubNamesTest, AnHTTPErrorStatusCountsAsACompletedFetch) {
   answer(details("Room 1"));
   world.advance(10s);
   hearHub();
-  discovery->updateFriendlyNameForBeacon(entry());
+  onMain([this] { discovery->updateFriendlyNameForBeacon(entry()); });
   answer("<html><body>Not found</body></html>", 404);
   EXPECT_EQ(entry()->friendlyName(), std::nullopt);
   EXPECT_EQ(entry()->lastGetFriendlyName(), world.now());
@@ -86,6 +86,20 @@ TEST_F(HubNamesTest, AHubWithoutANameIsFetchedAtEveryAdvertisementInASessionOfIt
   for (int i = 0; i < 5; ++i) hearHub();
   EXPECT_EQ(world.http.requests.size(), 5U);
   EXPECT_EQ(world.http.sessionsMade, 5);
+}
+
+TEST_F(HubNamesTest, ARequestThatHangsHoldsUpNeitherTheNextOneNorAnotherHubs) {
+  hearHub();  // this request hangs
+  world.advance(1s);
+  hearHub();
+  answer(details("Room 1"));
+  EXPECT_EQ(entry()->friendlyName(), "Room 1");
+  hear(hubAdvert(kMajor, kMinor + 1));
+  answer(details("Room 2"));
+  EXPECT_EQ(entry(1)->friendlyName(), "Room 2");
+  world.http.requests.front()->fail({"tessel.url", 28, "timed out"});
+  world.run();
+  EXPECT_EQ(entry()->friendlyName(), "Room 1");
 }
 
 TEST_F(HubNamesTest, AFailedFetchChangesNothingAndTheNextAdvertisementFetchesAgain) {

@@ -19,11 +19,11 @@ TEST_F(TSLDiscoveryTest, MajorAndMinorYieldTheAddressAndAFetchOfTheDetails) {
   EXPECT_EQ(world.http.last()->timeout, 60s);
 }
 
-TEST_F(TSLDiscoveryTest, AHubEntersTheListWithItsAddressAndItsNameAskedFor) {
+TEST_F(TSLDiscoveryTest, AHubEntersTheListWithItsAddressAndItsNameRequested) {
   bool entered = false;
   discovery->observeBeacons([&](const BeaconListChange& change) {
     entered = true;
-    EXPECT_EQ(change.kind, BeaconListChange::Kind::insertion);
+    EXPECT_EQ(change.kind, BeaconListChange::Kind::kInsertion);
     EXPECT_EQ(change.beacon->IPAddr(), "192.168.1.100");
     EXPECT_THAT(urls(), ElementsAre(kURL));
   });
@@ -43,7 +43,7 @@ TEST_F(TSLDiscoveryTest, AKnownHubKeepsTheTimeAtWhichItWasHeard) {
   EXPECT_EQ(entry()->lastUpdated(), heard);
 }
 
-TEST_F(TSLDiscoveryTest, TheHubsAreToldApartOnTheScannersQueue) {
+TEST_F(TSLDiscoveryTest, TheFilterRunsOnTheScannersQueue) {
   const auto managerQueue = BVBeaconScanner::sharedBeaconScanner()->managerQueue();
   keepMainQueueBusy(3s);
   int onQueue = 0;
@@ -60,8 +60,10 @@ TEST_F(TSLDiscoveryTest, TheHubsAreToldApartOnTheScannersQueue) {
 TEST_F(TSLDiscoveryTest, OfTwoEqualEntriesTheFirstIsFoundAndRemoved) {
   const auto first = BVBeacon::initWithProximityUUID(TSLHubProximityUUID, kMajor, kMinor, -59);
   const auto second = first->copy();
-  discovery->insertObjectInBeaconsAtIndex(first, 0);
-  discovery->insertObjectInBeaconsAtIndex(second, 1);
+  onMain([&] {
+    discovery->insertObjectInBeaconsAtIndex(first, 0);
+    discovery->insertObjectInBeaconsAtIndex(second, 1);
+  });
   EXPECT_EQ(discovery->rowForBeacon(second), 0);
   second->setLastUpdated(world.now() - 16s);
   world.advance(2s);
@@ -106,8 +108,8 @@ TEST_F(TSLDiscoveryTest, ABeaconOfAnotherProximityUUIDNeverEntersTheList) {
 TEST_F(TSLDiscoveryTest, RowForBeaconIgnoresTheUUID) {
   hear(hubAdvert(0x0A0B, 0x0C0D));
   hearHub();
-  const auto stranger = BVBeacon::initWithProximityUUID(UUID{}, kMajor, kMinor, -1);
-  EXPECT_EQ(discovery->rowForBeacon(stranger), 1);
+  const auto other = BVBeacon::initWithProximityUUID(UUID{}, kMajor, kMinor, -1);
+  EXPECT_EQ(discovery->rowForBeacon(other), 1);
   EXPECT_EQ(
       discovery->rowForBeacon(BVBeacon::initWithProximityUUID(TSLHubProximityUUID, kMajor, 1, 0)),
       TSLDiscovery::kNotFound);
@@ -172,17 +174,19 @@ TEST_F(TSLDiscoveryTest, AKnownHubIsUpdatedInPlace) {
 
 TEST_F(TSLDiscoveryTest, ANullBeaconIsIgnored) {
   observe();
-  discovery->friendlyNameForBeacon(nullptr);
-  discovery->updateFriendlyNameForBeacon(nullptr);
-  discovery->addBeaconsObject(nullptr);
-  discovery->insertObjectInBeaconsAtIndex(nullptr, 0);
+  onMain([this] {
+    discovery->friendlyNameForBeacon(nullptr);
+    discovery->updateFriendlyNameForBeacon(nullptr);
+    discovery->addBeaconsObject(nullptr);
+    discovery->insertObjectInBeaconsAtIndex(nullptr, 0);
+  });
   world.advance(2s);
   EXPECT_THAT(discovery->beacons(), IsEmpty());
   EXPECT_THAT(changes, IsEmpty());
   EXPECT_THAT(world.http.requests, IsEmpty());
 }
 
-TEST_F(TSLDiscoveryTest, ObserversHearOfInsertionsUpdatesAndRemovalsOnTheMainQueue) {
+TEST_F(TSLDiscoveryTest, InsertionsUpdatesAndRemovalsAreReportedOnTheMainQueue) {
   observe();
   hearHub();
   EXPECT_THAT(changes, ElementsAre("insertion 0"));
@@ -219,7 +223,7 @@ TEST_F(TSLDiscoveryTest, NoObserverIsCalledAfterTheDirectoryIsGone) {
   EXPECT_EQ(world.scheduler.runningTimers(), 0);
 }
 
-TEST_F(TSLDiscoveryTest, TwoDirectoriesHearTheSameScanner) {
+TEST_F(TSLDiscoveryTest, TwoDirectoriesShareTheScanner) {
   const auto second = TSLDiscovery::init();
   EXPECT_EQ(world.bluetooth.centrals.size(), 1U);
   hearHub();
@@ -254,9 +258,11 @@ TEST_F(TSLDiscoveryTest, HostsMayReadTheFilteredBeacons) {
 
 TEST_F(TSLDiscoveryTest, ChangesBeyondTheEndOfTheListAreIgnored) {
   observe();
-  discovery->removeObjectFromBeaconsAtIndex(0);
-  discovery->insertObjectInBeaconsAtIndex(
-      BVBeacon::initWithProximityUUID(TSLHubProximityUUID, 1, 2, 0), 1);
+  onMain([this] {
+    discovery->removeObjectFromBeaconsAtIndex(0);
+    discovery->insertObjectInBeaconsAtIndex(
+        BVBeacon::initWithProximityUUID(TSLHubProximityUUID, 1, 2, 0), 1);
+  });
   EXPECT_THAT(discovery->beacons(), IsEmpty());
   EXPECT_THAT(changes, IsEmpty());
 }

@@ -1,22 +1,24 @@
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cstdio>
 #include <optional>
 #include <utility>
 
 #include "platform/linux/bluez/BlueZCentral.h"
-#include "platform/linux/bluez/BlueZProperties.h"
 #include "platform/linux/bluez/BluetoothAdvice.h"
 #include "platform/linux/bluez/BluetoothServices.h"
 #include "platform/linux/bluez/ManagementSocket.h"
+#include "platform/linux/dbus/ObjectManager.h"
 #include "platform/linux/dbus/SdBus.h"
 
 namespace tessel::platform {
 namespace {
 
-constexpr std::uint64_t kAnswerWithinMicroseconds = 1'000'000;
+// Of the kernel, and then of BlueZ.
+constexpr std::chrono::microseconds kAnswerTimeout = std::chrono::seconds{1};
 
-// The highest link-layer version that BlueZ tells of its adapters; only a newer one tells it.
+// The highest link-layer version of BlueZ's adapters; an older BlueZ does not report it.
 std::optional<unsigned> controllerVersionOfBlueZ() {
   sd_bus* opened = nullptr;
   if (sd_bus_open_system(&opened) < 0) return std::nullopt;
@@ -30,14 +32,14 @@ std::optional<unsigned> controllerVersionOfBlueZ() {
   const SdMessage call{made};
   sd_bus_message_set_auto_start(made, 0);
   sd_bus_message* answered = nullptr;
-  if (sd_bus_call(opened, made, kAnswerWithinMicroseconds, nullptr, &answered) < 0) {
+  if (sd_bus_call(opened, made, kAnswerTimeout.count(), nullptr, &answered) < 0) {
     return std::nullopt;
   }
   const SdMessage answer{answered};
   std::optional<unsigned> highest;
   readManagedObjects(answered, [&highest](const auto&, const std::string& interface,
-                                          const BusProperties& properties) {
-    const auto* version = findProperty<std::int64_t>(properties, "Version");
+                                          const VariantMap& properties) {
+    const auto* version = findValue<std::int64_t>(properties, "Version");
     if (interface != "org.bluez.Adapter1" || version == nullptr || *version < 0) return;
     highest = std::max(highest.value_or(0), static_cast<unsigned>(*version));
   });
@@ -53,7 +55,8 @@ class BlueZBluetooth final : public Bluetooth {
   }
 
   std::string lmpVersionReport() override {
-    auto version = controllerVersionOfKernel();
+    auto version =
+        ManagementSocket::open().controllerVersion(ManagementSocket::Clock::now() + kAnswerTimeout);
     if (!version) version = controllerVersionOfBlueZ();
     if (!version) return {};
     std::array<char, 16> text{};

@@ -1,7 +1,8 @@
 #include "platform/linux/bluez/BlueZCentral.h"
 
 #include <algorithm>
-#include <cstring>
+#include <cassert>
+#include <string_view>
 #include <utility>
 
 #include "platform/linux/bluez/BlueZAdapters.h"
@@ -12,19 +13,27 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr const char* kAdapter = "org.bluez.Adapter1";
-// How long a bluetoothd that has gone is taken to be on its way back.
-constexpr auto kRestartTakes = 10s;
-constexpr auto kFirstRetry = 1s;
-constexpr auto kLongestRetry = 8s;
+constexpr std::string_view kInProgressError = "org.bluez.Error.InProgress";
+// How long a bluetoothd that has gone counts as restarting.
+constexpr auto kRestartTimeout = 10s;
+constexpr auto kMinRetryDelay = 1s;
+constexpr auto kMaxRetryDelay = 8s;
 
 void fillFilter(sd_bus_message* message, bool allowDuplicates) {
   sd_bus_message_append(message, "a{sv}", 2, "Transport", "s", "le", "DuplicateData", "b",
                         allowDuplicates ? 1 : 0);
 }
 
-bool isRefusal(const char* errorName) {
-  return std::strcmp(errorName, "org.freedesktop.DBus.Error.AccessDenied") == 0 ||
-         std::strcmp(errorName, "org.bluez.Error.NotAuthorized") == 0;
+bool isRefusal(std::string_view errorName) {
+  return errorName == SD_BUS_ERROR_ACCESS_DENIED || errorName == "org.bluez.Error.NotAuthorized";
+}
+
+// An advertisement's structure of manufacturer data as it is on the air: the company identifier,
+// little-endian, and its data.
+Bytes onTheAir(std::uint16_t company, const Bytes& data) {
+  Bytes bytes{static_cast<std::uint8_t>(company), static_cast<std::uint8_t>(company >> 8)};
+  bytes.insert(bytes.end(), data.begin(), data.end());
+  return bytes;
 }
 
 }  // namespace
@@ -34,10 +43,10 @@ BlueZCentral::BlueZCentral(const std::weak_ptr<CentralDelegate>& delegate,
     : delegate_{delegate},
       queue_{std::move(queue)},
       radio_{adapterOfEnvironment()},
-      retryAfter_{kFirstRetry},
+      retryDelay_{kMinRetryDelay},
       client_{*this, "tessel.bluez"},
-      retry_{client_.thread(), [this] { manageDiscovery(); }},
-      waitForRestart_{client_.thread(), [this] {
+      retry_{client_.thread(), [this] { retryDiscovery(); }},
+      restartTimeout_{client_.thread(), [this] {
                         radio_.giveUpWaiting();
                         settled();
                       }} {
@@ -62,11 +71,11 @@ void BlueZCentral::stopScan() {
 
 void BlueZCentral::serviceChanged(BlueZClient::Service service) {
   radio_.serviceChanged(service);
-  if (service != BlueZClient::Service::listed) discovery_.adapter.clear();
+  if (service != BlueZClient::Service::kListed) discovery_.adapter.clear();
 }
 
 void BlueZCentral::interfaceAdded(const std::string& path, const std::string& interface,
-                                  const BusProperties& properties) {
+                                  const VariantMap& properties) {
   radio_.interfaceAdded(path, interface, properties);
 }
 
@@ -76,22 +85,21 @@ void BlueZCentral::interfaceRemoved(const std::string& path, const std::string& 
 }
 
 void BlueZCentral::propertiesChanged(const std::string& path, const std::string& interface,
-                                     const BusProperties& changed,
+                                     const VariantMap& changed,
                                      const std::vector<std::string>& invalidated) {
   radio_.propertiesChanged(path, interface, changed, invalidated);
-  // An end that is signalled before the start was answered is the end of an earlier discovery.
-  if (path == discovery_.adapter && discovery_.confirmed && changed.contains("Discovering") &&
-      !radio_.discovering(path)) {
-    discoveryEnded();
+  if (path == discovery_.adapter && changed.contains("Discovering")) {
+    discoveryChanged(radio_.discovering(path));
   }
 }
 
 void BlueZCentral::settled() {
+  assert(client_.thread().isCurrent());
   deliver();
   if (!radio_.restarting()) {
-    waitForRestart_.disarm();
-  } else if (!waitForRestart_.armed()) {
-    waitForRestart_.arm(kRestartTakes);
+    restartTimeout_.disarm();
+  } else if (!restartTimeout_.armed()) {
+    restartTimeout_.arm(kRestartTimeout);
   }
   publishState();
   manageDiscovery();
@@ -99,7 +107,7 @@ void BlueZCentral::settled() {
 
 void BlueZCentral::publishState() {
   const CentralState state = radio_.state();
-  // Nothing is known before BlueZ has answered; that is no change.
+  // The state is unknown until BlueZ has answered: no change.
   if (published_ == state || (!published_ && state == CentralState::kUnknown)) return;
   published_ = state;
   state_ = state;
@@ -109,11 +117,12 @@ void BlueZCentral::publishState() {
 }
 
 void BlueZCentral::manageDiscovery() {
+  assert(client_.thread().isCurrent());
   const std::string powered = radio_.poweredAdapter();
-  // What held up another adapter, or this one before it was off, is over.
+  // A pause is over when another adapter takes over, or this one was off meanwhile.
   if (std::exchange(powered_, powered) != powered) {
     retry_.disarm();
-    retryAfter_ = kFirstRetry;
+    retryDelay_ = kMinRetryDelay;
   }
   const std::string adapter = wanted_ ? powered : std::string{};
   if (adapter == discovery_.adapter) return;
@@ -121,8 +130,15 @@ void BlueZCentral::manageDiscovery() {
   if (!adapter.empty() && !retry_.armed()) startDiscovery(adapter);
 }
 
+void BlueZCentral::retryDiscovery() {
+  // One that BlueZ still does not signal may have failed to start.
+  if (discovery_.phase == Discovery::Phase::kInProgress) discovery_.adapter.clear();
+  manageDiscovery();
+}
+
 void BlueZCentral::startDiscovery(const std::string& adapter) {
-  discovery_ = {adapter, false, discovery_.number + 1, std::chrono::steady_clock::now()};
+  discovery_ = {adapter, Discovery::Phase::kStarting, discovery_.number + 1,
+                std::chrono::steady_clock::now()};
   client_.call(
       adapter, kAdapter, "SetDiscoveryFilter",
       [this](sd_bus_message* message) { fillFilter(message, *wanted_); }, nullptr);
@@ -138,9 +154,14 @@ void BlueZCentral::stopDiscovery() {
 }
 
 void BlueZCentral::discoveryAnswered(unsigned number, const char* errorName) {
+  assert(client_.thread().isCurrent());
   if (number != discovery_.number || discovery_.adapter.empty()) return;
   if (errorName == nullptr) {
-    discovery_.confirmed = true;
+    discovery_.phase = Discovery::Phase::kRunning;
+    return;
+  }
+  if (std::string_view{errorName} == kInProgressError) {
+    discoveryInProgress();
     return;
   }
   const std::string adapter = std::exchange(discovery_.adapter, {});
@@ -149,33 +170,61 @@ void BlueZCentral::discoveryAnswered(unsigned number, const char* errorName) {
     publishState();
     return;
   }
-  // Busy, or not quite up yet: BlueZ does not signal when that is over.
+  // Busy, not quite up yet, or out of memory: BlueZ does not signal when that is over.
   retryLater();
 }
 
-// Of a discovery that outlasted the pause, the next one may begin at once: however fast BlueZ ends
-// them, they stay apart.
+// A discovery of this process is running or being started: repeating the call would only repeat the
+// answer. BlueZ answers the same when a start has failed, so that its signal decides.
+void BlueZCentral::discoveryInProgress() {
+  if (radio_.discovering(discovery_.adapter)) {
+    discovery_.phase = Discovery::Phase::kRunning;
+  } else {
+    discovery_.phase = Discovery::Phase::kInProgress;
+    retryLater();
+  }
+}
+
+void BlueZCentral::discoveryChanged(bool discovering) {
+  switch (discovery_.phase) {
+    case Discovery::Phase::kStarting:
+      return;  // the end of an earlier discovery, or another client's start
+    case Discovery::Phase::kInProgress:
+      if (!discovering) return;
+      retry_.disarm();
+      discovery_.phase = Discovery::Phase::kRunning;
+      return;
+    case Discovery::Phase::kRunning:
+      if (!discovering) discoveryEnded();
+      return;
+  }
+}
+
+// The next one is started at once after a discovery that outlasted the pause, else after the pause:
+// however fast BlueZ ends them, the starts stay apart.
 void BlueZCentral::discoveryEnded() {
   discovery_.adapter.clear();
-  if (std::chrono::steady_clock::now() - discovery_.begun < retryAfter_) {
+  if (std::chrono::steady_clock::now() - discovery_.begun < retryDelay_) {
     retryLater();
   } else {
-    retryAfter_ = kFirstRetry;
+    retryDelay_ = kMinRetryDelay;
   }
 }
 
 void BlueZCentral::retryLater() {
-  retry_.arm(retryAfter_);
-  retryAfter_ = std::min(retryAfter_ * 2, kLongestRetry);
+  retry_.arm(retryDelay_);
+  retryDelay_ = std::min(retryDelay_ * 2, kMaxRetryDelay);
 }
 
 void BlueZCentral::deliver() {
-  auto heard = radio_.takeAdvertisement();
-  if (!heard || !wanted_) return;
-  queue_->async([delegate = delegate_, heard = std::move(*heard)] {
-    if (const auto strong = delegate.lock()) {
+  auto received = radio_.takeAdvertisement();
+  if (!received || received->manufacturerData.empty() || !wanted_) return;
+  queue_->async([delegate = delegate_, received = std::move(*received)] {
+    const auto strong = delegate.lock();
+    if (!strong) return;
+    for (const auto& [company, data] : received.manufacturerData) {
       strong->didDiscoverPeripheral(
-          {{CBAdvertisementDataManufacturerDataKey, heard.manufacturerData}}, heard.rssi);
+          {{CBAdvertisementDataManufacturerDataKey, onTheAir(company, data)}}, received.rssi);
     }
   });
 }

@@ -4,9 +4,10 @@
 #include <string>
 #include <vector>
 
-#include "platform/linux/bluez/BlueZProperties.h"
+#include "platform/linux/dbus/BusConnection.h"
 #include "platform/linux/dbus/EventThread.h"
-#include "platform/linux/dbus/SdBus.h"
+#include "platform/linux/dbus/OneShotTimer.h"
+#include "platform/linux/dbus/Variant.h"
 
 namespace tessel::platform {
 
@@ -18,43 +19,43 @@ namespace tessel::platform {
 class BlueZClient {
  public:
   enum class Service {
-    noBus,     ///< the system bus cannot be reached
-    refused,   ///< the bus does not let this process speak to bluetoothd
-    absent,    ///< bluetoothd does not run
-    starting,  ///< bluetoothd runs; its objects are being listed
-    listed,    ///< the objects that exist have been told; changes follow
+    kNoBus,     ///< the system bus cannot be reached
+    kRefused,   ///< the bus does not let this process speak to bluetoothd
+    kAbsent,    ///< bluetoothd does not run
+    kStarting,  ///< bluetoothd runs; its objects are being listed
+    kListed,    ///< the existing objects have been reported; changes follow
   };
 
-  /// Hears on the client's thread.
+  /// Called on the client's thread.
   class Listener {
    public:
     virtual ~Listener() = default;
-    /// All objects told before are gone unless it is `listed`.
+    /// All objects reported before are gone unless it is `kListed`.
     virtual void serviceChanged(Service service) = 0;
     virtual void interfaceAdded(const std::string& path, const std::string& interface,
-                                const BusProperties& properties) = 0;
+                                const VariantMap& properties) = 0;
     virtual void interfaceRemoved(const std::string& path, const std::string& interface) = 0;
     virtual void propertiesChanged(const std::string& path, const std::string& interface,
-                                   const BusProperties& changed,
+                                   const VariantMap& changed,
                                    const std::vector<std::string>& invalidated) = 0;
-    /// What belongs together has been told by the calls before: the time to act on it. One message
-    /// may tell of many interfaces, the first listing of all there are.
+    /// The calls above that belong together have been made: the time to act on them. One message
+    /// may report many interfaces, the first listing all there are.
     virtual void settled() = 0;
   };
 
   /// Adds arguments to a call.
   using Fill = std::function<void(sd_bus_message*)>;
-  /// Told the D-Bus name of the error; null when the call was answered well.
+  /// Receives the D-Bus name of the error; null for success.
   using Reply = std::function<void(const char* errorName)>;
 
-  /// `listener` must outlive the client. `threadName`: at most 15 letters.
+  /// `listener` must outlive the client. For `threadName` see startThread.
   BlueZClient(Listener& listener, const std::string& threadName);
   /// Stops, and ends the connection.
   ~BlueZClient();
   BlueZClient(const BlueZClient&) = delete;
   BlueZClient& operator=(const BlueZClient&) = delete;
 
-  /// Begins to listen. Once.
+  /// Begins to follow. Once.
   void start();
   /// Ends the thread; the listener is not called any more. Not from the client's thread.
   void stop() { thread_.stop(); }
@@ -62,36 +63,31 @@ class BlueZClient {
   EventThread& thread() { return thread_; }
 
   /// Null while there is no bus.
-  sd_bus* bus() const { return bus_.get(); }
-  /// Calls a method of BlueZ; `reply` comes later, never when the connection ends first.
+  sd_bus* bus() const { return connection_.bus(); }
+  /// Calls a method of BlueZ. `reply` (null if of no interest) is called later, with an error also
+  /// when the call could not be sent; never when the connection is given up first.
   void call(const std::string& path, const char* interface, const char* member, const Fill& fill,
-            Reply reply);
+            const Reply& reply);
 
  private:
-  void connect();
-  void disconnected();
-  bool watch();
-  bool match(const char* rule, sd_bus_message_handler_t handler);
+  void watch();
+  void connectionChanged(BusConnection::State state);
+  void ownerChanged(sd_bus_message* message);
   void listObjects();
-  void tell(Service service);
+  void objectsListed(sd_bus_message* answer, const char* errorName);
+  void interfacesAdded(sd_bus_message* message);
+  void interfacesRemoved(sd_bus_message* message);
+  void propertiesChanged(sd_bus_message* message);
+  void report(Service service);
   bool fromService(sd_bus_message* message) const;
-
-  static int onDisconnected(sd_bus_message* message, void* self, sd_bus_error* error);
-  static int onOwnerChanged(sd_bus_message* message, void* self, sd_bus_error* error);
-  static int onObjectsListed(sd_bus_message* message, void* self, sd_bus_error* error);
-  static int onInterfacesAdded(sd_bus_message* message, void* self, sd_bus_error* error);
-  static int onInterfacesRemoved(sd_bus_message* message, void* self, sd_bus_error* error);
-  static int onPropertiesChanged(sd_bus_message* message, void* self, sd_bus_error* error);
 
   Listener& listener_;
   const std::string threadName_;
   EventThread thread_;
-  OneShotTimer reconnect_;
+  BusConnection connection_;
   OneShotTimer listAgain_;
-  SdBus bus_;
-  std::vector<SdSlot> matches_;
-  SdSlot listing_;     // the listing under way
-  std::string owner_;  // bluetoothd's unique name, while its objects are listed
+  unsigned listing_ = 0;  // tells late answers about an earlier listing apart
+  std::string owner_;     // bluetoothd's unique name, while its objects are listed
 };
 
 }  // namespace tessel::platform

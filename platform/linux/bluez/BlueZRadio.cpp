@@ -10,28 +10,30 @@ using Service = BlueZClient::Service;
 
 constexpr const char* kAdapter = "org.bluez.Adapter1";
 constexpr const char* kDevice = "org.bluez.Device1";
-// The company whose manufacturer data beacons are.
-constexpr std::uint16_t kBeaconCompany = 0x004C;
-// What a controller can tell of a strength, in dBm.
-constexpr int kWeakest = -127;
-constexpr int kStrongest = 20;
-constexpr int kStrengthUnknown = 127;
+// The range of a controller's RSSI in dBm, and its value for none.
+constexpr int kMinRSSI = -127;
+constexpr int kMaxRSSI = 20;
+constexpr int kUnknownRSSI = 127;
 
-// The company identifier, little-endian, and its data: the form in which an advertisement carries
-// them on the air.
-std::optional<Bytes> onTheAir(const ManufacturerData& data) {
-  const auto entry = data.find(kBeaconCompany);
-  if (entry == data.end()) return std::nullopt;
-  Bytes bytes{kBeaconCompany & 0xFF, kBeaconCompany >> 8};
-  bytes.insert(bytes.end(), entry->second.begin(), entry->second.end());
-  return bytes;
+// None when the property is missing or of another type; entries of other types are left out.
+std::optional<ManufacturerData> manufacturerDataIn(const VariantMap& properties) {
+  const auto* entries = findValue<Variant::Dictionary>(properties, "ManufacturerData");
+  if (entries == nullptr) return std::nullopt;
+  ManufacturerData data;
+  for (const auto& [key, value] : *entries) {
+    const auto* company = key.as<std::int64_t>();
+    const auto* bytes = value.as<Bytes>();
+    if (company == nullptr || bytes == nullptr || !std::in_range<std::uint16_t>(*company)) continue;
+    data[static_cast<std::uint16_t>(*company)] = *bytes;
+  }
+  return data;
 }
 
-// None when it is not told, or no controller can have told it.
-std::optional<int> strengthIn(const BusProperties& properties) {
-  const auto* rssi = findProperty<std::int64_t>(properties, "RSSI");
+// None when the property is missing or out of range.
+std::optional<int> rssiIn(const VariantMap& properties) {
+  const auto* rssi = findValue<std::int64_t>(properties, "RSSI");
   if (rssi == nullptr) return std::nullopt;
-  const bool possible = (*rssi >= kWeakest && *rssi <= kStrongest) || *rssi == kStrengthUnknown;
+  const bool possible = (*rssi >= kMinRSSI && *rssi <= kMaxRSSI) || *rssi == kUnknownRSSI;
   return possible ? std::optional{static_cast<int>(*rssi)} : std::nullopt;
 }
 
@@ -41,9 +43,9 @@ BlueZRadio::BlueZRadio(std::string onlyAdapter) : onlyAdapter_{std::move(onlyAda
 
 void BlueZRadio::serviceChanged(Service service) {
   const Service before = std::exchange(service_, service);
-  if (service != Service::listed) {
-    const bool leaves = before == Service::listed;
-    const bool comes = before == Service::absent && service == Service::starting;
+  if (service != Service::kListed) {
+    const bool leaves = before == Service::kListed;
+    const bool comes = before == Service::kAbsent && service == Service::kStarting;
     restarting_ = restarting_ || leaves || comes;
     adapters_.clear();
     devices_.clear();
@@ -52,7 +54,7 @@ void BlueZRadio::serviceChanged(Service service) {
 }
 
 void BlueZRadio::interfaceAdded(const std::string& path, const std::string& interface,
-                                const BusProperties& properties) {
+                                const VariantMap& properties) {
   if (interface == kAdapter) {
     if (!isAdapter(path, onlyAdapter_)) return;
     adapters_[path] = {};
@@ -72,7 +74,7 @@ void BlueZRadio::interfaceRemoved(const std::string& path, const std::string& in
 }
 
 void BlueZRadio::propertiesChanged(const std::string& path, const std::string& interface,
-                                   const BusProperties& changed,
+                                   const VariantMap& changed,
                                    const std::vector<std::string>& invalidated) {
   if (interface == kAdapter && adapters_.contains(path)) adapterChanged(path, changed);
   if (interface == kDevice && devices_.contains(path)) {
@@ -85,46 +87,47 @@ void BlueZRadio::refused(const std::string& adapter) {
   if (entry != adapters_.end()) entry->second.refused = true;
 }
 
-void BlueZRadio::adapterChanged(const std::string& path, const BusProperties& changed) {
+void BlueZRadio::adapterChanged(const std::string& path, const VariantMap& changed) {
   Adapter& adapter = adapters_[path];
-  if (const auto* powered = findProperty<bool>(changed, "Powered")) {
+  if (const auto* powered = findValue<bool>(changed, "Powered")) {
     if (*powered != adapter.powered) adapter.refused = false;
     adapter.powered = *powered;
   }
-  if (const auto* discovering = findProperty<bool>(changed, "Discovering")) {
+  if (const auto* discovering = findValue<bool>(changed, "Discovering")) {
     adapter.discovering = *discovering;
   }
   // A BlueZ that lists an adapter's roles lists "central" for each one with low energy.
-  if (const auto* roles = findProperty<std::vector<std::string>>(changed, "Roles")) {
+  if (const auto* roles = findValue<Variant::Strings>(changed, "Roles")) {
     adapter.lowEnergy = std::ranges::find(*roles, "central") != roles->end();
   }
   restarting_ = false;
   choose();
 }
 
-void BlueZRadio::deviceChanged(const std::string& path, const BusProperties& changed,
+void BlueZRadio::deviceChanged(const std::string& path, const VariantMap& changed,
                                const std::vector<std::string>& invalidated, bool added) {
   Device& device = devices_[path];
-  const auto* data = findProperty<ManufacturerData>(changed, "ManufacturerData");
-  const std::optional<int> rssi = strengthIn(changed);
-  if (data != nullptr) device.manufacturerData = onTheAir(*data);
+  const auto data = manufacturerDataIn(changed);
+  const auto rssi = rssiIn(changed);
+  if (data) device.manufacturerData = *data;
   if (rssi) device.rssi = rssi;
   if (std::ranges::find(invalidated, "RSSI") != invalidated.end()) device.rssi.reset();
-  // A device that is only remembered has no strength.
-  const bool heard = rssi || (data != nullptr && !added);
-  // What BlueZ lists at the start was heard some time ago.
-  if (!heard || service_ != Service::listed || !device.manufacturerData || !inUse(path)) return;
-  heard_ = {*device.manufacturerData, device.rssi.value_or(kStrengthUnknown)};
+  // A device without RSSI is one that BlueZ remembers.
+  const bool advertised = rssi || (data && !added);
+  // What BlueZ lists at the start was received some time ago.
+  if (!advertised || service_ != Service::kListed || !inUse(path)) return;
+  received_ = {device.manufacturerData, device.rssi.value_or(kUnknownRSSI)};
 }
 
 std::optional<BlueZRadio::Advertisement> BlueZRadio::takeAdvertisement() {
-  return std::exchange(heard_, std::nullopt);
+  return std::exchange(received_, std::nullopt);
 }
 
 void BlueZRadio::choose() {
   const Adapter* current = chosen();
   // While the adapters are being listed, a later one may be the first.
-  if (current != nullptr && current->lowEnergy && current->powered && service_ == Service::listed) {
+  if (current != nullptr && current->lowEnergy && current->powered &&
+      service_ == Service::kListed) {
     return;
   }
   const auto best =  // the first of equals
@@ -144,14 +147,14 @@ bool BlueZRadio::inUse(const std::string& device) const {
 }
 
 CentralState BlueZRadio::state() const {
-  if (service_ == Service::refused) return CentralState::kUnauthorized;
+  if (service_ == Service::kRefused) return CentralState::kUnauthorized;
   if (const Adapter* adapter = chosen()) {
     if (!adapter->lowEnergy) return CentralState::kUnsupported;
     if (adapter->refused) return CentralState::kUnauthorized;
     return adapter->powered ? CentralState::kPoweredOn : CentralState::kPoweredOff;
   }
   if (restarting_) return CentralState::kResetting;
-  return service_ == Service::starting ? CentralState::kUnknown : CentralState::kUnsupported;
+  return service_ == Service::kStarting ? CentralState::kUnknown : CentralState::kUnsupported;
 }
 
 std::string BlueZRadio::poweredAdapter() const {

@@ -15,28 +15,28 @@ std::string firstLine(const std::string& path) {
   return line;
 }
 
-enum class Switch { none, soft, hard };
+enum class Switch { kNone, kSoft, kHard };
 
 // What keeps the Bluetooth radio off: a setting (airplane mode), or a switch of the machine.
 Switch blockedBy(const std::string& switches) {
-  constexpr int kMostSwitches = 64;
-  Switch found = Switch::none;
-  for (int i = 0; i < kMostSwitches; ++i) {
+  constexpr int kMaxSwitches = 64;
+  Switch found = Switch::kNone;
+  for (int i = 0; i < kMaxSwitches; ++i) {
     const std::string folder = switches + "/rfkill" + std::to_string(i);
     if (firstLine(folder + "/type") != "bluetooth") continue;
-    if (firstLine(folder + "/hard") == "1") return Switch::hard;
-    if (firstLine(folder + "/soft") == "1") found = Switch::soft;
+    if (firstLine(folder + "/hard") == "1") return Switch::kHard;
+    if (firstLine(folder + "/soft") == "1") found = Switch::kSoft;
   }
   return found;
 }
 
 std::string adviceWhenOff(const std::string& switches) {
   switch (blockedBy(switches)) {
-    case Switch::hard:
+    case Switch::kHard:
       return "A switch or key of this computer keeps Bluetooth off: flip it";
-    case Switch::soft:
+    case Switch::kSoft:
       return "Turn airplane mode off, or run: rfkill unblock bluetooth";
-    case Switch::none:
+    case Switch::kNone:
       break;
   }
   return "Turn Bluetooth on in the desktop's settings, or run: bluetoothctl power on";

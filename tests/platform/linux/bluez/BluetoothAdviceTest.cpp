@@ -12,7 +12,7 @@ using testing::HasSubstr;
 
 class BluetoothAdviceTest : public testing::Test {
  protected:
-  // As the kernel tells of a switch: one file a value.
+  // As the kernel reports a switch: one file a value.
   void add(const std::string& name, const std::string& type, bool soft, bool hard) {
     const std::filesystem::path folder = folder_ / name;
     std::filesystem::create_directory(folder);

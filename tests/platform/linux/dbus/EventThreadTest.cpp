@@ -38,6 +38,16 @@ TEST(EventThreadTest, TasksRunInTheirOrder) {
   EXPECT_TRUE(ran.becomesEqual({1, 2}));
 }
 
+TEST(EventThreadTest, OnlyItsOwnThreadIsCurrent) {
+  Eventually<std::vector<bool>> current;
+  platform::EventThread thread;
+  platform::EventThread other;
+  thread.post([&] { current.set({thread.isCurrent(), other.isCurrent()}); });
+  thread.start("tessel.events");
+  EXPECT_TRUE(current.becomesEqual({true, false}));
+  EXPECT_FALSE(thread.isCurrent());
+}
+
 TEST(EventThreadTest, WithoutTheDescriptorsThatItNeedsItDoesNotStart) {
   for (const rlim_t left : {0, 1}) {
     std::optional<platform::EventThread> thread;
