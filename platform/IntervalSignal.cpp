@@ -1,15 +1,15 @@
 #include "platform/IntervalSignal.h"
 
-#include <mutex>
 #include <utility>
 #include <vector>
 
 #include "platform/Services.h"
+#include "platform/base/Mutex.h"
 
 namespace tessel::platform {
 namespace {
 
-// Holds one timer for each subscription.
+// Holds one timer for each subscription. Any thread.
 class IntervalSignal : public Signal<Date> {
  public:
   IntervalSignal(std::shared_ptr<SerialQueue> queue, Clock::Duration period)
@@ -20,15 +20,15 @@ class IntervalSignal : public Signal<Date> {
         queue_, period_, period_,
         [next = std::move(next), clock = services().clock] { next(clock->now()); });
     timer->resume();
-    const std::lock_guard lock{mutex_};
+    const MutexLock lock{mutex_};
     timers_.push_back(std::move(timer));
   }
 
  private:
   const std::shared_ptr<SerialQueue> queue_;
   const Clock::Duration period_;
-  std::mutex mutex_;  // guards timers_
-  std::vector<std::shared_ptr<Timer>> timers_;
+  Mutex mutex_;
+  std::vector<std::shared_ptr<Timer>> timers_ TESSEL_GUARDED_BY(mutex_);
 };
 
 }  // namespace
