@@ -28,8 +28,8 @@ class Clock {
   virtual void sleep(Duration duration) = 0;
 
   /// Blocks until `ready` holds or `timeout` has passed (no time-out: for ever); returns `ready()`.
-  /// `lock` is held, and is held again at the end; whoever makes `ready` true holds the same mutex
-  /// and notifies `condition`.
+  /// `lock` is held, and is held again at the end. The thread that makes `ready` true does so under
+  /// the same mutex and notifies `condition`.
   virtual bool wait(std::unique_lock<std::mutex>& lock, std::condition_variable& condition,
                     std::optional<Duration> timeout, const std::function<bool()>& ready) = 0;
 };

@@ -9,7 +9,7 @@
 namespace tessel::platform {
 namespace {
 
-// Holds one timer for each subscription.
+// Holds one timer for each subscription. Any thread.
 class IntervalSignal : public Signal<Date> {
  public:
   IntervalSignal(std::shared_ptr<SerialQueue> queue, Clock::Duration period)

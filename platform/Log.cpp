@@ -4,12 +4,13 @@
 #include <cstdarg>
 #include <cstdio>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <string_view>
 #include <utility>
 
 #include "platform/Services.h"
+#include "platform/base/CLocale.h"
+#include "platform/base/Mutex.h"
 #include "tessel/Log.h"
 
 namespace tessel {
@@ -18,22 +19,25 @@ namespace {
 // The host's sink. Any thread.
 class HostSink {
  public:
-  // Whether there is a sink: the one thing that a line nobody receives costs.
+  // Whether there is a sink. All that a line without a receiver costs.
   bool listens() const { return listens_.load(std::memory_order_acquire); }
 
   // Once this returns the old sink is not called any more, unless the caller is the old sink.
   void replace(LogSink sink) {
     auto replacement = sink ? std::make_shared<const LogSink>(std::move(sink)) : nullptr;
-    std::unique_lock lock{mutex_, std::defer_lock};
-    if (!delivering_) lock.lock();
-    listens_.store(replacement != nullptr, std::memory_order_release);
-    sink_.swap(replacement);
+    if (delivering_) {
+      mutex_.assertHeld();  // by deliver(), further up on this thread
+      swapWith(replacement);
+    } else {
+      const platform::MutexLock lock{mutex_};
+      swapWith(replacement);
+    }
   }
 
   // Whether a sink took the line. What a sink itself logs goes nowhere, or it would never end.
   bool deliver(std::string_view line) {
     if (delivering_) return true;
-    const std::lock_guard lock{mutex_};
+    const platform::MutexLock lock{mutex_};
     const auto sink = sink_;
     if (!sink) return false;
     const Delivery delivery;
@@ -42,7 +46,7 @@ class HostSink {
   }
 
  private:
-  // Ends even where the sink throws, against its contract: the thread's next line has to get there.
+  // Ends also where the sink throws, against its contract, so that the thread's next line arrives.
   struct Delivery {
     Delivery() { delivering_ = true; }
     ~Delivery() { delivering_ = false; }
@@ -50,10 +54,15 @@ class HostSink {
     Delivery& operator=(const Delivery&) = delete;
   };
 
+  void swapWith(std::shared_ptr<const LogSink>& replacement) TESSEL_REQUIRES(mutex_) {
+    listens_.store(replacement != nullptr, std::memory_order_release);
+    sink_.swap(replacement);
+  }
+
   static thread_local bool delivering_;
   std::atomic<bool> listens_ = false;
-  std::mutex mutex_;  // guards sink_, and lets in one line at a time
-  std::shared_ptr<const LogSink> sink_;
+  platform::Mutex mutex_;  // held while the sink is called: one line at a time
+  std::shared_ptr<const LogSink> sink_ TESSEL_GUARDED_BY(mutex_);
 };
 
 thread_local bool HostSink::delivering_ = false;
@@ -70,6 +79,7 @@ platform::SystemLog* listeningSystemLog() {
 }
 
 [[gnu::format(printf, 1, 0)]] std::string formatted(const char* format, std::va_list arguments) {
+  const platform::CLocale pointInNumbers;
   std::va_list again;
   va_copy(again, arguments);
   std::string line(160, '\0');  // room for nearly every line

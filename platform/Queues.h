@@ -52,8 +52,8 @@ class Queues {
   /// The one queue that the host runs (see tessel/MainQueue.h).
   virtual std::shared_ptr<SerialQueue> mainQueue() = 0;
 
-  /// A suspended timer whose first tick is due `first` from now, and the next ones every `period`
-  /// without drift.
+  /// A suspended timer. Its first tick is due `first` after its first resume, each later one a
+  /// `period` after the one before, without drift.
   virtual std::shared_ptr<Timer> makeTimer(const std::shared_ptr<SerialQueue>& queue,
                                            Clock::Duration first, Clock::Duration period,
                                            std::function<void()> handler) = 0;

@@ -8,7 +8,7 @@ namespace tessel::platform {
 class SystemLog {
  public:
   virtual ~SystemLog() = default;
-  /// Whether anybody receives lines here. Cheap.
+  /// Whether lines have a receiver. Cheap.
   virtual bool available() = 0;
   /// One line, without its line feed.
   virtual void write(std::string_view line) = 0;

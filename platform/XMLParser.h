@@ -13,8 +13,9 @@ class XMLParser {
   virtual ~XMLParser() = default;
 
   /// Parses `document` to its end or its first fault, on the calling thread; returns whether it
-  /// was well formed. No entity but the five predefined ones is expanded, nothing is loaded from
-  /// files or the network, and a document that declares entities ends there as at a fault.
+  /// was well formed. The declarations of a document type are skipped: nothing is expanded, loaded
+  /// from files or the network, or added by default. A reference to an entity that is not one of
+  /// the five predefined ones is a fault.
   virtual bool parse(std::span<const std::uint8_t> document, XMLParserDelegate& delegate) = 0;
 };
 

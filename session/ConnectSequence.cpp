@@ -23,8 +23,8 @@ constexpr const char* kDisplayStep = "-[TSLSession connect]_block_invoke_2";
 constexpr const char* kMouseStep = "-[TSLSession connect]_block_invoke_3";
 constexpr const char* kKeyBoardStep = "-[TSLSession connect]_block_invoke_4";
 
-// A channel's completion for `step`, which gets the session. Only its first call counts: a broken
-// mouse channel may call twice.
+// A completion that calls `step` with the session, once: a broken mouse channel may complete its
+// start twice.
 Completion completionOf(
     const WeakSession& weak,
     std::function<void(std::shared_ptr<TSLSession>, const std::optional<Error>&)> step) {
@@ -35,7 +35,7 @@ Completion completionOf(
   };
 }
 
-// Drops the channels made so far without stopping them; their destruction does.
+// Drops the channels made so far without stopping them; their destructors close them.
 void abortConnecting(TSLSession& session, const Error& error) {
   session.setMouseConnection(nullptr);
   session.setKeyBoardConnection(nullptr);
@@ -66,7 +66,7 @@ void startKeyBoardConnection(std::shared_ptr<TSLSession> session,
   const auto keyBoard = TSLKeyBoardConnection::initWithHub(session);
   session->setKeyBoardConnection(keyBoard);
   const WeakSession weak = session;
-  session.reset();  // the start blocks, for as long as the hub likes
+  session.reset();  // the start may block for long, and the host may drop the session meanwhile
   keyBoard->startWithCompletionHandler(completionOf(weak, finishConnecting));
 }
 

@@ -11,21 +11,26 @@ namespace {
 
 using platform::services;
 
+// Of the file that the sessions of this process use. The file itself is looked at, not what was
+// read of it, and changes of the host that are not saved stay.
 Finding findConfiguration() {
-  const std::string folder = services().files->sharedFolder() + "/Lumisk";
-  const auto file = VexCfg::init();
-  if (!file->fileExist()) {
+  auto& files = *services().files;
+  const std::string folder = files.sharedFolder() + "/Lumisk";
+  const std::string path = folder + "/VexCfg.plist";
+  const bool used = VexCfg::sharedCfgFile()->fileExist();
+  if (!used || !files.exists(path)) {
     return {"configuration", false,
             "There is no configuration file in " + folder + ", so the built-in settings hold.",
-            "Make the folder writable, or set TESSEL_SHARED_FOLDER to one that is."};
+            used ? "It was removed; a new one is made at the next start."
+                 : "Make the folder writable, or set TESSEL_SHARED_FOLDER to one that is."};
   }
-  if (!file->pCfgDict()) {
+  if (!files.readPropertyList(path)) {
     return {"configuration", false,
             "The configuration file in " + folder +
                 " is damaged or may not be read, so the built-in settings hold.",
             "Remove VexCfg.plist there; a new one is made at the next start."};
   }
-  return {"configuration", true, "The configuration file is " + folder + "/VexCfg.plist.", {}};
+  return {"configuration", true, "The configuration file is " + path + ".", {}};
 }
 
 }  // namespace

@@ -6,15 +6,15 @@
 #include <optional>
 #include <string>
 
-#include "platform/Queues.h"
 #include "platform/base/Synchronized.h"
+#include "session/Heartbeat.h"
 #include "session/StateRecord.h"
 #include "tessel/TSLSession.h"
 
 namespace tessel {
 
-/// What a session holds. Each field is guarded by itself: hosts, URL-session callbacks, channel
-/// queues and the main queue all read and write them.
+/// A session's fields. Each is guarded by itself: the host's threads, URL-session callbacks,
+/// channel queues and the main queue all read and write them.
 struct TSLSession::Fields {
   Fields(const std::optional<std::string>& host, std::int64_t mode)
       : hostName{host}, displayMode{mode} {}
@@ -32,13 +32,11 @@ struct TSLSession::Fields {
   platform::Synchronized<std::shared_ptr<OperationQueue>> delegateQueue;
   platform::Synchronized<std::optional<std::string>> applicationURL;
   platform::Synchronized<std::shared_ptr<TSLSessionConfigration>> sessionConfig;
-  platform::Synchronized<std::shared_ptr<platform::Timer>> heartbeattimer;
+  Heartbeat heartbeat;
   platform::Synchronized<std::string> applicationName{"ReceiverAppV1"};
   platform::Synchronized<std::optional<std::string>> deviceDetailsXML;
   platform::Synchronized<std::shared_ptr<TSLMouseConnection>> mouseConnection;
   platform::Synchronized<std::shared_ptr<TSLKeyBoardConnection>> keyBoardConnection;
-  platform::Synchronized<std::optional<std::string>> xmlelementname;
-  platform::Synchronized<std::optional<Date>> lastactive;
 };
 
 }  // namespace tessel

@@ -3,39 +3,50 @@
 #include <utility>
 
 namespace tessel {
+namespace {
+
+// The queue is the host's. What it throws must reach neither a thread of the library nor the steps
+// of the session that follow.
+void addToQueue(DelegateCall call) {
+  try {
+    call.queue->addOperation(std::move(call.operation));
+  } catch (...) {
+  }
+}
+
+}  // namespace
 
 std::int64_t StateRecord::value() const {
-  const std::lock_guard lock{mutex_};
+  const platform::MutexLock lock{mutex_};
   return state_;
 }
 
 bool StateRecord::change(std::optional<std::int64_t> from, std::int64_t to,
                          const DelegateCall& call) {
-  const std::lock_guard lock{mutex_};
+  const platform::MutexLock lock{mutex_};
   if (state_ == to || (from && state_ != *from)) return false;
   state_ = to;
-  if (call.queue && call.operation) linedUp_.push_back(call);
+  if (call.queue && call.operation) pending_.push_back(call);
   return true;
 }
 
-void StateRecord::lineUp(const DelegateCall& call) {
-  const std::lock_guard lock{mutex_};
-  if (call.queue && call.operation) linedUp_.push_back(call);
+void StateRecord::enqueue(const DelegateCall& call) {
+  const platform::MutexLock lock{mutex_};
+  if (call.queue && call.operation) pending_.push_back(call);
 }
 
-void StateRecord::handOver() {
-  std::unique_lock lock{mutex_};
-  if (handingOver_) return;
-  handingOver_ = true;
-  while (!linedUp_.empty()) {
-    DelegateCall call = std::move(linedUp_.front());
-    linedUp_.pop_front();
+void StateRecord::deliver() {
+  platform::MutexLock lock{mutex_};
+  if (delivering_) return;
+  delivering_ = true;
+  while (!pending_.empty()) {
+    DelegateCall call = std::move(pending_.front());
+    pending_.pop_front();
     lock.unlock();
-    call.queue->addOperation(std::move(call.operation));
-    call.queue.reset();  // perhaps the last reference: not under the lock
+    addToQueue(std::move(call));  // may drop the queue's last reference
     lock.lock();
   }
-  handingOver_ = false;
+  delivering_ = false;
 }
 
 }  // namespace tessel

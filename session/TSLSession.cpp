@@ -13,24 +13,20 @@
 namespace tessel {
 namespace {
 
-using namespace std::chrono_literals;
-
-constexpr auto kHeartbeatPeriod = 5s;
-constexpr Size kLargestSessionSize{1920, 1080};
+constexpr Size kMaxSessionSize{1920, 1080};
 
 // The main screen's size, capped when it reaches the cap both ways; 0 by 0 without a screen.
 Size castingSize() {
   const auto screens = platform::services().desktops->current()->screens();
   if (screens.empty()) return {};
   const Size size = screens.front().frame().size;
-  const bool capped =
-      size.width >= kLargestSessionSize.width && size.height >= kLargestSessionSize.height;
-  return capped ? kLargestSessionSize : size;
+  const bool capped = size.width >= kMaxSessionSize.width && size.height >= kMaxSessionSize.height;
+  return capped ? kMaxSessionSize : size;
 }
 
 long printable(std::int64_t state) { return static_cast<long>(state); }
 
-// A call of the delegate of `session`, whose own reference is `self`: null while it is destroyed.
+// A call of the delegate of `session`. `self` is what the delegate gets: null during destruction.
 DelegateCall delegateCall(
     const TSLSession& session, std::shared_ptr<TSLSession> self,
     std::function<void(TSLSessionDelegate&, const std::shared_ptr<TSLSession>&)> what) {
@@ -48,9 +44,9 @@ DelegateCall stateCall(const TSLSession& session, std::shared_ptr<TSLSession> se
                       });
 }
 
-void make(const DelegateCall& call, StateRecord& record) {
+void dispatch(const DelegateCall& call, StateRecord& record) {
   if (call.queue) {
-    record.handOver();
+    record.deliver();
   } else if (call.operation) {
     call.operation();
   }
@@ -67,14 +63,7 @@ void TSLSessionDelegate::connectionFailedWithError(const std::shared_ptr<TSLSess
 std::shared_ptr<TSLSession> TSLSession::initWithHostName(const std::optional<std::string>& hostName,
                                                          std::int64_t displayMode) {
   std::shared_ptr<TSLSession> session{new TSLSession{hostName, displayMode}};
-  auto& queues = *platform::services().queues;
-  session->setHeartbeattimer(queues.makeTimer(queues.mainQueue(), 0s, kHeartbeatPeriod,
-                                              [weak = session->weak_from_this()] {
-                                                if (const auto self = weak.lock()) {
-                                                  self->HeartBeatfunc();
-                                                }
-                                              }));
-  session->setLastactive(platform::services().clock->now());
+  session->fields_->heartbeat.attachTo(session);
   return session;
 }
 
@@ -97,7 +86,7 @@ void TSLSession::setDelegate(const std::shared_ptr<TSLSessionDelegate>& delegate
 }
 
 void TSLSession::connect() {
-  // The delegate may drop the host's last reference while it is told.
+  // The delegate may drop the host's last reference from within its call.
   const auto self = weak_from_this().lock();
   if (!moveState(TSLSessionStateDisconnected, TSLSessionStateConnecting)) {
     platform::log("%s: called while already connected or connecting. state: %ld",
@@ -117,7 +106,7 @@ void TSLSession::disconnect() {
   constexpr const char* name = "-[TSLSession disconnect]";
   const auto self = weak_from_this().lock();
   platform::log("%s: ENTER, Session State: %ld", name, printable(state()));
-  // Of several callers at once, one ends the session.
+  // Of several threads that disconnect at once, one ends the session.
   for (bool ended = false; !ended;) {
     const auto from = state();
     if (from != TSLSessionStateConnected && from != TSLSessionStateConnecting) {
@@ -139,8 +128,7 @@ void TSLSession::disconnect() {
   platform::log("%s: EXIT", name);
 }
 
-// The completions hold the session weakly: when its destruction stops the channels, there is
-// nothing left to clear.
+// The completions hold the session weakly: during its destruction there is nothing to clear.
 void TSLSession::stopChannels() {
   constexpr const char* name = "-[TSLSession disconnect]";
   const auto weak = weak_from_this();
@@ -173,19 +161,34 @@ void TSLSession::stopChannels() {
 void TSLSession::setState(std::int64_t state) {
   platform::log("%s: ENTER, State: %ld", "-[TSLSession setState:]", printable(state));
   const auto call = stateCall(*this, weak_from_this().lock(), state);
-  if (fields_->state.change(std::nullopt, state, call)) make(call, fields_->state);
+  if (fields_->state.change(std::nullopt, state, call)) dispatch(call, fields_->state);
   platform::log("%s: EXIT", "-[TSLSession setState:]");
 }
 
-// `setState` for a change that is right from one state only; false when another thread has taken
-// the session out of it.
+// `setState` on condition that the state is `from`; false when another thread has changed it.
 bool TSLSession::moveState(std::int64_t from, std::int64_t to) {
   const auto call = stateCall(*this, weak_from_this().lock(), to);
   if (!fields_->state.change(from, to, call)) return false;
   platform::log("%s: ENTER, State: %ld", "-[TSLSession setState:]", printable(to));
-  make(call, fields_->state);
+  dispatch(call, fields_->state);
   platform::log("%s: EXIT", "-[TSLSession setState:]");
   return true;
+}
+
+void TSLSession::HeartBeatfunc() { fields_->heartbeat.tick(*this); }
+
+void TSLSession::cancelHeartBeat() { fields_->heartbeat.cancel(); }
+
+void TSLSession::ShutDownAccidentally() {
+  platform::log("%s, ENTER/EXIT", "-[TSLSession ShutDownAccidentally]");
+}
+
+void TSLSession::didStartElement(const std::string& elementName) {
+  fields_->heartbeat.didStartElement(elementName);
+}
+
+void TSLSession::foundCharacters(const std::string& text) {
+  fields_->heartbeat.foundCharacters(text);
 }
 
 void TSLSession::notifyConnectionDidFailWithError(const Error& error) {
@@ -194,8 +197,8 @@ void TSLSession::notifyConnectionDidFailWithError(const Error& error) {
                                  [error](TSLSessionDelegate& delegate, const auto& caller) {
                                    delegate.connectionFailedWithError(caller, error);
                                  });
-  fields_->state.lineUp(call);
-  make(call, fields_->state);
+  fields_->state.enqueue(call);
+  dispatch(call, fields_->state);
 }
 
 }  // namespace tessel

@@ -1,16 +1,18 @@
 #include "tessel/TSLSessionConfigration.h"
 
 #include <algorithm>
+#include <atomic>
 #include <optional>
 #include <string_view>
 #include <variant>
 
+#include "platform/base/Synchronized.h"
 #include "tessel/VexCfg.h"
 
 namespace tessel {
 namespace {
 
-// A string is true when, after white space, a sign and zeros, it goes on with Y, T or a digit.
+// A string is true when, after white space, a sign and zeros, Y, T or a digit follows.
 bool isTrue(std::string_view text) {
   text.remove_prefix(std::min(text.find_first_not_of(" \t\n\v\f\r"), text.size()));
   if (text.starts_with('+') || text.starts_with('-')) text.remove_prefix(1);
@@ -29,6 +31,17 @@ std::optional<bool> boolValue(const PropertyListValue& value) {
 
 }  // namespace
 
+// Each field is guarded by itself.
+struct TSLSessionConfigration::Fields {
+  std::atomic<double> heartBeatTimeout = 20.0;
+  std::atomic<std::int64_t> autoDisconnectCastingWhenCloseLaptop = 1;
+  platform::Synchronized<Size> sessionSize;
+};
+
+TSLSessionConfigration::TSLSessionConfigration() : fields_{std::make_unique<Fields>()} {}
+
+TSLSessionConfigration::~TSLSessionConfigration() = default;
+
 std::shared_ptr<TSLSessionConfigration> TSLSessionConfigration::initWithDefaultvalue() {
   std::shared_ptr<TSLSessionConfigration> config{new TSLSessionConfigration};
   config->loadSettingFromCfgFile();
@@ -43,34 +56,24 @@ void TSLSessionConfigration::loadSettingFromCfgFile() {
   if (const auto flag = boolValue(*value)) setAutoDisconnectCastingWhenCloseLaptop(*flag ? 1 : 0);
 }
 
-double TSLSessionConfigration::HeartBeatTimeout() const {
-  const std::lock_guard lock{mutex_};
-  return heartBeatTimeout_;
-}
+double TSLSessionConfigration::HeartBeatTimeout() const { return fields_->heartBeatTimeout; }
 
 void TSLSessionConfigration::setHeartBeatTimeout(double seconds) {
-  const std::lock_guard lock{mutex_};
-  heartBeatTimeout_ = seconds;
+  fields_->heartBeatTimeout = seconds;
 }
 
 std::int64_t TSLSessionConfigration::autoDisconnectCastingWhenCloseLaptop() const {
-  const std::lock_guard lock{mutex_};
-  return autoDisconnectCastingWhenCloseLaptop_;
+  return fields_->autoDisconnectCastingWhenCloseLaptop;
 }
 
 void TSLSessionConfigration::setAutoDisconnectCastingWhenCloseLaptop(std::int64_t flag) {
-  const std::lock_guard lock{mutex_};
-  autoDisconnectCastingWhenCloseLaptop_ = flag;
+  fields_->autoDisconnectCastingWhenCloseLaptop = flag;
 }
 
-Size TSLSessionConfigration::sessionSize() const {
-  const std::lock_guard lock{mutex_};
-  return sessionSize_;
-}
+Size TSLSessionConfigration::sessionSize() const { return fields_->sessionSize.get(); }
 
 void TSLSessionConfigration::setSessionSize(Size sessionSize) {
-  const std::lock_guard lock{mutex_};
-  sessionSize_ = sessionSize;
+  fields_->sessionSize.set(sessionSize);
 }
 
 }  // namespace tessel

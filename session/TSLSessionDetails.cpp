@@ -12,7 +12,7 @@
 namespace tessel {
 namespace {
 
-// What a hub's answer amounts to; sets the launch data of `session`, where it still exists.
+// Evaluates a hub's answer and sets the launch data of the session, where it still exists.
 std::optional<Error> evaluate(const std::weak_ptr<TSLSession>& weak, const Bytes& body,
                               const URLResponse& response) {
   const auto applicationURL = response.header("Application-URL").value_or("");

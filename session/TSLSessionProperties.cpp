@@ -104,25 +104,25 @@ void TSLSession::setKeyBoardConnection(
 }
 
 std::shared_ptr<platform::Timer> TSLSession::heartbeattimer() const {
-  return fields_->heartbeattimer.get();
+  return fields_->heartbeat.timer();
 }
 
 void TSLSession::setHeartbeattimer(const std::shared_ptr<platform::Timer>& heartbeattimer) {
-  fields_->heartbeattimer.set(heartbeattimer);
+  fields_->heartbeat.setTimer(heartbeattimer);
 }
 
 std::optional<std::string> TSLSession::xmlelementname() const {
-  return fields_->xmlelementname.get();
+  return fields_->heartbeat.elementName();
 }
 
 void TSLSession::setXmlelementname(const std::optional<std::string>& xmlelementname) {
-  fields_->xmlelementname.set(xmlelementname);
+  fields_->heartbeat.setElementName(xmlelementname);
 }
 
-std::optional<Date> TSLSession::lastactive() const { return fields_->lastactive.get(); }
+std::optional<Date> TSLSession::lastactive() const { return fields_->heartbeat.lastActive(); }
 
 void TSLSession::setLastactive(const std::optional<Date>& lastactive) {
-  fields_->lastactive.set(lastactive);
+  fields_->heartbeat.setLastActive(lastactive);
 }
 
 }  // namespace tessel

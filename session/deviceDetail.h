@@ -20,7 +20,7 @@ class deviceDetail : public XMLParserDelegate {
   std::shared_ptr<TSLSession> session() const { return session_.lock(); }
   void setSession(const std::shared_ptr<TSLSession>& session) { session_ = session; }
 
-  /// Name of the element started last; it stands on after the element's end.
+  /// Name of the most recently started element; not cleared at the element's end.
   std::optional<std::string> xmlelement() const { return xmlelement_; }
   void setXmlelement(const std::optional<std::string>& xmlelement) { xmlelement_ = xmlelement; }
 

@@ -7,10 +7,10 @@
 
 namespace tessel {
 
-/// Looks at what this machine offers to a session: one finding for each area, in the order of
-/// `Finding::area`. Opens and closes what it looks at, and makes the configuration folder and file
-/// where they are missing, as the first session would. Blocks for up to a few seconds (Bluetooth is
-/// given two to answer). Any thread but that of the main queue.
+/// Checks what this machine offers to a session: one finding for each area, in the order of
+/// `Finding::area`. Opens and closes each device, and makes the configuration folder and file where
+/// they are missing, if no session has done so yet. Blocks for up to a few seconds, two of them for
+/// Bluetooth. Any thread except the main queue's.
 TESSEL_EXPORT std::vector<Finding> diagnose();
 
 }  // namespace tessel

@@ -15,8 +15,9 @@ using LogSink = std::function<void(std::string_view line)>;
 
 /// Sends every log line to `sink` from now on; null restores the default, the system journal.
 ///
-/// Lines that tell what somebody types (the key codes of the keyboard channel) reach only a sink
-/// that the host has set, never the journal. A line that nobody receives is never formatted.
+/// Lines that reveal what the user types (the key codes of the keyboard channel) reach only a sink
+/// that the host has set, never the journal. A line without a receiver is never formatted. Numbers
+/// are in the C locale's form, whatever the host's locale.
 TESSEL_EXPORT void setLogSink(LogSink sink);
 
 }  // namespace tessel

@@ -14,7 +14,8 @@ class TESSEL_EXPORT OperationQueue {
  public:
   virtual ~OperationQueue() = default;
 
-  /// Runs `operation` later, never before returning. Any thread.
+  /// Runs `operation` later, never before returning. Any thread. An operation whose addition throws
+  /// is dropped.
   virtual void addOperation(std::function<void()> operation) = 0;
 
   /// A queue with a thread of its own, named `label`.

@@ -30,8 +30,8 @@ inline constexpr std::int64_t TSLSessionStateDisconnected = 0;  ///< idle, faile
 inline constexpr std::int64_t TSLSessionStateConnecting = 1;    ///< the connect sequence is running
 inline constexpr std::int64_t TSLSessionStateConnected = 2;     ///< all channels are up
 
-/// Hears from a session: on the session's delegate queue, or, when that has none, on whichever
-/// thread changed the state or reported the failure. `session` is null only in calls that the
+/// Receives a session's notifications: on the session's delegate queue, or, without one, on the
+/// thread that changed the state or reported the failure. `session` is null only in calls that the
 /// session's own destruction makes.
 class TESSEL_EXPORT TSLSessionDelegate {
  public:
@@ -57,11 +57,11 @@ class TESSEL_EXPORT TSLSessionDelegate {
 /// One object serves one successful connection: a later `connect` runs without a heartbeat.
 /// Dropping the last reference disconnects.
 ///
-/// Threads: any thread may call. `connect` returns at once. `disconnect` does not wait for the hub,
-/// but for this computer: until the frame under way is captured and encoded and what the hub holds
-/// down is released, some milliseconds, and seconds where the X server does not answer. So does the
-/// destruction of a session that is not disconnected. The session holds its connections, they hold
-/// it weakly.
+/// Threads: any thread may call. `connect` returns at once. `disconnect` never waits for the hub.
+/// It blocks until the frame under way is captured and encoded and the keys and buttons that the
+/// hub holds down are released: some milliseconds, or seconds where the X server does not answer.
+/// So does the destruction of a session that is not disconnected. The session holds its
+/// connections, they hold it weakly.
 class TESSEL_EXPORT TSLSession : public XMLParserDelegate,
                                  public std::enable_shared_from_this<TSLSession> {
  public:
@@ -75,7 +75,7 @@ class TESSEL_EXPORT TSLSession : public XMLParserDelegate,
   TSLSession(const TSLSession&) = delete;
   TSLSession& operator=(const TSLSession&) = delete;
 
-  /// Sets who is told (held weakly) and where (held strongly). Either may be null.
+  /// Sets the delegate (held weakly) and its queue (held strongly). Either may be null.
   void setDelegate(const std::shared_ptr<TSLSessionDelegate>& delegate,
                    const std::shared_ptr<OperationQueue>& queue);
   /// Starts the connect sequence. Does nothing unless the state is 0.
@@ -86,15 +86,15 @@ class TESSEL_EXPORT TSLSession : public XMLParserDelegate,
   /// Ends a connecting or connected session. An accidental end is reported with code 3.
   void disconnect();
 
-  /// One of the three states above. It may be another one by the time the caller looks at it.
+  /// One of the three states above. Another thread may change it at any time.
   std::int64_t state() const;
   /// What the session was made with.
   std::optional<std::string> hostName() const;
   /// What the session was made with.
   std::int64_t displayMode() const;
-  /// Who is told; null when nobody was set, or when they are gone.
+  /// The delegate; null if unset or destroyed.
   std::shared_ptr<TSLSessionDelegate> delegate() const;
-  /// Where they are told; null for the thread that has something to tell.
+  /// The delegate's queue; without one the delegate is called on the thread that notifies.
   std::shared_ptr<OperationQueue> delegateQueue() const;
   /// What the display channel has done so far; all zero while there is none.
   TSLSessionStatistics statistics() const;
@@ -135,10 +135,10 @@ class TESSEL_EXPORT TSLSession : public XMLParserDelegate,
   std::shared_ptr<TSLSessionConfigration> sessionConfig() const;
   void setSessionConfig(const std::shared_ptr<TSLSessionConfigration>& sessionConfig);
 
-  /// @name What the session makes for itself
-  /// The channels, null while there is none, and the timer of the heartbeat, which `disconnect`
-  /// ends for good. The setters are for the session's own steps: they neither start nor stop what
-  /// they are given.
+  /// @name The session's own objects
+  /// The channels, null while there is none, and the heartbeat's timer, which `disconnect` cancels
+  /// for good. The setters are for the session's own steps: they neither start nor stop what they
+  /// are given.
   /// @{
   std::shared_ptr<TSLDisplayConnection> displayConnection() const;
   void setDisplayConnection(const std::shared_ptr<TSLDisplayConnection>& displayConnection);
@@ -160,21 +160,21 @@ class TESSEL_EXPORT TSLSession : public XMLParserDelegate,
 
   /// @name What the session's own parts and its channels call
   /// @{
-  /// Stores the state and tells the delegate when it is a different one.
+  /// Stores the state and notifies the delegate of a different one.
   void setState(std::int64_t state);
-  /// Hands `error` to the delegate.
+  /// Reports `error` to the delegate.
   void notifyConnectionDidFailWithError(const Error& error);
   /// Fetches and evaluates the device details. The completion comes once, on a URL session's
   /// callback queue.
   void fetchDeviceDetailsWithCompletionHandler(
       std::function<void(std::optional<Error>)> completion);
-  /// One heartbeat; on the main queue.
+  /// One tick of the heartbeat; on the main queue.
   void HeartBeatfunc();
-  /// Ends the heartbeat for good.
+  /// Cancels the heartbeat for good.
   void cancelHeartBeat();
   /// An empty hook, kept for hosts that call it.
   void ShutDownAccidentally();
-  /// What the heartbeat's parser finds in the hub's answer.
+  /// The parser's events while it reads the hub's answer to a heartbeat.
   void didStartElement(const std::string& elementName) override;
   void foundCharacters(const std::string& text) override;
   /// @}

@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <memory>
-#include <mutex>
 
 #include "tessel/Export.h"
 #include "tessel/Types.h"
@@ -12,6 +11,10 @@ namespace tessel {
 /// The settings of one session. Any thread may call.
 class TESSEL_EXPORT TSLSessionConfigration {
  public:
+  ~TSLSessionConfigration();
+  TSLSessionConfigration(const TSLSessionConfigration&) = delete;
+  TSLSessionConfigration& operator=(const TSLSessionConfigration&) = delete;
+
   /// The built-in defaults, overridden from the configuration file's current contents.
   static std::shared_ptr<TSLSessionConfigration> initWithDefaultvalue();
 
@@ -33,12 +36,10 @@ class TESSEL_EXPORT TSLSessionConfigration {
   void setSessionSize(Size sessionSize);
 
  private:
-  TSLSessionConfigration() = default;
+  TSLSessionConfigration();
 
-  mutable std::mutex mutex_;  // guards all below
-  double heartBeatTimeout_ = 20.0;
-  std::int64_t autoDisconnectCastingWhenCloseLaptop_ = 1;
-  Size sessionSize_;
+  struct Fields;
+  const std::unique_ptr<Fields> fields_;
 };
 
 }  // namespace tessel

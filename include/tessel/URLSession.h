@@ -23,7 +23,8 @@ struct URLRequest {
 /// What a server answered.
 struct URLResponse {
   long statusCode = 0;
-  /// Header fields; names in lower case, the last one wins where a name repeats.
+  /// Header fields: names in lower case, values without surrounding white space; the last one wins
+  /// where a name repeats.
   std::map<std::string, std::string> headers;
 
   /// The value of a header field, its name in any letter case.
@@ -32,10 +33,10 @@ struct URLResponse {
 
 /// A small HTTP client.
 ///
-/// Transfers run side by side, of whichever session: up to two to one server, and a number in all.
-/// Those beyond wait for their turn. Completions come one at a time on the session's own callback
-/// queue. A completion may block for seconds: that delays the other completions of this session and
-/// nobody else's. A transfer holds what it needs, so the session may be dropped while one is under
+/// Transfers run at the same time, also those of different sessions: up to six to one server, and
+/// up to 96 in all. Further ones are queued. Completions come one at a time on the session's own
+/// callback queue. A completion may block for seconds: that delays only the other completions of
+/// this session. A transfer holds what it needs, so the session may be dropped while one is under
 /// way. Any thread may call.
 class TESSEL_EXPORT URLSession {
  public:
@@ -46,12 +47,11 @@ class TESSEL_EXPORT URLSession {
   virtual ~URLSession() = default;
 
   /// Starts a transfer and returns at once. At most 16 redirects are followed, certificates are
-  /// checked, and a body over 1 MiB ends the transfer with an error. So does a line of transfers
-  /// that is too long to wait in.
+  /// checked, and a body over 1 MiB ends the transfer with an error, as does a full queue.
   virtual void dataTask(const URLRequest& request, Completion completion) = 0;
 
   /// A new session with the platform's default settings: a transfer may take 60 seconds from its
-  /// start. The time that it waits for its turn comes on top.
+  /// start, without the time that it is queued.
   static std::shared_ptr<URLSession> tsl_sessionWithDefaultConfiguration();
 };
 

@@ -14,11 +14,11 @@ namespace tessel {
 ///
 /// It lies in the folder "/Users/Shared/Lumisk"; the environment variable TESSEL_SHARED_FOLDER
 /// replaces "/Users/Shared". A folder or a file that cannot be made is logged; one that cannot be
-/// read, is damaged, or cannot be written is not. For what the file does not tell, the built-in
-/// defaults are in force.
+/// read, is damaged, or cannot be written is not. The built-in defaults apply to keys that the file
+/// lacks.
 ///
 /// Any thread may call; a recursive lock is held for the whole of each keyed access, load and save.
-/// What touches the file blocks for as long as the file system does.
+/// Loads and saves block for as long as the file system does.
 class TESSEL_EXPORT VexCfg {
  public:
   /// The one instance of this process, made on the first call.
@@ -47,11 +47,11 @@ class TESSEL_EXPORT VexCfg {
   void setObjectByKey(const std::optional<std::string>& key,
                       const std::optional<PropertyListValue>& object);
 
-  /// Whether there are changes that are not yet written. Set to false, it keeps them from being.
+  /// Whether there are changes that are not yet written. Set to false, they are not written.
   bool fileModified() const;
   void setFileModified(bool fileModified);
-  /// Whether the file was there, or could be made, when that was last ensured. Whether this process
-  /// may read and write it is not looked at. While false, the file is neither read nor written.
+  /// Whether the file existed, or could be made, at the last check; says nothing of permissions.
+  /// While false, the file is neither read nor written.
   bool fileExist() const;
   void setFileExist(bool fileExist);
   /// A copy of the file's contents in memory; none until loaded, or when it could not be read.

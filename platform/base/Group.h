@@ -1,13 +1,13 @@
 #pragma once
 
 #include <condition_variable>
-#include <mutex>
 
 #include "platform/Clock.h"
+#include "platform/base/Mutex.h"
 
 namespace tessel::platform {
 
-/// Counts work under way, and lets a thread wait until there is none. Any thread.
+/// Counts work under way; a thread can wait until there is none. Any thread.
 class Group {
  public:
   explicit Group(Clock& clock) : clock_{clock} {}
@@ -20,9 +20,9 @@ class Group {
 
  private:
   Clock& clock_;
-  std::mutex mutex_;  // guards count_
+  Mutex mutex_;
   std::condition_variable changed_;
-  int count_ = 0;
+  int count_ TESSEL_GUARDED_BY(mutex_) = 0;
 };
 
 /// Wakes a waiting thread. A signal that comes before the wait is not lost. Any thread.
@@ -36,9 +36,9 @@ class Condition {
 
  private:
   Clock& clock_;
-  std::mutex mutex_;  // guards signalled_
+  Mutex mutex_;
   std::condition_variable changed_;
-  bool signalled_ = false;
+  bool signalled_ TESSEL_GUARDED_BY(mutex_) = false;
 };
 
 }  // namespace tessel::platform

@@ -21,12 +21,15 @@
 
 namespace tessel::platform {
 
-/// A std::mutex that clang can check the use of. Held through MutexLock only.
+/// A std::mutex whose use clang can check. Held through MutexLock only.
 class TESSEL_THREAD_ANNOTATION(capability("mutex")) Mutex {
  public:
   Mutex() = default;
   Mutex(const Mutex&) = delete;
   Mutex& operator=(const Mutex&) = delete;
+
+  /// Tells clang that the calling thread holds it, where clang cannot see that.
+  void assertHeld() const TESSEL_THREAD_ANNOTATION(assert_capability(this)) {}
 
  private:
   friend class MutexLock;

@@ -6,12 +6,11 @@
 
 namespace tessel::platform {
 
-/// Whether `text` holds white space or control characters. In a URL they would end the request
-/// line, and what follows them would pass as header fields.
+/// Whether `text` holds white space or control characters. In a URL they would end the request line
+/// and inject header fields.
 bool holdsSpaceOrControl(std::string_view text);
 
-/// The URL that `text` spells; none where the text cannot be one: it is empty, or it holds white
-/// space or control characters, with which a stranger could smuggle lines into a request.
+/// `text` as a URL; none where it is empty or holds white space or control characters.
 std::optional<std::string> urlFromText(std::string_view text);
 
 /// `url` with `component` appended to its path, exactly one "/" between them. A "/" inside the

@@ -2,8 +2,8 @@
 
 namespace tessel::platform {
 
-/// The value of an environment variable; empty when it is not set. On the thread that a host calls
-/// from, never on one of the library's own: the host may change its environment meanwhile.
+/// The value of an environment variable; empty when it is not set. Only on a thread that the host
+/// calls from, never on one of the library's own: getenv races a host that changes its environment.
 const char* environment(const char* name);
 
 }  // namespace tessel::platform

@@ -5,9 +5,11 @@
 
 namespace tessel::platform {
 
-/// Keeps the host's signals from the threads that are started while it lives: a thread starts with
-/// the mask of the one that starts it. The signals are the host's, and so are the threads to handle
-/// them on. A fault stays with the thread that made it, as does the tick of a profiler.
+/// Blocks the host's signals on the calling thread while it lives, and so on the threads that are
+/// started meanwhile, which inherit the mask: the host handles its signals on its own threads. Not
+/// blocked are faults, which belong to the thread that caused them, and a profiler's SIGPROF.
+///
+/// Used by startThread(), and where a third-party library starts threads itself.
 class HostSignalsBlocked {
  public:
   HostSignalsBlocked() {

@@ -5,8 +5,8 @@
 
 namespace tessel::platform {
 
-/// Keeps SIGPIPE from the calling thread while it lives, and takes the one that was raised
-/// meanwhile. For libraries that write to sockets without MSG_NOSIGNAL.
+/// Blocks SIGPIPE on the calling thread while it lives, and consumes one that was raised meanwhile.
+/// For libraries that write to sockets without MSG_NOSIGNAL.
 class PipeSignalGuard {
  public:
   PipeSignalGuard() {

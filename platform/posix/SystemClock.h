@@ -6,6 +6,7 @@
 
 namespace tessel::platform {
 
+/// The clocks of the system.
 std::shared_ptr<Clock> makeClock();
 
 }  // namespace tessel::platform

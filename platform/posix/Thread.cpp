@@ -18,7 +18,7 @@ std::thread startThread(std::string_view name, std::function<void()> run) {
   return std::thread{
       [name = std::string{name.substr(0, kMaxNameLength)}, run = std::move(run)]() mutable {
         pthread_setname_np(pthread_self(), name.c_str());
-        // Destroyed before the thread ends, on the thread: what it holds may count on that.
+        // The function is destroyed on this thread, before it ends.
         std::exchange(run, nullptr)();
       }};
 }

@@ -14,6 +14,7 @@
 #include "platform/Services.h"
 #include "platform/linux/JournalLog.h"
 #include "tessel/Log.h"
+#include "tests/support/CommaLocale.h"
 #include "tests/support/Eventually.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -51,7 +52,7 @@ class LogTest : public testing::Test {
   std::vector<std::string> lines_;  // what the host's sink got
 };
 
-// Memory that nobody may look at: whoever formats it dies.
+// Memory without read access: formatting it crashes.
 class Untouchable {
  public:
   Untouchable() : page_{mmap(nullptr, kSize, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0)} {
@@ -87,7 +88,7 @@ TEST_F(LogTest, WithTheSinkGoneLinesGoToTheSystemLogAgain) {
   EXPECT_THAT(system_->lines, ElementsAre("back"));
 }
 
-TEST_F(LogTest, ALineThatNobodyReceivesIsNotFormatted) {
+TEST_F(LogTest, ALineWithoutAReceiverIsNotFormatted) {
   const Untouchable untouchable;
   system_->listening = false;
   log("%s", untouchable.text());
@@ -118,6 +119,14 @@ TEST_F(LogTest, LinesOfAnyLengthArriveWhole) {
     log("%s", text.c_str());
     EXPECT_EQ(lines_.back(), text);
   }
+}
+
+TEST_F(LogTest, NumbersHaveAPointWhateverTheHostsLocale) {
+  const CommaLocale host;
+  listen();
+  log("%lf/%.1f", 1920.5, 0.25);
+  logPrivate("%f", -0.5);
+  EXPECT_THAT(lines_, ElementsAre("1920.500000/0.2", "-0.500000"));
 }
 
 TEST_F(LogTest, LinesOfManyThreadsComeOneAtATime) {

@@ -235,6 +235,29 @@ TEST_F(ConnectSequenceTest, AFailedKeyboardChannelEndsItWithItsError) {
       "-[TSLSession connect]_block_invoke_4: Keyboard connection failed, aborting connection");
 }
 
+TEST_F(ConnectSequenceTest, AFailedStepDropsMouseThenKeyboardThenDisplay) {
+  session->connect();
+  hub.takeDisplay();
+  hub.takeMouse();
+  hub.takeKeyBoard();
+  int looks = 0;
+  hub.keyBoard->onCancel = [&] {
+    ++looks;
+    EXPECT_EQ(session->mouseConnection(), nullptr);
+    EXPECT_EQ(session->keyBoardConnection(), nullptr);
+    EXPECT_NE(session->displayConnection(), nullptr);
+  };
+  hub.display->onCancel = [&] {
+    ++looks;
+    EXPECT_EQ(session->mouseConnection(), nullptr);
+    EXPECT_EQ(session->keyBoardConnection(), nullptr);
+    EXPECT_EQ(session->displayConnection(), nullptr);
+  };
+  finishConnecting(session, Error{TSLErrorDomain, 2, ""});
+  world.run();
+  EXPECT_EQ(looks, 2);
+}
+
 TEST_F(ConnectSequenceTest, ASessionWithoutAHostNameEndsWithCode2) {
   const auto nameless = TSLSession::initWithHostName(std::nullopt, 0);
   nameless->setDelegate(delegate, nullptr);

@@ -1,6 +1,8 @@
 #include <gmock/gmock.h>
 
 #include "tessel/Diagnostics.h"
+#include "tessel/VexCfg.h"
+#include "tests/session/SettingsFile.h"
 #include "tests/support/SimWorld.h"
 
 namespace tessel::test {
@@ -12,6 +14,17 @@ using testing::ElementsAre;
 
 class DiagnosticsTest : public testing::Test {
  protected:
+  // The shared file outlives a test's world: each test begins with one that exists.
+  DiagnosticsTest() {
+    VexCfg::sharedCfgFile()->setFileExist(true);
+    world.files.files[kSettingsFile] = PropertyListDictionary{{kAutoDisconnectKey, {true}}};
+    VexCfg::sharedCfgFile()->loadCfgFile();
+  }
+  ~DiagnosticsTest() override {
+    VexCfg::sharedCfgFile()->setFileExist(true);
+    VexCfg::sharedCfgFile()->setFileModified(false);
+  }
+
   // Looks at the machine while its radio tells each of these states.
   std::vector<Finding> diagnoseWith(const std::vector<CentralState>& states) {
     std::vector<Finding> findings;
@@ -95,18 +108,37 @@ TEST_F(DiagnosticsTest, TheConfigurationFileIsNamed) {
   EXPECT_EQ(finding.advice, "");
 }
 
-TEST_F(DiagnosticsTest, AConfigurationThatIsMissingOrDamagedIsToldApart) {
-  world.files.folders.insert("/Users/Shared/Lumisk");
-  world.files.files["/Users/Shared/Lumisk/VexCfg.plist"] = std::nullopt;
-  auto finding = diagnoseWith({CentralState::kPoweredOn}).back();
+TEST_F(DiagnosticsTest, ADamagedConfigurationFileIsTold) {
+  world.files.files[kSettingsFile] = std::nullopt;
+  const auto finding = diagnoseWith({CentralState::kPoweredOn}).back();
   EXPECT_FALSE(finding.usable);
   EXPECT_THAT(finding.sentence, testing::HasSubstr("is damaged"));
-  world.files.files.clear();
-  world.files.folders.clear();
-  world.files.createFailure = Error{"posix", 13, "Permission denied"};
-  finding = diagnoseWith({CentralState::kPoweredOn}).back();
+}
+
+TEST_F(DiagnosticsTest, ARemovedConfigurationFileIsToldAndNotMadeAgain) {
+  world.files.files.erase(kSettingsFile);
+  const auto finding = diagnoseWith({CentralState::kPoweredOn}).back();
   EXPECT_FALSE(finding.usable);
   EXPECT_THAT(finding.sentence, testing::HasSubstr("There is no configuration file"));
+  EXPECT_THAT(finding.advice, testing::HasSubstr("at the next start"));
+  EXPECT_FALSE(world.files.files.contains(kSettingsFile));
+}
+
+// As sessions do for the rest of this process.
+TEST_F(DiagnosticsTest, WhatCouldNotBeMadeOnFirstUseIsNotUsedLaterEither) {
+  VexCfg::sharedCfgFile()->setFileExist(false);
+  const auto finding = diagnoseWith({CentralState::kPoweredOn}).back();
+  EXPECT_FALSE(finding.usable);
+  EXPECT_THAT(finding.sentence, testing::HasSubstr("There is no configuration file"));
+  EXPECT_THAT(finding.advice, testing::HasSubstr("Make the folder writable"));
+}
+
+TEST_F(DiagnosticsTest, ChangesOfTheHostThatAreNotSavedStay) {
+  const auto file = VexCfg::sharedCfgFile();
+  file->setObjectByKey(kAutoDisconnectKey, PropertyListValue{false});
+  EXPECT_TRUE(diagnoseWith({CentralState::kPoweredOn}).back().usable);
+  EXPECT_TRUE(file->fileModified());
+  EXPECT_EQ(file->getObjectByKey(kAutoDisconnectKey), PropertyListValue{false});
 }
 
 }  // namespace

@@ -99,10 +99,38 @@ TEST_F(SessionLifetimeTest, DroppedDuringAPoll) {
   world.run();
   ASSERT_EQ(hub.polls().size(), 1U);
   const auto poll = hub.polls().front();
+  drop();  // nothing holds the session while it waits for an answer
+  EXPECT_THAT(delegate->calls, ElementsAre("state 1", "state 2", "state 0"));
+}
+
+TEST_F(SessionLifetimeTest, AnAnswerThatComesAfterTheDropIsIgnored) {
+  hub.answersPolls = false;
+  bringUp();
+  world.run();
+  const auto poll = hub.polls().front();
+  const std::weak_ptr<TSLSession> weak = session;
   session.reset();
+  EXPECT_TRUE(weak.expired());
   poll->respond(hub.status);
   world.run();
-  drop();
+  EXPECT_TRUE(poll->answered);
+  EXPECT_EQ(hub.polls().size(), 1U);
+}
+
+TEST_F(SessionLifetimeTest, DroppedWhileConnectedItStopsEachChannel) {
+  bringUp();
+  world.run();
+  world.log.clear();
+  session.reset();
+  EXPECT_THAT(world.log.startingWith("-[TSLSession disconnect]"),
+              ElementsAre("-[TSLSession disconnect]: ENTER, Session State: 2",
+                          "-[TSLSession disconnect]: Closing Display Connection",
+                          "-[TSLSession disconnect]_block_invoke: Display Connection Closed",
+                          "-[TSLSession disconnect]: Closing Mouse Connection",
+                          "-[TSLSession disconnect]_block_invoke_2: Mouse Connection Closed",
+                          "-[TSLSession disconnect]: Closing Keyboard Connection",
+                          "-[TSLSession disconnect]_block_invoke_3: Keyboard Connection Closed",
+                          "-[TSLSession disconnect]: EXIT"));
 }
 
 TEST_F(SessionLifetimeTest, CallsThatItsDestructionMakesCarryNoSession) {

@@ -77,9 +77,13 @@ TEST_F(SessionSystemTest, TheConfigurationFileIsCreatedFromTheShippedOne) {
 }
 
 TEST_F(SessionSystemTest, AChangedConfigurationFileIsReadByTheNextSession) {
-  const auto file = VexCfg::sharedCfgFile();
-  file->setObjectByKey("AutoDisconnectCastingWhenCloseLaptop", PropertyListValue{false});
-  file->saveCfgFile();
+  EXPECT_EQ(TSLSession::initWithHostName("127.0.0.1", 0)
+                ->sessionConfig()
+                ->autoDisconnectCastingWhenCloseLaptop(),
+            1);
+  const auto anotherProgram = VexCfg::init();
+  anotherProgram->setObjectByKey("AutoDisconnectCastingWhenCloseLaptop", PropertyListValue{false});
+  anotherProgram->saveCfgFile();
   session = TSLSession::initWithHostName("127.0.0.1", 0);
   EXPECT_EQ(session->sessionConfig()->autoDisconnectCastingWhenCloseLaptop(), 0);
 }
@@ -117,6 +121,31 @@ TEST_F(SessionSystemTest, DetailsOverTheBoundGiveTheTransfersError) {
   EXPECT_EQ(error->code, CURLE_FILESIZE_EXCEEDED);
 }
 
+TEST_F(SessionSystemTest, AnApplicationURLWithoutAValueGivesCode6) {
+  for (const std::string value : {"", " ", "\t"}) {
+    EXPECT_EQ(fetch("127.7.1.12", okAnswer("<d/>", "Application-URL:" + value + "\r\n")),
+              (Error{TSLErrorDomain, 6, ""}));
+  }
+}
+
+TEST_F(SessionSystemTest, DeclarationsOfADocumentTypeDoNotHideWhatItAsksFor) {
+  EXPECT_EQ(fetch("127.7.1.13", details("<!DOCTYPE d [<!ENTITY maker \"x\"><!ENTITY f SYSTEM "
+                                        "\"file:///etc/passwd\"><!ATTLIST d a CDATA \"b\">]>"
+                                        "<d><SSL>443</SSL><busy>2</busy></d>")),
+            std::nullopt);
+  EXPECT_TRUE(session->sslEnabled());
+  EXPECT_EQ(session->applicationURL(), "https://127.7.1.13:443/apps/");
+}
+
+TEST_F(SessionSystemTest, WhatStandsBeforeAReferenceToADeclaredEntityHolds) {
+  EXPECT_EQ(fetch("127.7.1.14", details("<!DOCTYPE d [<!ENTITY one \"1\">]><d><SSL>443</SSL>"
+                                        "<busy>&one;</busy><specVersion>1.6</specVersion></d>")),
+            std::nullopt);
+  EXPECT_TRUE(session->sslEnabled());
+  EXPECT_FALSE(session->busyStatus());
+  EXPECT_FALSE(session->newProtocol());
+}
+
 TEST_F(SessionSystemTest, EntityBombsAreNotExpanded) {
   std::string bomb = "<!DOCTYPE d [<!ENTITY a0 \"1.6\">";
   for (int i = 1; i < 30; ++i) {
@@ -152,7 +181,7 @@ TEST_F(SessionSystemTest, HostNamesThatCannotStandInAURLEndWithAnError) {
 }
 
 TEST_F(SessionSystemTest, AHostNameThatHoldsAPathIsTakenAsItStands) {
-  connectTo("127.7.1.11:1/../x?y#z");  // nobody listens there
+  connectTo("127.7.1.11:1/../x?y#z");  // a refusing port
   EXPECT_TRUE(failsWith(CURLE_COULDNT_CONNECT));
 }
 
@@ -171,18 +200,30 @@ TEST_F(SessionSystemTest, ARefusedDisplayChannelEndsAConnectWithCode3) {
   EXPECT_TRUE(delegate->calls.becomesEqual({"state 1", "state 0", "failed 3"}));
 }
 
-TEST_F(SessionSystemTest, SessionsDroppedAtEachStepEndByThemselves) {
+// Counts the calls that destructions make: they carry no session.
+class DestructionCounter final : public TSLSessionDelegate {
+ public:
+  Eventually<int> destroyed{0};
+  Eventually<int> others{0};
+
+  void didChangeState(const std::shared_ptr<TSLSession>& session, std::int64_t state) override {
+    const bool inDestruction = !session && state == TSLSessionStateDisconnected;
+    (inDestruction ? destroyed : others).update([](int& count) { ++count; });
+  }
+};
+
+TEST_F(SessionSystemTest, SessionsDroppedAtEachStepAreDestroyedThere) {
   LoopbackHub hub{"127.7.1.8", LoopbackHub::plainDetails("127.7.1.8")};
   for (int answered = 0; answered <= 2; ++answered) {
     hub.requests.set(0);
+    const auto counter = std::make_shared<DestructionCounter>();
     session = TSLSession::initWithHostName("127.7.1.8", 0);
-    session->setDelegate(delegate, nullptr);
-    const std::weak_ptr<TSLSession> weak = session;
+    session->setDelegate(counter, nullptr);
     session->connect();
     EXPECT_TRUE(hub.requests.becomes([&](int count) { return count >= answered; }));
-    delegate->calls.set({});
     session.reset();
-    EXPECT_TRUE(delegate->calls.becomesEqual({"state 0"})) << answered;
+    EXPECT_TRUE(counter->destroyed.becomesEqual(1)) << answered;
+    EXPECT_EQ(counter->others.get(), 1) << "state 1, and no step that failed later";
   }
 }
 
@@ -191,7 +232,7 @@ TEST_F(SessionSystemTest, ManyThreadsMakeAndDropSessions) {
   for (int i = 0; i < 4; ++i) {
     threads.emplace_back([] {
       for (int n = 0; n < 10; ++n) {
-        const auto own = TSLSession::initWithHostName("127.7.1.9", 0);  // nobody listens there
+        const auto own = TSLSession::initWithHostName("127.7.1.9", 0);  // a refusing port
         own->connect();
         own->cancelConnect();
       }
@@ -204,11 +245,11 @@ TEST_F(SessionSystemTest, ManyThreadsMakeAndDropSessions) {
   EXPECT_EQ(VexCfg::init()->pCfgDict(), shipped);
 }
 
-// Whatever the threads do, the delegate's queue hears of different states in turn, and its last
-// word is the state in force.
+// In any interleaving the delegate's queue gets different states in turn, the last one being the
+// state in force.
 TEST_F(SessionSystemTest, ManyThreadsConnectAndDisconnectOneSession) {
   const auto queue = OperationQueue::serialQueue("delegate");
-  session = TSLSession::initWithHostName("127.7.1.10", 0);  // nobody listens there
+  session = TSLSession::initWithHostName("127.7.1.10", 0);  // a refusing port
   session->setDelegate(delegate, queue);
   std::vector<std::thread> threads;
   for (int i = 0; i < 2; ++i) {

@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <mutex>
+#include <stdexcept>
 #include <thread>
 #include <vector>
 
@@ -17,19 +17,20 @@ class HoldingQueue final : public OperationQueue {
  public:
   void addOperation(std::function<void()> operation) override {
     if (onAdd) onAdd();
-    const std::lock_guard lock{mutex_};
+    const platform::MutexLock lock{mutex_};
     operations_.push_back(std::move(operation));
   }
 
   void runAll() {
+    const platform::MutexLock lock{mutex_};
     for (const auto& operation : operations_) operation();
   }
 
   std::function<void()> onAdd;
 
  private:
-  std::mutex mutex_;  // guards operations_
-  std::vector<std::function<void()>> operations_;
+  platform::Mutex mutex_;
+  std::vector<std::function<void()>> operations_ TESSEL_GUARDED_BY(mutex_);
 };
 
 class StateRecordTest : public testing::Test {
@@ -43,17 +44,17 @@ class StateRecordTest : public testing::Test {
   std::vector<std::int64_t> told;
 };
 
-TEST_F(StateRecordTest, ADifferentValueIsStoredAndItsCallLinedUp) {
+TEST_F(StateRecordTest, ADifferentValueIsStoredAndItsCallEnqueued) {
   EXPECT_TRUE(record.change(std::nullopt, 1, telling(1)));
   EXPECT_EQ(record.value(), 1);
-  record.handOver();
+  record.deliver();
   queue->runAll();
   EXPECT_THAT(told, ElementsAre(1));
 }
 
 TEST_F(StateRecordTest, TheSameValueIsNoChange) {
   EXPECT_FALSE(record.change(std::nullopt, 0, telling(0)));
-  record.handOver();
+  record.deliver();
   queue->runAll();
   EXPECT_THAT(told, ElementsAre());
 }
@@ -66,29 +67,43 @@ TEST_F(StateRecordTest, AChangeFromAnotherValueThanExpectedIsNone) {
 
 TEST_F(StateRecordTest, CallsWithoutAQueueAreLeftToTheCaller) {
   EXPECT_TRUE(record.change(std::nullopt, 1, {nullptr, [this] { told.push_back(1); }}));
-  record.lineUp({nullptr, [this] { told.push_back(2); }});
-  record.handOver();
+  record.enqueue({nullptr, [this] { told.push_back(2); }});
+  record.deliver();
   EXPECT_THAT(told, ElementsAre());
 }
 
-TEST_F(StateRecordTest, WhatIsLinedUpWhileAQueueIsCalledComesBehind) {
+TEST_F(StateRecordTest, WhatIsEnqueuedWhileAQueueIsCalledComesBehind) {
   queue->onAdd = [this] {
     queue->onAdd = nullptr;
     record.change(std::nullopt, 2, telling(2));
-    record.handOver();
+    record.deliver();
   };
   record.change(std::nullopt, 1, telling(1));
-  record.handOver();
+  record.deliver();
   queue->runAll();
   EXPECT_THAT(told, ElementsAre(1, 2));
 }
 
-// Whoever wins: the queue's last word is the state in force, and no two neighbours are equal.
-TEST_F(StateRecordTest, TheQueueHearsTheChangesOfRacingThreadsInTheirOrder) {
+TEST_F(StateRecordTest, AQueueThatThrowsLosesThatCallAndGetsTheNextOnes) {
+  queue->onAdd = [this] {
+    queue->onAdd = nullptr;
+    throw std::runtime_error{"the host's loop has ended"};
+  };
+  record.change(std::nullopt, 1, telling(1));
+  record.enqueue(telling(10));
+  EXPECT_NO_THROW(record.deliver());
+  record.change(std::nullopt, 2, telling(2));
+  EXPECT_NO_THROW(record.deliver());
+  queue->runAll();
+  EXPECT_THAT(told, ElementsAre(10, 2));
+}
+
+// In any interleaving the last call reports the state in force, and no two in a row are equal.
+TEST_F(StateRecordTest, TheQueueGetsTheChangesOfRacingThreadsInTheirOrder) {
   const auto flip = [this](std::int64_t from, std::int64_t to) {
     for (int i = 0; i < 2000; ++i) {
       record.change(from, to, telling(to));
-      record.handOver();
+      record.deliver();
     }
   };
   std::thread up{flip, 0, 1};

@@ -1,4 +1,7 @@
 // Construction, the delegate, the state, and the end of a session.
+#include <stdexcept>
+#include <utility>
+
 #include "platform/Queues.h"
 #include "tessel/TSLSession.h"
 #include "tests/session/SessionFixture.h"
@@ -202,7 +205,7 @@ TEST_F(TSLSessionTest, DisconnectFromState2ClosesEveryChannelAndReportsState0) {
   ASSERT_NE(session->deviceDetailsXML(), std::nullopt);
   delegate->calls.clear();
   delegate->onState = [this](std::int64_t) {
-    EXPECT_FALSE(hub.display->cancelled) << "the delegate hears of it before any channel is closed";
+    EXPECT_FALSE(hub.display->cancelled) << "the delegate is called before any channel is closed";
   };
   world.log.clear();
   session->disconnect();
@@ -247,6 +250,45 @@ TEST_F(TSLSessionTest, AnAccidentalDisconnectInState1ReportsCode3) {
   session->displayConnection()->setTerminateAccidentally(true);
   session->disconnect();
   EXPECT_THAT(delegate->calls, ElementsAre("state 1", "state 0", "failed 3"));
+}
+
+// The flag is looked at after the delegate has got state 0.
+TEST_F(TSLSessionTest, AnEndThatBecomesAccidentalAsItIsReportedGivesCode3) {
+  bringUp();
+  delegate->calls.clear();
+  delegate->onState = [this](std::int64_t) {
+    session->displayConnection()->setTerminateAccidentally(true);
+  };
+  session->disconnect();
+  EXPECT_THAT(delegate->calls, ElementsAre("state 0", "failed 3"));
+}
+
+TEST_F(TSLSessionTest, AnEndThatIsNoLongerAccidentalAsItIsReportedGivesNoError) {
+  bringUp();
+  delegate->calls.clear();
+  session->displayConnection()->setTerminateAccidentally(true);
+  delegate->onState = [this](std::int64_t) {
+    session->displayConnection()->setTerminateAccidentally(false);
+  };
+  session->disconnect();
+  EXPECT_THAT(delegate->calls, ElementsAre("state 0"));
+}
+
+TEST_F(TSLSessionTest, AQueueOfTheHostThatThrowsSilencesTheDelegateForThatCallOnly) {
+  class ThrowingOnce final : public OperationQueue {
+   public:
+    void addOperation(std::function<void()> operation) override {
+      if (!std::exchange(threw_, true)) throw std::runtime_error{"the loop has ended"};
+      operation();
+    }
+
+   private:
+    bool threw_ = false;
+  };
+  session->setDelegate(delegate, std::make_shared<ThrowingOnce>());
+  EXPECT_NO_THROW(session->connect());
+  EXPECT_NO_THROW(session->disconnect());
+  EXPECT_THAT(delegate->calls, ElementsAre("state 0"));
 }
 
 TEST_F(TSLSessionTest, AFailureOfTheDisplayChannelWhileConnectedEndsWithState0ThenCode3) {
@@ -306,7 +348,7 @@ TEST_F(TSLSessionTest, ConnectStormMakesOneSequence) {
   EXPECT_EQ(world.network.connections.size(), 3U);
 }
 
-// Each connect's sequence goes on after its disconnect; all end in one session that can be closed.
+// Each connect's sequence continues after its disconnect; the session can still be closed.
 TEST_F(TSLSessionTest, ConnectAndDisconnectStormLeavesNothingBehind) {
   world.network.onStart = [](SimConnection& connection) { connection.refuse(); };
   for (int i = 0; i < 20; ++i) {

@@ -191,5 +191,30 @@ TEST_F(VexCfgTest, AReloadTakesTheFilesContents) {
   EXPECT_EQ(file->getObjectByKey(std::nullopt), std::nullopt);
 }
 
+TEST_F(VexCfgTest, AReloadThatFailsLeavesNoContents) {
+  const auto file = VexCfg::init();
+  ASSERT_EQ(file->pCfgDict(), kDefaults);
+  world.files.files[kSettingsFile] = std::nullopt;
+  file->reLoadCfgFile();
+  EXPECT_EQ(file->pCfgDict(), std::nullopt);
+  EXPECT_EQ(file->getObjectByKey(kAutoDisconnectKey), std::nullopt);
+  world.files.files[kSettingsFile] = kDefaults;
+  file->loadCfgFile();
+  EXPECT_EQ(file->pCfgDict(), kDefaults);
+}
+
+TEST_F(VexCfgTest, WithoutAFileAChangeIsNeitherWrittenNorLost) {
+  const auto file = VexCfg::init();
+  file->setObjectByKey(kAutoDisconnectKey, PropertyListValue{false});
+  file->setFileExist(false);
+  file->saveCfgFile();
+  file->reLoadCfgFile();
+  EXPECT_EQ(world.files.writes, 0);
+  EXPECT_TRUE(file->fileModified());
+  file->setFileExist(true);
+  file->saveCfgFile();
+  EXPECT_EQ(world.files.files[kSettingsFile]->at(kAutoDisconnectKey), PropertyListValue{false});
+}
+
 }  // namespace
 }  // namespace tessel::test

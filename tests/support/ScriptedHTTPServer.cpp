@@ -134,7 +134,7 @@ void ScriptedHTTPServer::acceptAll() {
   }
 }
 
-// The socket stays open until the server's end, when it is known that nobody uses its number.
+// The socket stays open until the server's end, so that its number is not reused meanwhile.
 void ScriptedHTTPServer::serve(int socket) {
   ignoreBrokenPipes();
   if (certificate_) {

@@ -37,7 +37,7 @@ class ScriptedHTTPServer {
  public:
   using Script = std::function<void(ServerConnection&)>;
 
-  /// Where it listens: port 0 is one that nobody else has.
+  /// Where it listens; port 0: any free port.
   struct Place {
     std::string address = "127.0.0.1";
     int port = 0;

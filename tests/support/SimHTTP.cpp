@@ -6,7 +6,7 @@
 namespace tessel::test {
 namespace {
 
-constexpr std::chrono::seconds kUsualTimeout{60};
+constexpr std::chrono::seconds kDefaultTimeout{60};
 
 }  // namespace
 
@@ -74,12 +74,12 @@ std::shared_ptr<URLSession> SimHTTP::makeSession(
     std::optional<platform::Clock::Duration> requestTimeout) {
   ++sessionsMade;
   lastRequestTimeout = requestTimeout;
-  return std::make_shared<SimURLSession>(*this, requestTimeout.value_or(kUsualTimeout), false);
+  return std::make_shared<SimURLSession>(*this, requestTimeout.value_or(kDefaultTimeout), false);
 }
 
 std::shared_ptr<URLSession> SimHTTP::makeBackgroundSession() {
   ++sessionsMade;
-  return std::make_shared<SimURLSession>(*this, kUsualTimeout, true);
+  return std::make_shared<SimURLSession>(*this, kDefaultTimeout, true);
 }
 
 }  // namespace tessel::test

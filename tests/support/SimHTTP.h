@@ -18,7 +18,7 @@ class SimExchange : public std::enable_shared_from_this<SimExchange> {
  public:
   URLRequest request;
   platform::Clock::Duration timeout{};
-  bool background = false;  ///< nobody waits for it
+  bool background = false;  ///< made by a background session
   bool answered = false;
 
   /// Whether the caller runs on the callback queue of the session that made the request.

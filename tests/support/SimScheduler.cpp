@@ -6,16 +6,16 @@
 
 namespace tessel::test {
 
-void Baton::give() {
-  const std::lock_guard lock{mutex_};
-  ready_ = true;
-  given_.notify_one();
+void BinarySemaphore::release() {
+  const platform::MutexLock lock{mutex_};
+  available_ = true;
+  released_.notify_one();
 }
 
-void Baton::take() {
-  std::unique_lock lock{mutex_};
-  given_.wait(lock, [this] { return ready_; });
-  ready_ = false;
+void BinarySemaphore::acquire() {
+  platform::MutexLock lock{mutex_};
+  while (!available_) released_.wait(lock.native());
+  available_ = false;
 }
 
 class SimQueue final : public platform::SerialQueue {
@@ -40,7 +40,7 @@ class SimTimer final : public platform::Timer, public std::enable_shared_from_th
       : scheduler_{scheduler},
         queue_{std::move(queue)},
         handler_{std::make_shared<std::function<void()>>(std::move(handler))},
-        due_{scheduler.time_ + first},
+        first_{first},
         period_{period} {
     scheduler_.timers_.push_back(this);
   }
@@ -48,6 +48,7 @@ class SimTimer final : public platform::Timer, public std::enable_shared_from_th
 
   void resume() override {
     running_ = true;
+    if (!due_) due_ = scheduler_.time_ + first_;
     fireIfDue();
   }
   void suspend() override { running_ = false; }
@@ -57,8 +58,8 @@ class SimTimer final : public platform::Timer, public std::enable_shared_from_th
   }
 
   void fireIfDue() {
-    if (!live() || due_ > scheduler_.time_) return;
-    while (due_ <= scheduler_.time_) due_ += period_;
+    if (!live() || *due_ > scheduler_.time_) return;
+    while (*due_ <= scheduler_.time_) *due_ += period_;
     if (std::exchange(queued_, true)) return;
     queue_->async([weak = weak_from_this()] {
       const auto self = weak.lock();
@@ -71,13 +72,15 @@ class SimTimer final : public platform::Timer, public std::enable_shared_from_th
   }
 
   bool live() const { return running_ && !cancelled_; }
-  platform::Clock::Duration due() const { return due_; }
+  // Of a timer that is live.
+  platform::Clock::Duration due() const { return *due_; }
 
  private:
   SimScheduler& scheduler_;
   const std::shared_ptr<platform::SerialQueue> queue_;
   std::shared_ptr<std::function<void()>> handler_;
-  platform::Clock::Duration due_;
+  std::optional<platform::Clock::Duration> due_;  // none before the first resume
+  const platform::Clock::Duration first_;
   const platform::Clock::Duration period_;
   bool running_ = false;
   bool cancelled_ = false;
@@ -92,7 +95,7 @@ void SimScheduler::end() {
   for (const auto& worker : workers_) {
     if (!worker->thread.joinable()) continue;
     worker->task = nullptr;
-    worker->go.give();
+    worker->go.release();
     worker->thread.join();
   }
 }
@@ -200,19 +203,19 @@ bool SimScheduler::step() {
 }
 
 void SimScheduler::switchTo(Worker& worker) {
-  worker.go.give();
-  back_.take();
+  worker.go.release();
+  back_.acquire();
 }
 
 void SimScheduler::work(Worker& worker) {
   currentWorker() = &worker;
   for (;;) {
-    worker.go.take();
+    worker.go.acquire();
     if (!worker.task) return;
     worker.task();
     worker.task = nullptr;
     worker.busy = false;
-    back_.give();
+    back_.release();
   }
 }
 
@@ -221,8 +224,8 @@ void SimScheduler::block(std::optional<Duration> deadline, std::function<bool()>
   if (Worker* worker = currentWorker()) {
     worker->deadline = deadline;
     worker->mayGoOn = std::move(mayGoOn);
-    back_.give();
-    worker->go.take();
+    back_.release();
+    worker->go.acquire();
     return;
   }
   while (!mayGoOn() && (!deadline || time_ < *deadline)) {

@@ -11,21 +11,22 @@
 #include <vector>
 
 #include "platform/Queues.h"
+#include "platform/base/Mutex.h"
 
 namespace tessel::test {
 
 class SimTimer;
 
-/// Passes control between two threads: one of them always waits.
-class Baton {
+/// Passes control between two threads, one of which always waits.
+class BinarySemaphore {
  public:
-  void give();
-  void take();
+  void release();
+  void acquire();
 
  private:
-  std::mutex mutex_;
-  std::condition_variable given_;
-  bool ready_ = false;
+  platform::Mutex mutex_;
+  std::condition_variable released_;
+  bool available_ TESSEL_GUARDED_BY(mutex_) = false;
 };
 
 /// Simulated time, queues and timers.
@@ -73,11 +74,11 @@ class SimScheduler final : public platform::Clock, public platform::Queues {
   friend class SimQueue;
   friend class SimTimer;
 
-  /// The thread of one queue. Control is with it between take() of `go` and give() of `back_`.
+  /// The thread of one queue. It has control from its acquire of `go` to its release of `back_`.
   struct Worker {
     std::string label;
     std::thread thread;
-    Baton go;
+    BinarySemaphore go;
     bool busy = false;  // runs a task, or is blocked in one
     std::function<void()> task;
     // Set while blocked: whether it may go on.
@@ -100,7 +101,7 @@ class SimScheduler final : public platform::Clock, public platform::Queues {
 
   Duration time_{0};
   bool ending_ = false;
-  Baton back_;
+  BinarySemaphore back_;
   std::deque<Pending> pending_;
   std::vector<std::shared_ptr<Worker>> workers_;
   std::vector<SimTimer*> timers_;  // in the order of creation

@@ -57,16 +57,34 @@ TEST(SimSchedulerTest, AWaitEndsWithItsEventOrItsTimeOut) {
   EXPECT_THAT(outcomes, ElementsAre(false, true));
 }
 
-TEST(SimSchedulerTest, TimersTickWhileResumedAndCatchUpOnceAtTheResume) {
+TEST(SimSchedulerTest, TheMomentsOfATimerBeginWithItsFirstResume) {
   SimScheduler scheduler;
   int ticks = 0;
   const auto timer = scheduler.makeTimer(scheduler.mainQueue(), 0s, 5s, [&] { ++ticks; });
-  scheduler.advance(20s);
+  scheduler.advance(18s);
   EXPECT_EQ(ticks, 0);
   timer->resume();
   scheduler.run();
   EXPECT_EQ(ticks, 1);
-  scheduler.advance(10s);
+  scheduler.advance(4999ms);
+  EXPECT_EQ(ticks, 1);
+  scheduler.advance(1ms);
+  EXPECT_EQ(ticks, 2);
+}
+
+TEST(SimSchedulerTest, TimersTickWhileResumedAndCatchUpOnceAtTheNextResume) {
+  SimScheduler scheduler;
+  int ticks = 0;
+  const auto timer = scheduler.makeTimer(scheduler.mainQueue(), 0s, 5s, [&] { ++ticks; });
+  timer->resume();
+  scheduler.run();
+  timer->suspend();
+  scheduler.advance(18s);
+  EXPECT_EQ(ticks, 1);
+  timer->resume();
+  scheduler.run();
+  EXPECT_EQ(ticks, 2);
+  scheduler.advance(2s);  // 20 seconds after the first resume
   EXPECT_EQ(ticks, 3);
   timer->cancel();
   scheduler.advance(10s);

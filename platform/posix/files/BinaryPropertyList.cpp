@@ -23,9 +23,9 @@ namespace {
 
 constexpr std::size_t kTrailerSize = 32;
 constexpr std::string_view kMagic = "bplist0";
-constexpr int kDeepest = 128;
-constexpr int kMostValues = 100'000;
-constexpr std::size_t kMostText = std::size_t{16} << 20;
+constexpr int kMaxDepth = 128;
+constexpr int kMaxValues = 100'000;
+constexpr std::size_t kMaxTextSize = std::size_t{16} << 20;
 
 // Seconds between the Unix epoch and the format's own, 2001-01-01.
 constexpr double kEpoch = 978307200;
@@ -82,13 +82,13 @@ std::optional<double> real(Part bytes) {
 
 std::optional<Date> date(Part bytes) {
   const auto seconds = real(bytes);
-  constexpr double kLargest = 9e9;  // what the clock's 64-bit nanoseconds can hold, and some less
-  if (!seconds || !(std::abs(*seconds + kEpoch) < kLargest)) return std::nullopt;
+  constexpr double kMaxSeconds = 9e9;  // a little below what 64-bit nanoseconds can hold
+  if (!seconds || !(std::abs(*seconds + kEpoch) < kMaxSeconds)) return std::nullopt;
   return Date{std::chrono::duration_cast<Date::duration>(Seconds{*seconds + kEpoch})};
 }
 
-// Reads one file. Every value that comes out is paid for from one budget, however often the file
-// refers to the same object.
+// Reads one file. The limits count every value that is produced, so also each further reference to
+// the same object.
 class Reader {
  public:
   explicit Reader(Part file) : file_{file} {}
@@ -111,13 +111,13 @@ class Reader {
   }
 
  private:
-  // The bytes of an object after its marker, and how many units (bytes, characters, members) the
-  // marker speaks of.
+  // The bytes of an object after its marker, and the marker's count of units (bytes, characters,
+  // members).
   struct Body {
     Part bytes;
     std::uint64_t count = 0;
 
-    // `size` bytes a unit; none when the object says more than there is.
+    // `size` bytes a unit; none when the file ends before them.
     std::optional<Part> units(std::uint64_t size) const {
       if (count > bytes.size() / size) return std::nullopt;
       return bytes.first(count * size);
@@ -125,7 +125,7 @@ class Reader {
   };
 
   std::optional<PropertyListValue> object(std::uint64_t number, int depth) {
-    if (number >= objectCount_ || depth > kDeepest || ++values_ > kMostValues) return std::nullopt;
+    if (number >= objectCount_ || depth > kMaxDepth || ++values_ > kMaxValues) return std::nullopt;
     const std::uint64_t at = bigEndian(offsets_.subspan(number * offsetSize_, offsetSize_));
     if (at >= objects_.size()) return std::nullopt;
     const std::uint8_t kind = objects_[at] >> 4;
@@ -192,7 +192,7 @@ class Reader {
 
   std::optional<PropertyListValue> bytesOrText(const Body& body, std::uint8_t kind) {
     const auto bytes = body.units(kind == 0x6 ? 2 : 1);
-    if (!bytes || (textBytes_ += bytes->size()) > kMostText) return std::nullopt;
+    if (!bytes || (textBytes_ += bytes->size()) > kMaxTextSize) return std::nullopt;
     if (kind == 0x4) return PropertyListValue{Bytes{bytes->begin(), bytes->end()}};
     if (kind == 0x6) {
       if (auto text = fromUtf16(*bytes)) return PropertyListValue{std::move(*text)};

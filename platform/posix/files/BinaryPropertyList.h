@@ -8,7 +8,7 @@
 
 namespace tessel::platform {
 
-/// Whether `file` claims to be a property list in the binary format.
+/// Whether `file` begins as a property list in the binary format. Pure; any thread.
 bool isBinaryPropertyList(std::span<const std::uint8_t> file);
 
 /// The value in a binary property list; none when it is damaged, nests deeper than 128 or unfolds

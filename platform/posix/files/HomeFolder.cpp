@@ -8,7 +8,7 @@
 namespace tessel::platform {
 namespace {
 
-constexpr std::size_t kRecordSize = 16384;  // what a user's record may take, its texts included
+constexpr std::size_t kMaxRecordSize = 16384;  // of a user's record with its texts
 
 }  // namespace
 
@@ -17,7 +17,7 @@ std::string homeFolder() {
   if (home && *home) return home;
   passwd user{};
   passwd* found = nullptr;
-  std::array<char, kRecordSize> texts{};
+  std::array<char, kMaxRecordSize> texts{};
   ::getpwuid_r(::getuid(), &user, texts.data(), texts.size(), &found);
   return found ? found->pw_dir : "";
 }
@@ -25,7 +25,7 @@ std::string homeFolder() {
 std::string homeFolderOf(const std::string& name) {
   passwd user{};
   passwd* found = nullptr;
-  std::array<char, kRecordSize> texts{};
+  std::array<char, kMaxRecordSize> texts{};
   ::getpwnam_r(name.c_str(), &user, texts.data(), texts.size(), &found);
   return found ? found->pw_dir : "";
 }

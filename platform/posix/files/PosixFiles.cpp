@@ -98,7 +98,7 @@ std::optional<std::string> PosixFiles::resourcePath(const Bundle& bundle, const 
 }
 
 std::optional<PropertyListDictionary> PosixFiles::readPropertyList(const std::string& path) {
-  const auto file = readWholeFile(path, kLargestPropertyList);
+  const auto file = readWholeFile(path, kMaxPropertyListSize);
   if (!file) return std::nullopt;
   auto root =
       isBinaryPropertyList(*file) ? parseBinaryPropertyList(*file) : parseXmlPropertyList(*file);

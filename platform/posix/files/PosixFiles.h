@@ -11,10 +11,10 @@ namespace tessel::platform {
 /// Domain of the errors of files; the code is the system's error number.
 inline constexpr const char* kFilesErrorDomain = "tessel.files";
 
-/// Largest property-list file that is read, in bytes.
-inline constexpr std::size_t kLargestPropertyList = std::size_t{16} << 20;
+/// Limit of a property-list file that is read, in bytes.
+inline constexpr std::size_t kMaxPropertyListSize = std::size_t{16} << 20;
 
-/// The file system of a Linux machine. Holds nothing; any thread.
+/// The file system of a POSIX machine. Stateless; any thread.
 class PosixFiles : public Files {
  public:
   std::string sharedFolder() override;

@@ -16,7 +16,7 @@ std::string locale() {
   return {};
 }
 
-// "de_AT.UTF-8@euro" asks for de_AT, then de; at last everybody gets English.
+// "de_AT.UTF-8@euro" gives de_AT, then de, then the fallback.
 std::vector<std::string> languages() {
   const std::string name = locale();
   const std::string region = name.substr(0, name.find_first_of(".@"));

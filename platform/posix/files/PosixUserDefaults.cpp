@@ -7,7 +7,7 @@
 namespace tessel::platform {
 namespace {
 
-// A relative XDG_CONFIG_HOME is to be ignored, say the rules for these folders.
+// The XDG base directory specification: a relative XDG_CONFIG_HOME is ignored.
 std::string settingsFolder(Files& files) {
   const char* folder = std::getenv("XDG_CONFIG_HOME");
   return folder && *folder == '/' ? folder : files.expandTilde("~/.config");

@@ -8,8 +8,8 @@
 namespace tessel::platform {
 
 /// The user's settings, a property list in the folder for settings of programs:
-/// $XDG_CONFIG_HOME/tessel/UserDefaults.plist, by default under ~/.config. Read afresh at every
-/// call, since whoever edits it need not restart the program. Any thread.
+/// $XDG_CONFIG_HOME/tessel/UserDefaults.plist, by default under ~/.config. Read at every call, so
+/// an edit needs no restart of the program. Any thread.
 class PosixUserDefaults : public UserDefaults {
  public:
   explicit PosixUserDefaults(std::shared_ptr<Files> files) : files_{std::move(files)} {}

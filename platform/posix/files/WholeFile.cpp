@@ -21,8 +21,8 @@ class TemporaryFile {
   // new file of this process.
   explicit TemporaryFile(const std::filesystem::path& target) {
     std::random_device random;
-    constexpr int kAttempts = 100;
-    for (int attempt = 0; attempt < kAttempts && !file_; ++attempt) {
+    constexpr int kMaxAttempts = 100;
+    for (int attempt = 0; attempt < kMaxAttempts && !file_; ++attempt) {
       path_ = target.parent_path() /
               ("." + target.filename().string() + "." + std::to_string(random()));
       file_ = FileDescriptor{
@@ -39,14 +39,26 @@ class TemporaryFile {
   explicit operator bool() const { return static_cast<bool>(file_); }
   int fd() const { return file_.get(); }
 
+  // 0, or the number of the system's error.
   int moveTo(const std::filesystem::path& target, IfExists ifExists) {
-    const unsigned flags = ifExists == IfExists::kFail ? RENAME_NOREPLACE : 0;
-    if (::renameat2(AT_FDCWD, path_.c_str(), AT_FDCWD, target.c_str(), flags) != 0) return errno;
+    if (ifExists == IfExists::kFail) return moveToFree(target);
+    if (::rename(path_.c_str(), target.c_str()) != 0) return errno;
     kept_ = true;
     return 0;
   }
 
  private:
+  int moveToFree(const std::filesystem::path& target) {
+    if (::renameat2(AT_FDCWD, path_.c_str(), AT_FDCWD, target.c_str(), RENAME_NOREPLACE) == 0) {
+      kept_ = true;
+      return 0;
+    }
+    if (errno != EINVAL && errno != ENOSYS) return errno;
+    // NFS and some FUSE file systems have no such rename. A link never replaces a file either; the
+    // destructor removes the temporary name.
+    return ::link(path_.c_str(), target.c_str()) == 0 ? 0 : errno;
+  }
+
   std::filesystem::path path_;
   FileDescriptor file_;
   bool kept_ = false;
@@ -62,14 +74,14 @@ int writeAll(int fd, std::span<const std::uint8_t> bytes) {
   return 0;
 }
 
-// A new name survives a power cut once this has been done. Some folders may be written to and not
-// be read, and some file systems sync no folder: the file is in its place all the same.
+// Makes a new name durable. Best effort: some folders can be written to but not read, and some file
+// systems sync no folder.
 void trySyncFolder(const std::filesystem::path& folder) {
   const FileDescriptor directory{::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
   if (directory) ::fsync(directory.get());
 }
 
-// Where the bytes really go: an absolute path without links.
+// The absolute path without symbolic links.
 std::filesystem::path resolved(const std::filesystem::path& path) {
   std::error_code failure;
   auto target = std::filesystem::weakly_canonical(path, failure);
@@ -96,11 +108,11 @@ std::optional<Bytes> readWholeFile(const std::string& path, std::size_t limit) {
   }
 
   Bytes contents;
-  constexpr std::size_t kPiece = 65536;
+  constexpr std::size_t kChunkSize = 65536;
   for (;;) {
     const std::size_t had = contents.size();
-    contents.resize(had + kPiece);
-    const ssize_t got = ::read(file.get(), contents.data() + had, kPiece);
+    contents.resize(had + kChunkSize);
+    const ssize_t got = ::read(file.get(), contents.data() + had, kChunkSize);
     contents.resize(had + (got > 0 ? static_cast<std::size_t>(got) : 0));
     if (got < 0 && errno == EINTR) continue;
     if (contents.size() > limit) errno = EFBIG;

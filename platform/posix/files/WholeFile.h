@@ -10,15 +10,15 @@
 /// Whole files in and out of memory. Any thread.
 namespace tessel::platform {
 
-/// Contents of a regular file of at most `limit` bytes; none for anything else, and errno tells
-/// why. Never waits for the other end of a pipe.
+/// Contents of a regular file of at most `limit` bytes; none for anything else, with the reason in
+/// errno. Never waits for the other end of a pipe.
 std::optional<Bytes> readWholeFile(const std::string& path, std::size_t limit);
 
 enum class IfExists { kReplace, kFail };
 
-/// Writes a file so that nobody ever sees a part of it, not even after a power cut; where its
-/// folder can be synced, it is the new one then, once this has returned. A replaced file keeps its
-/// permissions, and its owner where the process may say so; a symbolic link stays, its target is
+/// Writes a file atomically: no reader ever sees a part of it, not even after a power cut. Where
+/// the folder can be synced, the new contents are durable on return. A replaced file keeps its
+/// permissions, and its owner where the process may set it; a symbolic link stays, its target is
 /// replaced. Returns 0, or the number of the system's error, and then nothing has changed.
 int writeWholeFile(const std::string& path, std::span<const std::uint8_t> contents,
                    IfExists ifExists);

@@ -8,11 +8,13 @@
 #include <string_view>
 #include <type_traits>
 
+#include "platform/base/CLocale.h"
+
 namespace tessel::platform {
 namespace {
 
-// libplist goes one level deeper on the stack for each container within a container.
-constexpr std::ptrdiff_t kMostContainers = 4096;
+// libplist recurses for each container within a container.
+constexpr std::ptrdiff_t kMaxContainers = 4096;
 
 // Seconds between the Unix epoch and the format's own, 2001-01-01.
 constexpr std::int64_t kEpoch = 978307200;
@@ -171,8 +173,9 @@ Node toNode(const PropertyListValue& value) { return Node{std::visit(ToNode{}, v
 
 std::optional<PropertyListValue> parseXmlPropertyList(std::span<const std::uint8_t> file) {
   const std::string_view text{reinterpret_cast<const char*>(file.data()), file.size()};
-  if (occurrences(text, "<array") + occurrences(text, "<dict") > kMostContainers)
+  if (occurrences(text, "<array") + occurrences(text, "<dict") > kMaxContainers)
     return std::nullopt;
+  const CLocale pointInNumbers;
   plist_t parsed = nullptr;
   plist_from_xml(text.data(), static_cast<std::uint32_t>(text.size()), &parsed);
   const Node root{parsed};
@@ -182,6 +185,7 @@ std::optional<PropertyListValue> parseXmlPropertyList(std::span<const std::uint8
 std::optional<std::string> formatXmlPropertyList(const PropertyListDictionary& dictionary) {
   const Node root{ToNode{}(dictionary)};
   if (!root) return std::nullopt;
+  const CLocale pointInNumbers;
   char* written = nullptr;
   std::uint32_t length = 0;
   plist_to_xml(root.get(), &written, &length);

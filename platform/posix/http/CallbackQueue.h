@@ -7,8 +7,8 @@
 
 namespace tessel::platform {
 
-/// The serial queue that a URL session calls back on, made when it is first needed: a session whose
-/// transfer still waits for its turn costs no thread. Any thread.
+/// The serial queue that a URL session calls back on, made when first used: a session whose
+/// transfer is still queued has no thread. Any thread.
 class CallbackQueue {
  public:
   explicit CallbackQueue(std::shared_ptr<Queues> queues) : queues_{std::move(queues)} {}

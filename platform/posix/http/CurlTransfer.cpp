@@ -10,7 +10,7 @@
 namespace tessel::platform {
 namespace {
 
-constexpr long kMostRedirects = 16;
+constexpr long kMaxRedirects = 16;
 constexpr const char* kProtocols = "http,https";
 
 Error urlError(CURLcode code, std::string sentence) {
@@ -28,6 +28,14 @@ std::string part(CURLU* url, CURLUPart which) {
   std::string copy = text;
   curl_free(text);
   return copy;
+}
+
+// curl leaves the end of the line in the value of a field that has none.
+std::string_view trimmed(std::string_view value) {
+  constexpr std::string_view kWhiteSpace = " \t\r\n";
+  const auto first = value.find_first_not_of(kWhiteSpace);
+  if (first == std::string_view::npos) return {};
+  return value.substr(first, value.find_last_not_of(kWhiteSpace) - first + 1);
 }
 
 }  // namespace
@@ -70,9 +78,9 @@ CURL* CurlTransfer::open() {
 void CurlTransfer::setLimits() {
   CURL* handle = handle_.get();
   curl_easy_setopt(handle, CURLOPT_TIMEOUT_MS, static_cast<long>(order_.timeout.count()));
-  curl_easy_setopt(handle, CURLOPT_MAXFILESIZE, static_cast<long>(kLargestBody));
+  curl_easy_setopt(handle, CURLOPT_MAXFILESIZE, static_cast<long>(kMaxBodySize));
   curl_easy_setopt(handle, CURLOPT_FOLLOWLOCATION, 1L);
-  curl_easy_setopt(handle, CURLOPT_MAXREDIRS, kMostRedirects);
+  curl_easy_setopt(handle, CURLOPT_MAXREDIRS, kMaxRedirects);
   curl_easy_setopt(handle, CURLOPT_PROTOCOLS_STR, kProtocols);
   curl_easy_setopt(handle, CURLOPT_REDIR_PROTOCOLS_STR, kProtocols);
   curl_easy_setopt(handle, CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
@@ -81,8 +89,8 @@ void CurlTransfer::setLimits() {
   // Receivers are in the local network, and the other channels to them go past any proxy too.
   curl_easy_setopt(handle, CURLOPT_PROXY, "");
   curl_easy_setopt(handle, CURLOPT_NOSIGNAL, 1L);
-  // A transfer that ends while its server's name is looked up does not wait for the look-up, which
-  // would hold up everybody else's transfers.
+  // A transfer that ends during name resolution does not wait for the resolver, which would block
+  // all other transfers.
   curl_easy_setopt(handle, CURLOPT_QUICK_EXIT, 1L);
 }
 
@@ -105,7 +113,7 @@ void CurlTransfer::setTrust() {
 // Taking less than was offered ends the transfer.
 std::size_t CurlTransfer::onBody(char* bytes, std::size_t, std::size_t count, void* self) {
   auto& transfer = *static_cast<CurlTransfer*>(self);
-  if (count > kLargestBody - transfer.body_.size()) {
+  if (count > kMaxBodySize - transfer.body_.size()) {
     transfer.tooLarge_ = "The answer is larger than 1 MiB.";
     return 0;
   }
@@ -120,7 +128,7 @@ std::size_t CurlTransfer::onHeader(char* bytes, std::size_t, std::size_t count, 
   if (line.starts_with("HTTP/")) transfer.headerEnded_ = false;
   if (line == "\r\n" || line == "\n") transfer.headerEnded_ = true;
   transfer.headerBytes_ += count;
-  if (transfer.headerBytes_ <= kLargestHeader) return count;
+  if (transfer.headerBytes_ <= kMaxHeaderSize) return count;
   transfer.tooLarge_ = "The answer's header is larger than 64 KiB.";
   return 0;
 }
@@ -172,7 +180,7 @@ URLResponse CurlTransfer::response() const {
     std::ranges::transform(name, name.begin(), [](char c) {
       return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
     });
-    response.headers[name] = header->value;
+    response.headers[name] = trimmed(header->value);
   }
   return response;
 }

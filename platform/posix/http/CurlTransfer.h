@@ -13,26 +13,25 @@
 
 namespace tessel::platform {
 
-/// Most bytes of an answer's body, and of the header lines of all answers on the way to it.
-inline constexpr std::size_t kLargestBody = std::size_t{1} << 20;
-inline constexpr std::size_t kLargestHeader = 65536;
+/// Limits in bytes: of an answer's body, and of the header lines of all answers on the way to it.
+inline constexpr std::size_t kMaxBodySize = std::size_t{1} << 20;
+inline constexpr std::size_t kMaxHeaderSize = 65536;
 
-/// Transfers of one lane wait for each other, and for nobody else.
-enum class TransferLane {
-  usual,
-  hurried,     ///< whoever set a time-out of its own polls something: it does not wait for those
-               ///< that have a minute
-  background,  ///< nobody waits for these
+/// Transfers of one class queue together; those of different classes never wait for each other.
+enum class TransferClass {
+  kDefault,     ///< up to a minute each
+  kPolling,     ///< with a time-out of the session's own
+  kBackground,  ///< their results are not urgent
 };
-inline constexpr std::size_t kTransferLanes = 3;
+inline constexpr std::size_t kTransferClasses = 3;
 
-/// One request on its way. Made on any thread, then used on the transfer thread alone.
+/// One request and its answer. Made on any thread, then used on the transfer thread alone.
 class CurlTransfer {
  public:
   struct Order {
     URLRequest request;
     std::chrono::milliseconds timeout{};
-    TransferLane lane = TransferLane::usual;
+    TransferClass transferClass = TransferClass::kDefault;
     std::string certificates;  ///< a file of certificates to trust besides the usual ones, or empty
     URLSession::Completion completion;
     std::shared_ptr<CallbackQueue> callbackQueue;
@@ -45,7 +44,7 @@ class CurlTransfer {
 
   /// Host and port.
   const std::string& server() const { return server_; }
-  TransferLane lane() const { return order_.lane; }
+  TransferClass transferClass() const { return order_.transferClass; }
 
   /// The handle to run, owned by this object. Null when there is no memory for one.
   CURL* open();

@@ -14,18 +14,22 @@ namespace {
 
 using std::chrono::milliseconds;
 
+constexpr std::chrono::seconds kDefaultTimeout{60};
+
 class CurlURLSession : public URLSession {
  public:
   CurlURLSession(std::shared_ptr<CallbackQueue> callbackQueue, milliseconds timeout,
-                 TransferLane lane)
-      : callbackQueue_{std::move(callbackQueue)}, timeout_{timeout}, lane_{lane} {}
+                 TransferClass transferClass)
+      : callbackQueue_{std::move(callbackQueue)},
+        timeout_{timeout},
+        transferClass_{transferClass} {}
 
   void dataTask(const URLRequest& request, Completion completion) override {
     const char* certificates = std::getenv("SSL_CERT_FILE");
     auto transfer = std::make_unique<CurlTransfer>(
         CurlTransfer::Order{.request = request,
                             .timeout = timeout_,
-                            .lane = lane_,
+                            .transferClass = transferClass_,
                             .certificates = certificates ? certificates : "",
                             .completion = std::move(completion),
                             .callbackQueue = callbackQueue_});
@@ -36,14 +40,14 @@ class CurlURLSession : public URLSession {
  private:
   const std::shared_ptr<CallbackQueue> callbackQueue_;  // shared with the transfers
   const milliseconds timeout_;
-  const TransferLane lane_;
+  const TransferClass transferClass_;
 };
 
 }  // namespace
 
 // To curl, 0 means no time-out at all.
 milliseconds transferTimeout(std::optional<Clock::Duration> requestTimeout) {
-  const Clock::Duration timeout = requestTimeout.value_or(std::chrono::seconds{60});
+  const Clock::Duration timeout = requestTimeout.value_or(kDefaultTimeout);
   return std::max(std::chrono::ceil<milliseconds>(timeout), milliseconds{1});
 }
 
@@ -54,12 +58,12 @@ std::shared_ptr<URLSession> CurlURLSessions::makeSession(
     std::optional<Clock::Duration> requestTimeout) {
   return std::make_shared<CurlURLSession>(
       std::make_shared<CallbackQueue>(queues_), transferTimeout(requestTimeout),
-      requestTimeout ? TransferLane::hurried : TransferLane::usual);
+      requestTimeout ? TransferClass::kPolling : TransferClass::kDefault);
 }
 
 std::shared_ptr<URLSession> CurlURLSessions::makeBackgroundSession() {
   return std::make_shared<CurlURLSession>(backgroundQueue_, transferTimeout(std::nullopt),
-                                          TransferLane::background);
+                                          TransferClass::kBackground);
 }
 
 std::shared_ptr<URLSessions> makeURLSessions(std::shared_ptr<Queues> queues) {

@@ -13,10 +13,9 @@ namespace tessel::platform {
 /// How long a transfer may take in a session with `requestTimeout`: a minute if it has none.
 std::chrono::milliseconds transferTimeout(std::optional<Clock::Duration> requestTimeout);
 
-/// URL sessions on libcurl. All transfers of the process share one thread; each session has a
-/// callback queue of its own, but those of the background share one: what is heard on the air
-/// decides how many there are, and a thread for each answer or refusal would be too many. Any
-/// thread.
+/// URL sessions on libcurl. All transfers of the process share one thread. Each session has a
+/// callback queue of its own, but background sessions share one: the number of beacons received
+/// decides how many there are, and a thread for each would be too many. Any thread.
 class CurlURLSessions : public URLSessions {
  public:
   explicit CurlURLSessions(std::shared_ptr<Queues> queues);

@@ -1,11 +1,16 @@
 #include "platform/posix/http/TransferThread.h"
 
-#include <pthread.h>
+#include <cassert>
 
 #include "platform/URLSessions.h"
-#include "platform/posix/HostSignals.h"
+#include "platform/posix/Thread.h"
 
 namespace tessel::platform {
+namespace {
+
+thread_local bool onTransferThread = false;
+
+}  // namespace
 
 // Never destroyed, only stopped: threads that outlive main() may still ask for transfers. The stop
 // is registered after curl has begun, so that it comes before curl's and OpenSSL's own ends.
@@ -22,15 +27,14 @@ TransferThread& TransferThread::shared() {
   return thread;
 }
 
-TransferThread::TransferThread() : multi_{curl_multi_init()} {
-  const HostSignalsBlocked inherited;
-  thread_ = std::thread{[this] { run(); }};
-  pthread_setname_np(thread_.native_handle(), "tessel.transfer");
-}
+TransferThread::TransferThread()
+    : multi_{curl_multi_init()}, thread_{startThread("tessel.transfer", [this] { run(); })} {}
+
+bool TransferThread::isCurrent() const { return onTransferThread; }
 
 void TransferThread::start(std::unique_ptr<CurlTransfer> transfer) {
   {
-    const std::lock_guard lock{mutex_};
+    const MutexLock lock{mutex_};
     incoming_.push_back(std::move(transfer));
   }
   curl_multi_wakeup(multi_);
@@ -38,7 +42,7 @@ void TransferThread::start(std::unique_ptr<CurlTransfer> transfer) {
 
 void TransferThread::stop() {
   {
-    const std::lock_guard lock{mutex_};
+    const MutexLock lock{mutex_};
     stopping_ = true;
   }
   curl_multi_wakeup(multi_);
@@ -46,53 +50,57 @@ void TransferThread::stop() {
 }
 
 void TransferThread::run() {
+  onTransferThread = true;
   while (takeIncoming()) {
     int running = 0;
     curl_multi_perform(multi_, &running);
     finishEnded();
-    for (Line& line : lines_) startWaiting(line);
-    constexpr int kLongestWait = 60'000;  // milliseconds; curl wakes earlier for its own timers
-    curl_multi_poll(multi_, nullptr, 0, kLongestWait, nullptr);
+    for (Queue& queue : queues_) startWaiting(queue);
+    constexpr int kPollTimeout = 60'000;  // milliseconds; curl wakes earlier for its own timers
+    curl_multi_poll(multi_, nullptr, 0, kPollTimeout, nullptr);
   }
 }
 
 bool TransferThread::takeIncoming() {
+  assert(isCurrent());
   std::vector<std::unique_ptr<CurlTransfer>> incoming;
   {
-    const std::lock_guard lock{mutex_};
+    const MutexLock lock{mutex_};
     if (stopping_) return false;
     incoming.swap(incoming_);
   }
   for (std::unique_ptr<CurlTransfer>& transfer : incoming) {
-    Line& line = lineOf(*transfer);
-    if (line.add(transfer->server(), transfer))
-      startWaiting(line);
+    Queue& queue = queueOf(*transfer);
+    if (queue.add(transfer->server(), transfer))
+      startWaiting(queue);
     else
       transfer->fail({kURLErrorDomain, CURLE_AGAIN, "Too many requests wait for their turn."});
   }
   return true;
 }
 
-void TransferThread::startWaiting(Line& line) {
-  while (std::unique_ptr<CurlTransfer> transfer = line.next()) {
+void TransferThread::startWaiting(Queue& queue) {
+  assert(isCurrent());
+  while (std::unique_ptr<CurlTransfer> transfer = queue.next()) {
     CURL* handle = transfer->open();
     if (handle && curl_multi_add_handle(multi_, handle) == CURLM_OK) {
       running_[handle] = std::move(transfer);
     } else {
-      line.ended(transfer->server());
+      queue.ended(transfer->server());
       transfer->finish(CURLE_OUT_OF_MEMORY);
     }
   }
 }
 
 void TransferThread::finishEnded() {
+  assert(isCurrent());
   int left = 0;
   while (const CURLMsg* message = curl_multi_info_read(multi_, &left)) {
     if (message->msg != CURLMSG_DONE) continue;
     const CURLcode outcome = message->data.result;
     auto ended = running_.extract(message->easy_handle);
     curl_multi_remove_handle(multi_, ended.key());
-    lineOf(*ended.mapped()).ended(ended.mapped()->server());
+    queueOf(*ended.mapped()).ended(ended.mapped()->server());
     ended.mapped()->finish(outcome);
   }
 }

@@ -4,18 +4,18 @@
 #include <curl/curl.h>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <thread>
 #include <vector>
 
+#include "platform/base/Mutex.h"
 #include "platform/posix/http/CurlTransfer.h"
-#include "platform/posix/http/TransferLine.h"
+#include "platform/posix/http/TransferQueue.h"
 
 namespace tessel::platform {
 
-/// The one thread of the process that moves the bytes of all transfers. It calls nobody back:
-/// answers go to the callback queues. Lives to the end of the process, which it does not delay:
-/// transfers that are under way then are dropped.
+/// The one thread of the process that runs all transfers. It calls no completion: answers go to the
+/// callback queues. Lives to the end of the process, which it does not delay: transfers that are
+/// under way then are dropped.
 class TransferThread {
  public:
   static TransferThread& shared();
@@ -27,29 +27,30 @@ class TransferThread {
   void start(std::unique_ptr<CurlTransfer> transfer);
 
  private:
-  using Line = TransferLine<CurlTransfer>;
+  using Queue = TransferQueue<CurlTransfer>;
 
   TransferThread();
   ~TransferThread() = default;
   void stop();
 
+  // All of these on thread_.
   void run();
+  bool isCurrent() const;
   bool takeIncoming();
-  void startWaiting(Line& line);
+  void startWaiting(Queue& queue);
   void finishEnded();
-  Line& lineOf(const CurlTransfer& transfer) {
-    return lines_[static_cast<std::size_t>(transfer.lane())];
+  Queue& queueOf(const CurlTransfer& transfer) {
+    return queues_[static_cast<std::size_t>(transfer.transferClass())];
   }
 
   CURLM* const multi_;
 
-  std::mutex mutex_;  // guards the next two
-  std::vector<std::unique_ptr<CurlTransfer>> incoming_;
-  bool stopping_ = false;
+  Mutex mutex_;
+  std::vector<std::unique_ptr<CurlTransfer>> incoming_ TESSEL_GUARDED_BY(mutex_);
+  bool stopping_ TESSEL_GUARDED_BY(mutex_) = false;
 
-  // The transfer thread's. The background asks every hub for its name, again and again: with one
-  // transfer at a time for each it takes sixteen dead hubs to fill it.
-  std::array<Line, kTransferLanes> lines_{Line{2}, Line{2}, Line{1}};
+  // On thread_ only.
+  std::array<Queue, kTransferClasses> queues_;
   std::map<CURL*, std::unique_ptr<CurlTransfer>> running_;
 
   std::thread thread_;  // last, since it uses all the others

@@ -1,23 +1,31 @@
 #include "platform/posix/net/AsioQueue.h"
 
-#include <mutex>
-#include <pthread.h>
-#include <thread>
 #include <utility>
 
-#include "platform/posix/HostSignals.h"
-#include "platform/posix/net/RunningLoops.h"
+#include "platform/base/Mutex.h"
+#include "platform/posix/Thread.h"
+#include "platform/posix/net/LoopRegistry.h"
 
 namespace tessel::platform {
 namespace {
 
-void nameThisThread(const std::string& label) {
-  constexpr std::size_t kRoom = 15;  // what the kernel keeps of a thread's name
-  pthread_setname_np(pthread_self(), label.substr(0, kRoom).c_str());
-}
-
 // The loop that the calling thread runs.
 thread_local const void* runningLoop = nullptr;
+
+// The queue that waits for the queues that cannot.
+class SharedIoQueue {
+ public:
+  std::shared_ptr<AsioQueue> get() {
+    const MutexLock lock{mutex_};
+    auto queue = queue_.lock();
+    if (!queue) queue_ = queue = AsioQueue::make("tessel.io");
+    return queue;
+  }
+
+ private:
+  Mutex mutex_;
+  std::weak_ptr<AsioQueue> queue_ TESSEL_GUARDED_BY(mutex_);
+};
 
 }  // namespace
 
@@ -31,12 +39,10 @@ struct AsioQueue::Loop {
 
 std::shared_ptr<AsioQueue> AsioQueue::make(const std::string& label) {
   auto loop = std::make_shared<Loop>(label);
-  const HostSignalsBlocked inherited;
-  std::thread{[loop, &loops = RunningLoops::shared()] {
-    nameThisThread(loop->label);
+  startThread(label, [loop, &registry = LoopRegistry::shared()] {
     runningLoop = loop.get();
-    loops.run({loop, &loop->context});
-  }}.detach();
+    registry.run({loop, &loop->context});
+  }).detach();
   return std::shared_ptr<AsioQueue>{new AsioQueue{std::move(loop)}};
 }
 
@@ -55,14 +61,10 @@ bool AsioQueue::isCurrent() const { return runningLoop == loop_.get(); }
 
 asio::io_context& AsioQueue::context() { return loop_->context; }
 
-std::shared_ptr<AsioQueue> waitingQueueOf(const std::shared_ptr<SerialQueue>& queue) {
+std::shared_ptr<AsioQueue> ioQueueOf(const std::shared_ptr<SerialQueue>& queue) {
   if (auto itself = std::dynamic_pointer_cast<AsioQueue>(queue)) return itself;
-  static std::mutex& mutex = *new std::mutex;
-  static std::weak_ptr<AsioQueue>& shared = *new std::weak_ptr<AsioQueue>;  // under mutex
-  const std::lock_guard lock{mutex};
-  auto helper = shared.lock();
-  if (!helper) shared = helper = AsioQueue::make("tessel.waiting");
-  return helper;
+  static SharedIoQueue& shared = *new SharedIoQueue;  // may be used while the process exits
+  return shared.get();
 }
 
 }  // namespace tessel::platform

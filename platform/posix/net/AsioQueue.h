@@ -11,9 +11,8 @@ namespace tessel::platform {
 
 /// A serial queue with a thread and an io_context of its own. Any thread.
 ///
-/// The thread is not waited for: it ends by itself when the last reference is gone, the tasks have
-/// run and nothing asynchronous is under way. Whoever keeps an object on `context()` holds the
-/// queue for as long.
+/// The thread is detached: it ends when the last reference is gone, the tasks have run and nothing
+/// asynchronous is under way. An object on `context()` must not outlive the queue.
 class AsioQueue final : public SerialQueue {
  public:
   static std::shared_ptr<AsioQueue> make(const std::string& label);
@@ -35,8 +34,8 @@ class AsioQueue final : public SerialQueue {
   const std::shared_ptr<Loop> loop_;  // shared with the thread
 };
 
-/// The queue that does the waiting for `queue`: itself, or a helper for a queue that cannot wait,
-/// such as the main queue.
-std::shared_ptr<AsioQueue> waitingQueueOf(const std::shared_ptr<SerialQueue>& queue);
+/// The queue on which sockets and timers of `queue` wait: itself, or a shared one for a queue that
+/// cannot wait, such as the main queue. Any thread.
+std::shared_ptr<AsioQueue> ioQueueOf(const std::shared_ptr<SerialQueue>& queue);
 
 }  // namespace tessel::platform

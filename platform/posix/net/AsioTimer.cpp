@@ -1,131 +1,137 @@
 #include "platform/posix/net/AsioTimer.h"
 
 #include <algorithm>
-#include <mutex>
+#include <cassert>
+#include <optional>
 #include <utility>
 
+#include "platform/base/Mutex.h"
 #include "platform/posix/net/AsioQueue.h"
 
 namespace tessel::platform {
 
-/// The timer's work. It waits on the waiting queue and ticks on the target; any thread may change
-/// its mind about it, so what decides is under a lock.
-class AsioTimer::Ticking : public std::enable_shared_from_this<Ticking> {
+/// What the timer shares with the waits under way. It waits on `ioQueue_` and ticks on
+/// `callbackQueue_`; any thread may resume, suspend or cancel it.
+class AsioTimer::State : public std::enable_shared_from_this<State> {
  public:
-  Ticking(const std::shared_ptr<SerialQueue>& queue, Clock::Duration first, Clock::Duration period,
-          std::function<void()> handler)
-      : target_{queue},
-        waiting_{waitingQueueOf(queue)},
-        wait_{waiting_->context()},
+  State(const std::shared_ptr<SerialQueue>& queue, Clock::Duration first, Clock::Duration period,
+        std::function<void()> handler)
+      : callbackQueue_{queue},
+        ioQueue_{ioQueueOf(queue)},
+        wait_{ioQueue_->context()},
+        first_{first},
         period_{std::max<Clock::Duration>(period, std::chrono::nanoseconds{1})},
-        due_{std::chrono::steady_clock::now() + first},
         handler_{std::move(handler)} {}
 
   void resume() {
-    const std::lock_guard lock{mutex_};
+    const MutexLock lock{mutex_};
     if (!std::exchange(suspended_, false)) return;
-    waiting_->async([self = shared_from_this()] { self->arm(); });
+    if (!due_) due_ = std::chrono::steady_clock::now() + first_;
+    ioQueue_->async([self = shared_from_this()] { self->arm(); });
   }
 
   void suspend() {
-    const std::lock_guard lock{mutex_};
+    const MutexLock lock{mutex_};
     if (std::exchange(suspended_, true)) return;
-    waiting_->async([self = shared_from_this()] { self->arm(); });
+    ioQueue_->async([self = shared_from_this()] { self->arm(); });
   }
 
   void cancel() {
-    std::function<void()> letGo;  // outside the lock: it may own anything
-    const std::lock_guard lock{mutex_};
+    std::function<void()> released;  // destroyed without the lock: it may own anything
+    const MutexLock lock{mutex_};
     if (std::exchange(cancelled_, true)) return;
-    if (!ticking_) letGo.swap(handler_);
-    waiting_->async([self = shared_from_this()] { self->arm(); });
+    if (!ticking_) released.swap(handler_);
+    ioQueue_->async([self = shared_from_this()] { self->arm(); });
   }
 
  private:
-  // On the waiting queue. Waits for the moment that is due, or no more.
+  // Waits until the next tick is due, unless suspended or cancelled.
   void arm() {
-    const std::lock_guard lock{mutex_};
+    assert(ioQueue_->isCurrent());
+    const MutexLock lock{mutex_};
     if (suspended_ || cancelled_) {
       wait_.cancel();
       return;
     }
     if (tickQueued_) return;  // the tick arms again
-    wait_.expires_at(due_);
+    wait_.expires_at(*due_);
     wait_.async_wait([self = shared_from_this()](const asio::error_code& error) {
       if (!error) self->reachDue();
     });
   }
 
-  // On the waiting queue.
   void reachDue() {
+    assert(ioQueue_->isCurrent());
     {
-      const std::lock_guard lock{mutex_};
+      const MutexLock lock{mutex_};
       // A wait that was replaced as it ended comes here as well.
-      if (tickQueued_ || std::chrono::steady_clock::now() < due_) return;
+      if (tickQueued_ || std::chrono::steady_clock::now() < *due_) return;
       tickQueued_ = true;
     }
-    if (waiting_ == target_) {
+    if (ioQueue_ == callbackQueue_) {
       tick();
     } else {
-      target_->async([self = shared_from_this()] { self->tick(); });
+      callbackQueue_->async([self = shared_from_this()] { self->tick(); });
     }
   }
 
-  // On the target queue.
   void tick() {
+    assert(callbackQueue_->isCurrent());
     if (beginTick()) {
       handler_();
       endTick();
     }
-    if (waiting_ == target_) {
+    if (ioQueue_ == callbackQueue_) {
       arm();
     } else {
-      waiting_->async([self = shared_from_this()] { self->arm(); });
+      ioQueue_->async([self = shared_from_this()] { self->arm(); });
     }
   }
 
   bool beginTick() {
-    const std::lock_guard lock{mutex_};
+    const MutexLock lock{mutex_};
     tickQueued_ = false;
     if (suspended_ || cancelled_) return false;
     // From one multiple of the period to the next: what was missed is merged, nothing drifts.
-    const auto late = std::chrono::steady_clock::now() - due_;
-    due_ += period_ * (1 + late / period_);
+    const auto late = std::chrono::steady_clock::now() - *due_;
+    *due_ += period_ * (1 + late / period_);
     ticking_ = true;
     return true;
   }
 
   void endTick() {
-    std::function<void()> letGo;
-    const std::lock_guard lock{mutex_};
+    std::function<void()> released;
+    const MutexLock lock{mutex_};
     ticking_ = false;
-    if (cancelled_) letGo.swap(handler_);
+    if (cancelled_) released.swap(handler_);
   }
 
-  const std::shared_ptr<SerialQueue> target_;
-  const std::shared_ptr<AsioQueue> waiting_;
-  asio::steady_timer wait_;  // waiting_
+  const std::shared_ptr<SerialQueue> callbackQueue_;
+  const std::shared_ptr<AsioQueue> ioQueue_;
+  asio::steady_timer wait_;  // on ioQueue_
+  const Clock::Duration first_;
   const Clock::Duration period_;
 
-  std::mutex mutex_;  // guards what follows; the handler runs without it
-  std::chrono::steady_clock::time_point due_;
-  bool suspended_ = true;
-  bool cancelled_ = false;
-  bool tickQueued_ = false;  // on its way to the target
-  bool ticking_ = false;     // the handler runs
+  Mutex mutex_;  // not held while the handler runs
+  std::optional<std::chrono::steady_clock::time_point> due_ TESSEL_GUARDED_BY(mutex_);
+  bool suspended_ TESSEL_GUARDED_BY(mutex_) = true;
+  bool cancelled_ TESSEL_GUARDED_BY(mutex_) = false;
+  bool tickQueued_ TESSEL_GUARDED_BY(mutex_) = false;  // on its way to callbackQueue_
+  bool ticking_ TESSEL_GUARDED_BY(mutex_) = false;     // the handler runs
+  // Replaced under mutex_, and not while ticking_: the tick calls it without the lock.
   std::function<void()> handler_;
 };
 
 AsioTimer::AsioTimer(const std::shared_ptr<SerialQueue>& queue, Clock::Duration first,
                      Clock::Duration period, std::function<void()> handler)
-    : ticking_{std::make_shared<Ticking>(queue, first, period, std::move(handler))} {}
+    : state_{std::make_shared<State>(queue, first, period, std::move(handler))} {}
 
-AsioTimer::~AsioTimer() { ticking_->cancel(); }
+AsioTimer::~AsioTimer() { state_->cancel(); }
 
-void AsioTimer::resume() { ticking_->resume(); }
+void AsioTimer::resume() { state_->resume(); }
 
-void AsioTimer::suspend() { ticking_->suspend(); }
+void AsioTimer::suspend() { state_->suspend(); }
 
-void AsioTimer::cancel() { ticking_->cancel(); }
+void AsioTimer::cancel() { state_->cancel(); }
 
 }  // namespace tessel::platform

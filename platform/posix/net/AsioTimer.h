@@ -7,7 +7,7 @@
 
 namespace tessel::platform {
 
-/// A timer on the steady clock for any queue.
+/// A timer on the steady clock for any queue. Any thread.
 class AsioTimer final : public Timer {
  public:
   AsioTimer(const std::shared_ptr<SerialQueue>& queue, Clock::Duration first,
@@ -21,8 +21,8 @@ class AsioTimer final : public Timer {
   void cancel() override;
 
  private:
-  class Ticking;
-  const std::shared_ptr<Ticking> ticking_;  // shared with the waits under way
+  class State;
+  const std::shared_ptr<State> state_;  // shared with the waits under way
 };
 
 }  // namespace tessel::platform

@@ -12,8 +12,8 @@
 
 namespace tessel::platform {
 
-/// Bytes over a connected, non-blocking socket, which outlives the stream. Nothing here waits: an
-/// operation that cannot go on says what the socket must be ready for. One thread.
+/// Bytes over a connected, non-blocking socket, which outlives the stream. Nothing blocks: an
+/// operation that cannot proceed returns what the socket must be ready for. One thread.
 class ByteStream {
  public:
   enum class Status {
@@ -21,7 +21,7 @@ class ByteStream {
     kWantsRead,   ///< again when the socket is readable
     kWantsWrite,  ///< again when the socket is writable
     kClosed,      ///< the peer has closed its side
-    kFailed,      ///< the stream is of no more use
+    kFailed,      ///< for good
   };
 
   struct Result {
@@ -32,25 +32,25 @@ class ByteStream {
 
   virtual ~ByteStream() = default;
 
-  /// To be done, before anything else.
+  /// To be repeated until done, before any other operation.
   virtual Result handshake() = 0;
 
   virtual Result read(std::span<std::uint8_t> into) = 0;
 
-  /// Writes what there is room for. Bytes that were not taken stand first in the next call.
+  /// Writes as much as the socket takes. The rest comes first in the next call.
   virtual Result write(std::span<const iovec> pieces) = 0;
 
   /// Whether the peer's close is all that is left to read. Reads nothing that `read` would give.
   virtual bool atEnd() = 0;
 
-  /// Tells the peer that nothing follows, as far as there is room for it.
+  /// Ends the stream towards the peer; best effort.
   virtual void close() = 0;
 };
 
-/// TCP as it stands.
+/// Plain TCP.
 std::unique_ptr<ByteStream> makePlainStream(int socket);
 
-/// TLS, with a peer that proves by a certificate that the system trusts to be `host`.
+/// TLS; the peer must have a certificate for `host` that the system trusts.
 std::unique_ptr<ByteStream> makeTlsStream(int socket, const std::string& host);
 
 }  // namespace tessel::platform

@@ -1,5 +1,6 @@
 #include "platform/posix/net/Connector.h"
 
+#include <cassert>
 #include <cerrno>
 #include <charconv>
 #include <cstdint>
@@ -34,9 +35,10 @@ Connector::Connector(std::shared_ptr<AsioQueue> queue, Endpoint endpoint)
       endpoint_{std::move(endpoint)},
       resolver_{queue_->context()},
       socket_{queue_->context()},
-      patience_{queue_->context()} {}
+      attemptTimer_{queue_->context()} {}
 
 void Connector::start(std::chrono::steady_clock::time_point deadline, Handler handler) {
+  assert(queue_->isCurrent());
   deadline_ = deadline;
   handler_ = std::move(handler);
   const auto port = portNumber(endpoint_.port);
@@ -56,14 +58,16 @@ void Connector::start(std::chrono::steady_clock::time_point deadline, Handler ha
 }
 
 void Connector::cancel() {
+  assert(queue_->isCurrent());
   handler_ = nullptr;
   resolver_.cancel();
-  patience_.cancel();
+  attemptTimer_.cancel();
   asio::error_code ignored;
   socket_.close(ignored);
 }
 
 void Connector::resolve() {
+  assert(queue_->isCurrent());
   // A look-up cannot be stopped, so it must not keep the connection alive until it ends.
   resolver_.async_resolve(
       endpoint_.host, endpoint_.port, tcp::resolver::numeric_service,
@@ -77,6 +81,7 @@ void Connector::resolve() {
 }
 
 void Connector::tryNext() {
+  assert(queue_->isCurrent());
   if (!handler_) return;
   if (attempt_ == addresses_.size()) {
     finish(error_);
@@ -89,8 +94,8 @@ void Connector::tryNext() {
   socket_.close(ignored);
   if (left > 1) {  // the last one may take all the time that is left
     const auto now = std::chrono::steady_clock::now();
-    patience_.expires_at(now + (deadline_ - now) / static_cast<long>(left));
-    patience_.async_wait([self = shared_from_this(), attempt](const asio::error_code& error) {
+    attemptTimer_.expires_at(now + (deadline_ - now) / static_cast<long>(left));
+    attemptTimer_.async_wait([self = shared_from_this(), attempt](const asio::error_code& error) {
       if (!error) self->giveUpOn(attempt, networkError(ETIMEDOUT));
     });
   }
@@ -100,6 +105,7 @@ void Connector::tryNext() {
 }
 
 void Connector::finishAttempt(std::size_t attempt, const asio::error_code& error) {
+  assert(queue_->isCurrent());
   if (error) {
     giveUpOn(attempt, networkError(error.value()));
   } else if (handler_ && attempt == attempt_ && socket_.is_open()) {
@@ -110,17 +116,19 @@ void Connector::finishAttempt(std::size_t attempt, const asio::error_code& error
   }
 }
 
-// The end of one attempt; one that was already given up ends a second time and is not looked at.
+// An attempt that was already given up ends a second time, which is ignored.
 void Connector::giveUpOn(std::size_t attempt, Error error) {
+  assert(queue_->isCurrent());
   if (!handler_ || attempt != attempt_) return;
-  // A refusal says more than that some other address family is not to be had here.
+  // A refusal is more telling than an address family that this machine lacks.
   if (!error_ || error_->code != kConnectionRefused) error_ = std::move(error);
-  patience_.cancel();
+  attemptTimer_.cancel();
   tryNext();
 }
 
 void Connector::finish(std::optional<Error> error) {
-  patience_.cancel();
+  assert(queue_->isCurrent());
+  attemptTimer_.cancel();
   const auto handler = std::exchange(handler_, nullptr);
   handler(std::move(error), std::move(socket_));
 }

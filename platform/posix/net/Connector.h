@@ -12,8 +12,8 @@
 
 namespace tessel::platform {
 
-/// Finds the addresses of an endpoint and connects to the first one that answers. Used on the
-/// given queue only; a shared pointer, since waits under way hold it.
+/// Resolves an endpoint and connects to the first address that accepts. Used on the given queue
+/// only; held by a shared pointer, since waits under way hold it too.
 class Connector : public std::enable_shared_from_this<Connector> {
  public:
   /// A connected, non-blocking socket, or why there is none. On the queue, once, never within
@@ -22,8 +22,8 @@ class Connector : public std::enable_shared_from_this<Connector> {
 
   Connector(std::shared_ptr<AsioQueue> queue, Endpoint endpoint);
 
-  /// Whoever calls gives up by itself at `deadline`; here it only decides how long one of several
-  /// addresses may take.
+  /// `deadline` only decides how long one of several addresses may take: the caller keeps the
+  /// deadline itself, by `cancel`.
   void start(std::chrono::steady_clock::time_point deadline, Handler handler);
   void cancel();
 
@@ -40,7 +40,7 @@ class Connector : public std::enable_shared_from_this<Connector> {
   const Endpoint endpoint_;
   asio::ip::tcp::resolver resolver_;
   asio::ip::tcp::socket socket_;
-  asio::steady_timer patience_;  // with one of several addresses
+  asio::steady_timer attemptTimer_;  // bounds one of several addresses
   std::chrono::steady_clock::time_point deadline_;
   Handler handler_;  // null once called or cancelled
   std::vector<Address> addresses_;

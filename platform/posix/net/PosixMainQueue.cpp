@@ -24,7 +24,7 @@ PosixMainQueue::~PosixMainQueue() { sem_destroy(&wake_); }
 
 void PosixMainQueue::async(std::function<void()> task) {
   {
-    const std::lock_guard lock{mutex_};
+    const MutexLock lock{mutex_};
     tasks_.push_back(std::move(task));
     if (tasks_.size() == 1) markReadable();
   }
@@ -36,10 +36,10 @@ bool PosixMainQueue::isCurrent() const { return runsMainQueueTask; }
 void PosixMainQueue::run() {
   for (;;) {
     while (sem_wait(&wake_) != 0) {
-      // A signal came; its handler may have been the one that stops this.
+      // Interrupted by a signal, whose handler may have called stop().
     }
     if (stopped_.exchange(false)) return;
-    std::unique_lock lock{mutex_};
+    MutexLock lock{mutex_};
     if (tasks_.empty()) continue;  // drained since
     auto task = take();
     lock.unlock();
@@ -53,7 +53,7 @@ void PosixMainQueue::stop() {
 }
 
 int PosixMainQueue::fileDescriptor() {
-  const std::lock_guard lock{mutex_};
+  const MutexLock lock{mutex_};
   if (readable_ < 0) {
     readable_ = eventfd(tasks_.empty() ? 0 : 1, EFD_CLOEXEC | EFD_NONBLOCK);
   }
@@ -61,7 +61,7 @@ int PosixMainQueue::fileDescriptor() {
 }
 
 void PosixMainQueue::drain() {
-  std::unique_lock lock{mutex_};
+  MutexLock lock{mutex_};
   // What the tasks add waits for the next call, or the host's own loop would starve.
   for (auto left = tasks_.size(); left > 0 && !tasks_.empty(); --left) {
     auto task = take();
@@ -71,7 +71,6 @@ void PosixMainQueue::drain() {
   }
 }
 
-// Under mutex_.
 std::function<void()> PosixMainQueue::take() {
   auto task = std::move(tasks_.front());
   tasks_.pop_front();
@@ -86,12 +85,10 @@ void PosixMainQueue::perform(std::function<void()> task) {
   runsMainQueueTask = outer;
 }
 
-// Under mutex_.
 void PosixMainQueue::markReadable() {
   if (readable_ >= 0) eventfd_write(readable_, 1);
 }
 
-// Under mutex_.
 void PosixMainQueue::markIdle() {
   eventfd_t count = 0;
   if (readable_ >= 0) eventfd_read(readable_, &count);

@@ -4,11 +4,11 @@
 #include <deque>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <semaphore.h>
 #include <string>
 
 #include "platform/Queues.h"
+#include "platform/base/Mutex.h"
 
 namespace tessel::platform {
 
@@ -33,10 +33,10 @@ class PosixMainQueue final : public SerialQueue {
   void drain();
 
  private:
-  std::function<void()> take();
+  std::function<void()> take() TESSEL_REQUIRES(mutex_);
   void perform(std::function<void()> task);
-  void markReadable();
-  void markIdle();
+  void markReadable() TESSEL_REQUIRES(mutex_);
+  void markIdle() TESSEL_REQUIRES(mutex_);
 
   const std::string label_ = "main";
 
@@ -44,10 +44,10 @@ class PosixMainQueue final : public SerialQueue {
   std::atomic<bool> stopped_ = false;
   sem_t wake_;  // posted for each task and each stop
 
-  std::mutex mutex_;  // guards what follows
-  std::deque<std::function<void()>> tasks_;
+  Mutex mutex_;
+  std::deque<std::function<void()>> tasks_ TESSEL_GUARDED_BY(mutex_);
   // An eventfd that counts above zero while there are tasks; made when asked for.
-  int readable_ = -1;
+  int readable_ TESSEL_GUARDED_BY(mutex_) = -1;
 };
 
 }  // namespace tessel::platform

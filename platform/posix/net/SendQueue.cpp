@@ -9,16 +9,16 @@ namespace tessel::platform {
 bool SendQueue::add(const void* bytes, std::size_t length) {
   const auto* first = static_cast<const std::uint8_t*>(bytes);
   Bytes block{first, first + length};
-  const std::lock_guard lock{mutex_};
+  const MutexLock lock{mutex_};
   if (closed_ || length == 0) return false;
   blocks_.push_back(std::move(block));
   size_ += length;
-  return !std::exchange(told_, true);
+  return !std::exchange(notified_, true);
 }
 
 std::span<const iovec> SendQueue::next() {
-  const std::lock_guard lock{mutex_};
-  told_ = false;
+  const MutexLock lock{mutex_};
+  notified_ = false;
   const auto count = std::min(blocks_.size(), pieces_.size());
   for (std::size_t i = 0; i < count; ++i) {
     const std::size_t sent = i == 0 ? offset_ : 0;
@@ -28,7 +28,7 @@ std::span<const iovec> SendQueue::next() {
 }
 
 void SendQueue::remove(std::size_t bytes) {
-  const std::lock_guard lock{mutex_};
+  const MutexLock lock{mutex_};
   size_ -= bytes;
   offset_ += bytes;
   while (!blocks_.empty() && offset_ >= blocks_.front().size()) {
@@ -38,14 +38,14 @@ void SendQueue::remove(std::size_t bytes) {
 }
 
 void SendQueue::close() {
-  const std::lock_guard lock{mutex_};
+  const MutexLock lock{mutex_};
   closed_ = true;
   size_ = 0;
   blocks_.clear();
 }
 
 std::size_t SendQueue::size() const {
-  const std::lock_guard lock{mutex_};
+  const MutexLock lock{mutex_};
   return size_;
 }
 

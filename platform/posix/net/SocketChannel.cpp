@@ -1,6 +1,7 @@
 #include "platform/posix/net/SocketChannel.h"
 
 #include <array>
+#include <cassert>
 #include <cerrno>
 #include <utility>
 
@@ -33,26 +34,26 @@ SocketChannel::SocketChannel(Endpoint endpoint, bool tls, std::shared_ptr<Serial
                              Clock::Duration timeout)
     : endpoint_{std::move(endpoint)},
       tls_{tls},
-      target_{std::move(queue)},
-      waiting_{waitingQueueOf(target_)},
+      callbackQueue_{std::move(queue)},
+      ioQueue_{ioQueueOf(callbackQueue_)},
       timeout_{timeout},
-      deadline_{waiting_->context()},
-      socket_{waiting_->context()} {}
+      deadline_{ioQueue_->context()},
+      socket_{ioQueue_->context()} {}
 
 void SocketChannel::setStateChangedHandler(NetworkConnection::StateHandler handler) {
   stateHandler_ = std::move(handler);
 }
 
 void SocketChannel::start() {
-  waiting_->async([self = shared_from_this()] { self->connect(); });
+  ioQueue_->async([self = shared_from_this()] { self->connect(); });
 }
 
 void SocketChannel::receive(std::size_t length, NetworkConnection::ReceiveHandler handler) {
   if (length == 0) {
-    target_->async([handler = std::move(handler)] { handler({}); });
+    callbackQueue_->async([handler = std::move(handler)] { handler({}); });
     return;
   }
-  waiting_->async([self = shared_from_this(), length, handler = std::move(handler)]() mutable {
+  ioQueue_->async([self = shared_from_this(), length, handler = std::move(handler)]() mutable {
     self->receives_.push_back({length, std::move(handler), {}, 0});
     self->readReady();
   });
@@ -60,17 +61,18 @@ void SocketChannel::receive(std::size_t length, NetworkConnection::ReceiveHandle
 
 void SocketChannel::send(const void* bytes, std::size_t length) {
   if (!sends_.add(bytes, length)) return;
-  waiting_->async([self = shared_from_this()] { self->writeReady(); });
+  ioQueue_->async([self = shared_from_this()] { self->writeReady(); });
 }
 
 void SocketChannel::cancel() {
   if (cancelRequested_.exchange(true)) return;
-  waiting_->async([self = shared_from_this()] {
+  ioQueue_->async([self = shared_from_this()] {
     self->end(ConnectionState::kCancelled, networkError(ECANCELED));
   });
 }
 
 void SocketChannel::connect() {
+  assert(ioQueue_->isCurrent());
   if (phase_ != Phase::kIdle || cancelRequested_) return;
   phase_ = Phase::kConnecting;
   const auto deadline = std::chrono::steady_clock::now() + timeout_;
@@ -78,7 +80,7 @@ void SocketChannel::connect() {
   deadline_.async_wait([self = shared_from_this()](const asio::error_code& error) {
     if (!error) self->failToConnect(networkError(ETIMEDOUT));
   });
-  connector_ = std::make_shared<Connector>(waiting_, endpoint_);
+  connector_ = std::make_shared<Connector>(ioQueue_, endpoint_);
   connector_->start(deadline,
                     [self = shared_from_this()](std::optional<Error> error, tcp::socket socket) {
                       self->handleConnected(std::move(error), std::move(socket));
@@ -87,6 +89,7 @@ void SocketChannel::connect() {
 }
 
 void SocketChannel::handleConnected(std::optional<Error> error, tcp::socket socket) {
+  assert(ioQueue_->isCurrent());
   if (phase_ != Phase::kConnecting || cancelRequested_) return;
   if (error) {
     failToConnect(*error);
@@ -95,11 +98,12 @@ void SocketChannel::handleConnected(std::optional<Error> error, tcp::socket sock
   socket_ = std::move(socket);
   stream_ = tls_ ? makeTlsStream(socket_.native_handle(), endpoint_.host)
                  : makePlainStream(socket_.native_handle());
-  phase_ = Phase::kShakingHands;
-  shakeHands();
+  phase_ = Phase::kHandshake;
+  handshake();
 }
 
-void SocketChannel::shakeHands() {
+void SocketChannel::handshake() {
+  assert(ioQueue_->isCurrent());
   const auto result = stream_->handshake();
   switch (result.status) {
     case Status::kDone:
@@ -123,15 +127,17 @@ void SocketChannel::shakeHands() {
 }
 
 void SocketChannel::failToConnect(const Error& error) {
-  if (phase_ != Phase::kConnecting && phase_ != Phase::kShakingHands) return;
+  assert(ioQueue_->isCurrent());
+  if (phase_ != Phase::kConnecting && phase_ != Phase::kHandshake) return;
   if (cancelRequested_) return;
   report(ConnectionState::kWaiting, error);
   end(ConnectionState::kFailed, error);
 }
 
 void SocketChannel::end(ConnectionState state, const Error& error) {
+  assert(ioQueue_->isCurrent());
   if (phase_ == Phase::kEnded) return;
-  // A failure that meets a cancel under way is no news.
+  // A cancel under way hides a failure.
   if (cancelRequested_ && state != ConnectionState::kCancelled) return;
   endError_ = error;
   phase_ = Phase::kEnded;
@@ -147,12 +153,14 @@ void SocketChannel::end(ConnectionState state, const Error& error) {
 }
 
 void SocketChannel::closeSocket(bool cleanly) {
+  assert(ioQueue_->isCurrent());
   if (stream_ && cleanly) {
     stream_->close();
-    // Bytes left unread would turn the close into a reset, and cost the peer what it has not read
-    // yet. A bounded effort: a peer that never stops gets its reset.
+    // With bytes left unread the close would become a reset, which discards what the peer has not
+    // read yet. The number of reads is bounded: a peer that never stops gets the reset.
+    constexpr int kMaxReads = 64;
     std::array<std::uint8_t, 4096> unread;
-    for (int i = 0; i < 64; ++i) {
+    for (int i = 0; i < kMaxReads; ++i) {
       asio::error_code nothingLeft;
       if (socket_.read_some(asio::buffer(unread), nothingLeft); nothingLeft) break;
     }
@@ -164,6 +172,7 @@ void SocketChannel::closeSocket(bool cleanly) {
 
 // Serves the receives in order, as far as the bytes reach.
 void SocketChannel::readReady() {
+  assert(ioQueue_->isCurrent());
   if (phase_ == Phase::kEnded) {
     for (auto& receive : std::exchange(receives_, {})) {
       complete(std::move(receive.handler), withError(endError_));
@@ -181,6 +190,7 @@ void SocketChannel::readReady() {
 
 // Reads for the first receive. Whether there may be more to do.
 bool SocketChannel::fillFront() {
+  assert(ioQueue_->isCurrent());
   PendingReceive& front = receives_.front();
   front.content.resize(front.length);
   const auto result = stream_->read(std::span{front.content}.subspan(front.filled));
@@ -207,12 +217,14 @@ bool SocketChannel::fillFront() {
 }
 
 void SocketChannel::completeFront(Received received) {
+  assert(ioQueue_->isCurrent());
   auto handler = std::move(receives_.front().handler);
   receives_.pop_front();
   complete(std::move(handler), std::move(received));
 }
 
 void SocketChannel::writeReady() {
+  assert(ioQueue_->isCurrent());
   while (phase_ == Phase::kOpen && !writeWaits_ && !cancelRequested_) {
     const auto pieces = sends_.next();
     if (pieces.empty()) return;
@@ -233,19 +245,23 @@ void SocketChannel::writeReady() {
   }
 }
 
-// `whose` work goes on once the socket is ready for what `status` wants.
-void SocketChannel::waitFor(ByteStream::Status status, Direction whose) {
-  (whose == Direction::kIn ? readWaits_ : writeWaits_) = true;
+// Resumes reading or writing, as `direction` says, once the socket is ready for what `status`
+// wants.
+void SocketChannel::waitFor(ByteStream::Status status, Direction direction) {
+  assert(ioQueue_->isCurrent());
+  (direction == Direction::kIn ? readWaits_ : writeWaits_) = true;
   const auto ready =
       status == Status::kWantsRead ? tcp::socket::wait_read : tcp::socket::wait_write;
-  socket_.async_wait(
-      ready, [self = shared_from_this(), whose](const asio::error_code&) { self->carryOn(whose); });
+  socket_.async_wait(ready, [self = shared_from_this(), direction](const asio::error_code&) {
+    self->resumeAfterWait(direction);
+  });
 }
 
-void SocketChannel::carryOn(Direction direction) {
+void SocketChannel::resumeAfterWait(Direction direction) {
+  assert(ioQueue_->isCurrent());
   (direction == Direction::kIn ? readWaits_ : writeWaits_) = false;
-  if (phase_ == Phase::kShakingHands && !cancelRequested_) {
-    shakeHands();
+  if (phase_ == Phase::kHandshake && !cancelRequested_) {
+    handshake();
   } else if (phase_ == Phase::kOpen && direction == Direction::kIn) {
     readReady();
   } else if (phase_ == Phase::kOpen) {
@@ -254,19 +270,21 @@ void SocketChannel::carryOn(Direction direction) {
 }
 
 void SocketChannel::report(ConnectionState state, const std::optional<Error>& error) {
+  assert(ioQueue_->isCurrent());
   if (!stateHandler_) return;
-  if (waiting_ == target_) {
+  if (ioQueue_ == callbackQueue_) {
     stateHandler_(state, error);
   } else {
-    target_->async([handler = stateHandler_, state, error] { handler(state, error); });
+    callbackQueue_->async([handler = stateHandler_, state, error] { handler(state, error); });
   }
 }
 
 void SocketChannel::complete(NetworkConnection::ReceiveHandler handler, Received received) {
-  if (waiting_ == target_) {
+  assert(ioQueue_->isCurrent());
+  if (ioQueue_ == callbackQueue_) {
     handler(received);
   } else {
-    target_->async(
+    callbackQueue_->async(
         [handler = std::move(handler), received = std::move(received)] { handler(received); });
   }
 }

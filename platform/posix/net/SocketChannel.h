@@ -14,11 +14,11 @@
 
 namespace tessel::platform {
 
-/// The work of one connection. It runs on the queue that waits for the connection's queue, mostly
-/// that queue itself; whatever waits holds the channel, so it lives until it has ended.
+/// One connection's socket and its state. Runs on `ioQueue_`, which for most queues is
+/// `callbackQueue_` itself; every wait under way holds the channel, so it lives until it has ended.
 ///
-/// The socket is only read while a receive asks for bytes: a peer that sends too much is held back
-/// by TCP, and nothing piles up here.
+/// The socket is read only while a receive asks for bytes: TCP's flow control holds back a peer
+/// that sends more, so nothing is buffered here without bound.
 class SocketChannel : public std::enable_shared_from_this<SocketChannel> {
  public:
   SocketChannel(Endpoint endpoint, bool tls, std::shared_ptr<SerialQueue> queue,
@@ -33,7 +33,7 @@ class SocketChannel : public std::enable_shared_from_this<SocketChannel> {
   void cancel();
 
  private:
-  enum class Phase { kIdle, kConnecting, kShakingHands, kOpen, kEnded };
+  enum class Phase { kIdle, kConnecting, kHandshake, kOpen, kEnded };
   enum class Direction { kIn, kOut };
 
   struct PendingReceive {
@@ -43,10 +43,10 @@ class SocketChannel : public std::enable_shared_from_this<SocketChannel> {
     std::size_t filled = 0;  // of it
   };
 
-  // All of these on waiting_.
+  // All of these on ioQueue_.
   void connect();
   void handleConnected(std::optional<Error> error, asio::ip::tcp::socket socket);
-  void shakeHands();
+  void handshake();
   void failToConnect(const Error& error);
   void end(ConnectionState state, const Error& error);
   void closeSocket(bool cleanly);
@@ -55,21 +55,21 @@ class SocketChannel : public std::enable_shared_from_this<SocketChannel> {
   bool fillFront();
   void completeFront(Received received);
   void writeReady();
-  void waitFor(ByteStream::Status status, Direction whose);
-  void carryOn(Direction direction);
+  void waitFor(ByteStream::Status status, Direction direction);
+  void resumeAfterWait(Direction direction);
 
   void report(ConnectionState state, const std::optional<Error>& error);
   void complete(NetworkConnection::ReceiveHandler handler, Received received);
 
   const Endpoint endpoint_;
   const bool tls_;
-  const std::shared_ptr<SerialQueue> target_;  // the handlers' queue
-  const std::shared_ptr<AsioQueue> waiting_;
+  const std::shared_ptr<SerialQueue> callbackQueue_;  // runs the handlers
+  const std::shared_ptr<AsioQueue> ioQueue_;
   const Clock::Duration timeout_;
   std::atomic<bool> cancelRequested_ = false;
   SendQueue sends_;  // any thread
 
-  // What follows belongs to waiting_.
+  // On ioQueue_ only.
   Phase phase_ = Phase::kIdle;
   NetworkConnection::StateHandler stateHandler_;  // set before the start
   std::deque<PendingReceive> receives_;

@@ -25,8 +25,8 @@ struct Freed {
   }
 };
 
-// What OpenSSL reads from and writes to. Its own socket BIO writes without MSG_NOSIGNAL, and a
-// library must not leave SIGPIPE to the host.
+// A BIO over the socket. OpenSSL's own socket BIO writes without MSG_NOSIGNAL, and a library must
+// not raise SIGPIPE in its host.
 struct Transport {
   int socket = -1;
   int error = 0;       // errno of the call that failed
@@ -89,13 +89,13 @@ class TlsStream final : public ByteStream {
  public:
   TlsStream(int socket, const std::string& host) : transport_{.socket = socket} {
     ERR_clear_error();
-    // The trust is read anew for every connection, so that a change of it needs no new start.
+    // The trust store is read for every connection, so a change of it needs no restart.
     context_.reset(SSL_CTX_new(TLS_client_method()));
     if (!context_ || SSL_CTX_set_default_verify_paths(context_.get()) != 1) return;
     SSL_CTX_set_min_proto_version(context_.get(), TLS1_2_VERSION);
     SSL_CTX_set_verify(context_.get(), SSL_VERIFY_PEER, nullptr);
     SSL_CTX_set_options(context_.get(), SSL_OP_NO_RENEGOTIATION);
-    // What was not sent may have moved, and have grown, by the next try.
+    // The unsent bytes may be at another address, and more, at the next attempt.
     SSL_CTX_set_mode(context_.get(), SSL_MODE_ENABLE_PARTIAL_WRITE |
                                          SSL_MODE_ACCEPT_MOVING_WRITE_BUFFER |
                                          SSL_MODE_RELEASE_BUFFERS);
@@ -110,7 +110,7 @@ class TlsStream final : public ByteStream {
     if (!usable_) return failure(SSL_ERROR_SSL);
     ERR_clear_error();
     Result result = outcomeOf(SSL_connect(ssl_.get()), 0);
-    // A peer that closes instead of answering has not finished what it never began.
+    // A peer that closes during the handshake has failed it.
     if (result.status == Status::kClosed) return failure(SSL_ERROR_SSL);
     established_ = result.status == Status::kDone;
     return result;
@@ -123,7 +123,7 @@ class TlsStream final : public ByteStream {
     return outcomeOf(done, count);
   }
 
-  // Small pieces share a record.
+  // Gathers small pieces into one record.
   Result write(std::span<const iovec> pieces) override {
     std::span bytes{static_cast<const std::uint8_t*>(pieces[0].iov_base), pieces[0].iov_len};
     if (bytes.size() < gathered_.size() && pieces.size() > 1) bytes = gather(pieces);
@@ -182,7 +182,7 @@ class TlsStream final : public ByteStream {
   }
 
   Result failure(int reason) {
-    established_ = false;  // after a failure OpenSSL must not be asked for a proper end
+    established_ = false;  // after a failure SSL_shutdown must not be called
     return {.status = Status::kFailed, .error = errorFor(reason)};
   }
 

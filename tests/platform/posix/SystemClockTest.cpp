@@ -32,7 +32,7 @@ TEST_F(SystemClockTest, NowIsWallClockTime) {
   EXPECT_LE(now, std::chrono::system_clock::now());
 }
 
-TEST_F(SystemClockTest, AWaitThatNobodyEndsEndsByItself) {
+TEST_F(SystemClockTest, AWaitWithoutANotificationTimesOut) {
   std::mutex mutex;
   std::condition_variable condition;
   std::unique_lock lock{mutex};

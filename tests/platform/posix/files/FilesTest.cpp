@@ -190,7 +190,7 @@ TEST_F(FilesTest, APipeInPlaceOfAFileDoesNotBlock) {
 TEST_F(FilesTest, AHugePropertyListIsNotRead) {
   write("x.plist", plist("<dict/>"));
   EXPECT_TRUE(files->readPropertyList(folder / "x.plist"));
-  std::filesystem::resize_file(folder / "x.plist", kLargestPropertyList + 1);
+  std::filesystem::resize_file(folder / "x.plist", kMaxPropertyListSize + 1);
   EXPECT_FALSE(files->readPropertyList(folder / "x.plist"));
 }
 

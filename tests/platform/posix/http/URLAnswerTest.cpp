@@ -38,6 +38,20 @@ TEST_F(URLAnswerTest, BodyStatusAndHeaderFieldsArrive) {
   EXPECT_EQ(answer.response.header("Location"), std::nullopt);
 }
 
+TEST_F(URLAnswerTest, ValuesOfHeaderFieldsAreWithoutSurroundingWhiteSpace) {
+  const ScriptedHTTPServer server{
+      answering(okAnswer("x",
+                         "Application-URL:\r\nLocation: \r\nX-Tabs: \t a b \t \r\nX-Lf:\n"
+                         "X-Twice-Ended: c\r\r\n"))};
+  const Answer answer = fetch(server.url());
+  EXPECT_FALSE(answer.error);
+  EXPECT_EQ(answer.response.header("Application-URL"), "");
+  EXPECT_EQ(answer.response.header("Location"), "");
+  EXPECT_EQ(answer.response.header("X-Tabs"), "a b");
+  EXPECT_EQ(answer.response.header("X-Lf"), "");
+  EXPECT_EQ(answer.response.header("X-Twice-Ended"), "c");
+}
+
 TEST_F(URLAnswerTest, AGetSendsNoMoreThanItMust) {
   Eventually<std::string> head;
   const ScriptedHTTPServer server{[&head](ServerConnection& connection) {
@@ -271,7 +285,7 @@ struct URLTrustTest : URLSessionTest {
   const ScriptedHTTPServer server{answering(okAnswer("secret")), &certificate};
 };
 
-TEST_F(URLTrustTest, ACertificateThatNobodyTrustsIsAnError) {
+TEST_F(URLTrustTest, AnUntrustedCertificateIsAnError) {
   ::unsetenv("SSL_CERT_FILE");
   const Answer answer = fetch(server.url());
   EXPECT_EQ(answer.error, (Error{"tessel.url", CURLE_PEER_FAILED_VERIFICATION,

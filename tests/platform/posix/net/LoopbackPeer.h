@@ -47,7 +47,7 @@ class LoopbackPeer {
   /// Until the other side's system knows that nothing more comes. After a shutdown.
   void waitUntilEndArrived();
 
-  /// Sends zeros until nobody takes any more; how many that were.
+  /// Sends zeros until the peer takes no more; returns how many.
   std::size_t fill();
 
   void close() { socket_.close(); }
@@ -85,10 +85,10 @@ class TlsPeer final : public LoopbackPeer {
   SSL* const ssl_;
 };
 
-/// A port of 127.0.0.1 that nobody else has.
+/// A free port of 127.0.0.1.
 class LoopbackListener {
  public:
-  /// `backlog` below zero: the port is taken, but nobody listens, so it refuses.
+  /// `backlog` below zero: the port is bound but not listening, so it refuses.
   explicit LoopbackListener(int backlog = 16, int receiveBuffer = 0);
 
   const std::string& port() const { return port_; }

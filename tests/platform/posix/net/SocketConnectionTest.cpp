@@ -44,8 +44,8 @@ class SocketConnectionTest : public ConnectionTest {
 };
 
 TEST_F(SocketConnectionTest, ARefusalIsReportedAsWaitingThenAsFailed) {
-  const LoopbackListener nobodyListens{-1};
-  expectStartFails("127.0.0.1", nobodyListens.port(), 61);
+  const LoopbackListener notListening{-1};
+  expectStartFails("127.0.0.1", notListening.port(), 61);
 }
 
 TEST_F(SocketConnectionTest, AnUnreachableAddressIsReportedAsWaitingThenAsFailed) {
@@ -78,8 +78,8 @@ TEST_F(SocketConnectionTest, ANameIsTriedAtEachOfItsAddresses) {
 }
 
 TEST_F(SocketConnectionTest, ARefusedNameHasTheCodeOfARefusal) {
-  const LoopbackListener nobodyListens{-1};
-  expectStartFails("localhost", nobodyListens.port(), 61);
+  const LoopbackListener notListening{-1};
+  expectStartFails("localhost", notListening.port(), 61);
 }
 
 TEST_F(SocketConnectionTest, AnAddressThatNeverAnswersTimesOut) {
@@ -99,8 +99,8 @@ TEST_F(SocketConnectionTest, ATlsHandshakeThatIsNeverAnsweredTimesOut) {
 }
 
 TEST_F(SocketConnectionTest, ReceivesAskedForBeforeAFailureCompleteWithItsError) {
-  const LoopbackListener nobodyListens{-1};
-  auto probe = makeProbe("127.0.0.1", nobodyListens.port());
+  const LoopbackListener notListening{-1};
+  auto probe = makeProbe("127.0.0.1", notListening.port());
   probe.receive(4);
   probe.connection->start();
   probe.receive(8);
@@ -116,8 +116,8 @@ TEST_F(SocketConnectionTest, ReceivesAskedForBeforeAFailureCompleteWithItsError)
 }
 
 TEST_F(SocketConnectionTest, AFailedConnectionIsNotCancelledAsWell) {
-  const LoopbackListener nobodyListens{-1};
-  auto probe = makeProbe("127.0.0.1", nobodyListens.port());
+  const LoopbackListener notListening{-1};
+  auto probe = makeProbe("127.0.0.1", notListening.port());
   probe.connection->start();
   ASSERT_TRUE(probe.reaches(ConnectionState::kFailed));
   probe.connection->cancel();
@@ -203,8 +203,8 @@ TEST_F(SocketConnectionTest, TheLastReferenceMayBeDroppedByAHandlerOnAQueueThatG
   EXPECT_TRUE(peer.seesEnd());
 }
 
-// The peer is held back by TCP; the connection itself keeps nothing that nobody asked for.
-TEST_F(SocketConnectionTest, NothingIsReadThatNobodyAskedFor) {
+// TCP holds the peer back; the connection buffers nothing that no receive asked for.
+TEST_F(SocketConnectionTest, NothingIsReadBeforeAReceiveAsksForIt) {
   LoopbackListener listener;
   auto probe = makeProbe("127.0.0.1", listener.port());
   probe.connection->start();

@@ -74,15 +74,29 @@ TEST_F(TimerTest, TicksAgainAndAgainOnItsQueue) {
 
 TEST_F(TimerTest, NeverTicksBeforeItIsDue) {
   Eventually<std::vector<steady_clock::time_point>> moments;
-  const auto made = steady_clock::now();
   const auto timer = makeTimer(
       30ms, 20ms, [&] { moments.update([](auto& all) { all.push_back(steady_clock::now()); }); });
+  letPass(40ms);  // its time begins with the resume
+  const auto resumed = steady_clock::now();
   timer->resume();
   ASSERT_TRUE(moments.becomes([](const auto& all) { return all.size() >= 3; }));
   const auto all = moments.get();
-  EXPECT_GE(all[0] - made, 30ms);
-  EXPECT_GE(all[1] - made, 50ms);
-  EXPECT_GE(all[2] - made, 70ms);
+  EXPECT_GE(all[0] - resumed, 30ms);
+  EXPECT_GE(all[1] - resumed, 50ms);
+  EXPECT_GE(all[2] - resumed, 70ms);
+}
+
+TEST_F(TimerTest, ALaterResumeKeepsTheMomentsOfTheFirst) {
+  Eventually<std::vector<steady_clock::time_point>> moments;
+  const auto timer = makeTimer(
+      1s, 1h, [&] { moments.update([](auto& all) { all.push_back(steady_clock::now()); }); });
+  timer->resume();
+  timer->suspend();
+  std::this_thread::sleep_for(900ms);
+  const auto resumed = steady_clock::now();
+  timer->resume();
+  ASSERT_TRUE(moments.becomes([](const auto& all) { return all.size() == 1; }));
+  EXPECT_LT(moments.get()[0] - resumed, 900ms) << "100 ms are left";
 }
 
 // Were the next tick counted from the end of the last one, tick k would come after k times period
@@ -112,6 +126,8 @@ TEST_F(TimerTest, IsMadeSuspended) {
 
 TEST_F(TimerTest, WhatComesDueWhileSuspendedComesOnceAtTheResume) {
   const auto timer = makeTimer(1ms, 1h, count());
+  timer->resume();
+  timer->suspend();
   letPass(2ms);
   timer->resume();
   EXPECT_TRUE(ticks_.becomesEqual(1));

@@ -1,4 +1,4 @@
-// Whom a TLS connection believes, and how it ends.
+// Which peers a TLS connection trusts, and how it ends.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -118,7 +118,7 @@ TEST_F(TlsConnectionTest, APeerThatClosesInTheHandshakeIsAFailure) {
               HasSubstr("ended in the middle of TLS"));
 }
 
-// Without the peer's TLS goodbye anybody on the way could have cut the stream.
+// Without the peer's close_notify the stream may have been truncated on the way.
 TEST_F(TlsConnectionTest, AStreamThatIsCutOffIsAnErrorAndNoEnd) {
   expectTrusted("127.0.0.1", "IP:127.0.0.1");
   probe_->receive(4);

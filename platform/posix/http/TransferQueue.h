@@ -10,41 +10,41 @@
 
 namespace tessel::platform {
 
-/// Decides which transfers run and which wait: so many at once, and few of one server. The next to
-/// run is of the server that has least running; among those, of the one that has waited longest
-/// since it came or since its last transfer ended. So requests to servers that never answer leave
-/// room for the others, and where they have taken all of it, each place that becomes free goes to
-/// somebody else first. Those of one server go in the order they came. One thread.
+/// Decides which transfers run and which wait: at most so many at once, and of these at most six to
+/// one server. Fair queueing: the next to run is to the server with the fewest running; among
+/// those, to the one that has waited longest since it came or since its last transfer ended.
+/// Transfers to one server run in the order they came. One thread.
+///
+/// So servers that never answer leave room for the others until sixteen of them have their full
+/// share, and even then each place that becomes free goes to another server first.
 template <typename T>
-class TransferLine {
+class TransferQueue {
  public:
-  static constexpr std::size_t kMostRunning = 16;
-  static constexpr std::size_t kMostWaiting = 1024;
-  static constexpr std::size_t kMostWaitingOfOneServer = 16;
+  static constexpr std::size_t kMaxRunningPerServer = 6;
+  static constexpr std::size_t kMaxRunning = 16 * kMaxRunningPerServer;
+  static constexpr std::size_t kMaxWaitingPerServer = 16;
+  static constexpr std::size_t kMaxWaiting = 1024;
 
-  explicit TransferLine(std::size_t mostRunningOfOneServer)
-      : mostRunningOfOneServer_{mostRunningOfOneServer} {}
-
-  /// Puts `transfer` at the end, unless there are too many already; then it stays the caller's.
+  /// Appends `transfer`, unless too many wait already: then it stays the caller's.
   bool add(const std::string& server, std::unique_ptr<T>& transfer) {
-    if (waiting_ >= kMostWaiting) return false;
+    if (waiting_ >= kMaxWaiting) return false;
     Share& share = shares_[server];
-    if (share.waiting.size() >= kMostWaitingOfOneServer) return false;
+    if (share.waiting.size() >= kMaxWaitingPerServer) return false;
     if (share.waiting.empty()) share.turn = ++turns_;
     share.waiting.push_back(std::move(transfer));
     ++waiting_;
     return true;
   }
 
-  /// How many servers have transfers that run or wait: nothing is remembered of any other.
+  /// How many servers have transfers that run or wait. Nothing is kept of any other.
   std::size_t servers() const { return shares_.size(); }
 
   /// The next transfer to run; null when none may.
   std::unique_ptr<T> next() {
-    if (running_ >= kMostRunning) return nullptr;
+    if (running_ >= kMaxRunning) return nullptr;
     Share* first = nullptr;
     for (auto& [server, share] : shares_) {
-      if (share.waiting.empty() || share.running >= mostRunningOfOneServer_) continue;
+      if (share.waiting.empty() || share.running >= kMaxRunningPerServer) continue;
       if (!first || share.comesBefore(*first)) first = &share;
     }
     if (!first) return nullptr;
@@ -75,7 +75,6 @@ class TransferLine {
     }
   };
 
-  const std::size_t mostRunningOfOneServer_;
   std::map<std::string, Share> shares_;  // by server
   std::size_t waiting_ = 0;
   std::size_t running_ = 0;
