@@ -12,6 +12,7 @@
 #include "platform/Log.h"
 #include "platform/Services.h"
 #include "tessel/BVBeaconScanner.h"
+#include "wire/DetailsURL.h"
 
 namespace tessel {
 namespace {
@@ -37,10 +38,6 @@ bool isValidAddress(long major, long minor) {
     return value >= 256 && value <= 65535 && (value & 0xFF) != 0;
   };
   return bothOctets(major) && bothOctets(minor);
-}
-
-std::string deviceDetailsURL(const std::string& address) {
-  return "http://" + address + ":55555/device-details.xml";
 }
 
 std::optional<std::string> friendlyNameIn(const Bytes& document) {
@@ -200,7 +197,7 @@ void TSLDiscovery::friendlyNameForBeacon(const std::shared_ptr<BVBeacon>& beacon
   beacon->setIPAddr(address);
   // Any transmitter in range causes these: what the user asks for must not wait behind them.
   platform::services().urlSessions->makeBackgroundSession()->dataTask(
-      {.url = deviceDetailsURL(address)},
+      {.url = detailsURL(address)},
       [weak = weak_from_this(), beacon](const Bytes& body, const URLResponse& /*answer*/,
                                         const std::optional<Error>& error) {
         if (error) return;
