@@ -1,4 +1,4 @@
-#include "CastSession.h"
+#include "apps/tessel-hub/CastSession.h"
 
 #include <asio/post.hpp>
 #include <utility>

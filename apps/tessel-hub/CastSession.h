@@ -9,18 +9,18 @@
 #include <optional>
 #include <string>
 
-#include "ContextRequest.h"
-#include "DisplayReceiver.h"
-#include "FramePipeline.h"
-#include "HubLog.h"
-#include "HubReporter.h"
-#include "HubScreen.h"
-#include "InputSender.h"
-#include "KeyboardChannel.h"
-#include "MouseChannel.h"
-#include "Script.h"
-#include "ScriptPlayer.h"
-#include "StreamRecorder.h"
+#include "apps/tessel-hub/channels/ContextRequest.h"
+#include "apps/tessel-hub/channels/DisplayReceiver.h"
+#include "apps/tessel-hub/channels/InputSender.h"
+#include "apps/tessel-hub/channels/KeyboardChannel.h"
+#include "apps/tessel-hub/channels/MouseChannel.h"
+#include "apps/tessel-hub/report/HubLog.h"
+#include "apps/tessel-hub/report/HubReporter.h"
+#include "apps/tessel-hub/script/Script.h"
+#include "apps/tessel-hub/script/ScriptPlayer.h"
+#include "apps/tessel-hub/video/FramePipeline.h"
+#include "apps/tessel-hub/video/HubScreen.h"
+#include "apps/tessel-hub/video/StreamRecorder.h"
 
 namespace tessel::hub {
 

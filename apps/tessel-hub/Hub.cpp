@@ -1,4 +1,4 @@
-#include "Hub.h"
+#include "apps/tessel-hub/Hub.h"
 
 #include <asio/post.hpp>
 #include <csignal>
@@ -7,8 +7,8 @@
 #include <stdexcept>
 #include <utility>
 
-#include "Addresses.h"
-#include "Snapshot.h"
+#include "apps/tessel-hub/announce/Addresses.h"
+#include "apps/tessel-hub/video/Snapshot.h"
 #include "tessel/Constants.h"
 
 namespace tessel::hub {

@@ -12,17 +12,17 @@
 #include <thread>
 #include <vector>
 
-#include "CastSession.h"
-#include "Certificate.h"
-#include "ChannelAcceptor.h"
-#include "HttpService.h"
-#include "HubLog.h"
-#include "HubOptions.h"
-#include "HubReporter.h"
-#include "HubScreen.h"
-#include "ReceiverApplication.h"
-#include "Script.h"
-#include "StreamRecorder.h"
+#include "apps/tessel-hub/CastSession.h"
+#include "apps/tessel-hub/HubOptions.h"
+#include "apps/tessel-hub/channels/ChannelAcceptor.h"
+#include "apps/tessel-hub/http/Certificate.h"
+#include "apps/tessel-hub/http/HttpService.h"
+#include "apps/tessel-hub/http/ReceiverApplication.h"
+#include "apps/tessel-hub/report/HubLog.h"
+#include "apps/tessel-hub/report/HubReporter.h"
+#include "apps/tessel-hub/script/Script.h"
+#include "apps/tessel-hub/video/HubScreen.h"
+#include "apps/tessel-hub/video/StreamRecorder.h"
 
 namespace tessel::hub {
 

@@ -1,4 +1,4 @@
-#include "HubOptions.h"
+#include "apps/tessel-hub/HubOptions.h"
 
 #include <CLI/CLI.hpp>
 #include <array>
@@ -6,7 +6,7 @@
 #include <unistd.h>
 #include <utility>
 
-#include "HttpService.h"
+#include "apps/tessel-hub/http/HttpService.h"
 #include "tessel/Constants.h"
 
 namespace tessel::hub {

@@ -4,8 +4,8 @@
 #include <string>
 #include <variant>
 
-#include "ProtocolVariant.h"
 #include "apps/common/CommandLine.h"
+#include "apps/tessel-hub/http/ProtocolVariant.h"
 
 namespace tessel::hub {
 

@@ -10,16 +10,16 @@
 #include <utility>
 #include <variant>
 
-#include "Addresses.h"
-#include "Advertiser.h"
-#include "HeadlessScreen.h"
-#include "Hub.h"
-#include "HubLog.h"
-#include "HubOptions.h"
-#include "HubReporter.h"
-#include "HubWindow.h"
-#include "Script.h"
 #include "apps/common/TerminalText.h"
+#include "apps/tessel-hub/Hub.h"
+#include "apps/tessel-hub/HubOptions.h"
+#include "apps/tessel-hub/announce/Addresses.h"
+#include "apps/tessel-hub/announce/Advertiser.h"
+#include "apps/tessel-hub/report/HubLog.h"
+#include "apps/tessel-hub/report/HubReporter.h"
+#include "apps/tessel-hub/script/Script.h"
+#include "apps/tessel-hub/window/HeadlessScreen.h"
+#include "apps/tessel-hub/window/HubWindow.h"
 
 namespace {
 
