@@ -9,7 +9,7 @@
 
 namespace tessel::hub {
 
-/// What the command line asks for.
+/// The options of the command line.
 struct HubOptions {
   static constexpr int kDefaultTlsPort = 8443;
 

@@ -10,10 +10,12 @@
 namespace tessel::hub {
 namespace {
 
-constexpr const char* kAll = "0.0.0.0";
-constexpr const char* kAllOfBothKinds = "::";
+constexpr const char* kAnyAddress = "0.0.0.0";
+constexpr const char* kAnyAddressOfBothFamilies = "::";
 
-bool isOneAddress(const std::string& bind) { return bind != kAll && bind != kAllOfBothKinds; }
+bool isOneAddress(const std::string& bind) {
+  return bind != kAnyAddress && bind != kAnyAddressOfBothFamilies;
+}
 
 std::string textOf(const sockaddr& address) {
   const void* bytes =
@@ -25,7 +27,7 @@ std::string textOf(const sockaddr& address) {
   return done != nullptr ? done : "";
 }
 
-// The addresses of the interfaces that are up, as far as they are `wanted`.
+// The addresses of the interfaces that are up and `wanted`.
 std::vector<std::string> addressesOfInterfaces(const std::function<bool(const ifaddrs&)>& wanted) {
   std::vector<std::string> addresses;
   ifaddrs* first = nullptr;
@@ -45,7 +47,7 @@ std::vector<std::string> addressesOfInterfaces(const std::function<bool(const if
 std::vector<std::string> servedAddresses(const std::string& bind) {
   if (isOneAddress(bind)) return {bind};
   return addressesOfInterfaces([&bind](const ifaddrs& entry) {
-    return entry.ifa_addr->sa_family == AF_INET || bind == kAllOfBothKinds;
+    return entry.ifa_addr->sa_family == AF_INET || bind == kAnyAddressOfBothFamilies;
   });
 }
 

@@ -5,12 +5,13 @@
 
 namespace tessel::hub {
 
-/// The addresses at which a hub serves that listens at `bind`: that one, or all of this machine's
-/// where it stands for them (0.0.0.0 for those of IPv4, :: for all).
+/// The addresses of a hub that listens at `bind`: that one, or all of this machine's for 0.0.0.0
+/// (IPv4) and :: (IPv4 and IPv6).
 std::vector<std::string> servedAddresses(const std::string& bind);
 
-/// Those of them by which senders on other machines cast to the hub: `bind`, or this machine's IPv4
-/// addresses, the first one first, without the loopback. Empty when there is no network.
+/// The addresses that senders on other machines cast to: `bind` if it is one address, else this
+/// machine's IPv4 addresses without the loopback, in the order of its interfaces. Empty without a
+/// network.
 std::vector<std::string> addressesForSenders(const std::string& bind);
 
 }  // namespace tessel::hub

@@ -1,2 +1,2 @@
-// Asio's TLS, compiled once; the rest of Asio comes compiled with the library's.
+// Asio's TLS, compiled once; the rest of Asio is compiled in tessel_asio.
 #include <asio/ssl/impl/src.hpp>

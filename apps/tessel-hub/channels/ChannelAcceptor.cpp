@@ -5,13 +5,15 @@
 namespace tessel::hub {
 namespace {
 
+constexpr std::chrono::milliseconds kRetryDelay{100};
+
 const char* name(ChannelKind kind) {
   switch (kind) {
-    case ChannelKind::display:
+    case ChannelKind::kDisplay:
       return "display";
-    case ChannelKind::mouse:
+    case ChannelKind::kMouse:
       return "mouse";
-    case ChannelKind::keyboard:
+    case ChannelKind::kKeyboard:
       return "keyboard";
   }
   return "";
@@ -19,8 +21,8 @@ const char* name(ChannelKind kind) {
 
 }  // namespace
 
-// A connection that has not told its channel yet. Kept alive by its reads and its timer, and so
-// perhaps longer than the acceptor, by the io_context.
+// A connection whose channel is not known yet. Its reads and its timer keep it alive, and with the
+// io_context it may outlive the acceptor.
 struct ChannelAcceptor::Pending {
   Pending(const ChannelAcceptor& acceptor, std::shared_ptr<ChannelStream> connection)
       : unopened{acceptor.unopened_}, stream{std::move(connection)}, deadline{acceptor.context_} {
@@ -35,7 +37,7 @@ struct ChannelAcceptor::Pending {
   const std::shared_ptr<int> unopened;
   std::shared_ptr<ChannelStream> stream;
   asio::steady_timer deadline;
-  std::array<std::uint8_t, 16> opening{};
+  std::array<std::uint8_t, kNewStartCommand.size()> opening{};
   std::size_t length = 0;
 };
 
@@ -66,7 +68,7 @@ void ChannelAcceptor::close() {
 void ChannelAcceptor::accept() {
   acceptor_.async_accept([this](const asio::error_code& error, asio::ip::tcp::socket socket) {
     if (!acceptor_.is_open()) return;
-    // Out of file descriptors, as a rule: at once again would spin.
+    // Usually out of file descriptors: trying again at once would spin.
     if (error) return retryLater();
     welcome(std::move(socket));
     accept();
@@ -74,7 +76,7 @@ void ChannelAcceptor::accept() {
 }
 
 void ChannelAcceptor::retryLater() {
-  retry_.expires_after(std::chrono::milliseconds{100});
+  retry_.expires_after(kRetryDelay);
   retry_.async_wait([this](const asio::error_code& error) {
     if (!error && acceptor_.is_open()) accept();
   });
@@ -84,13 +86,13 @@ void ChannelAcceptor::welcome(asio::ip::tcp::socket socket) {
   const std::shared_ptr<ChannelStream> stream =
       settings_.tls != nullptr ? ChannelStream::tls(std::move(socket), *settings_.tls)
                                : ChannelStream::plain(std::move(socket));
-  if (*unopened_ >= kMostUnopened) {
+  if (*unopened_ >= kMaxUnopened) {
     log_.line("too many connections that say nothing: one from " + stream->address() +
               " was refused");
     return stream->close();
   }
   const auto pending = std::make_shared<Pending>(*this, stream);
-  pending->deadline.expires_after(kPatience);
+  pending->deadline.expires_after(kOpeningTimeout);
   pending->deadline.async_wait([stream](const asio::error_code& error) {
     if (!error) stream->close();
   });
@@ -114,12 +116,12 @@ void ChannelAcceptor::readOpening(const std::shared_ptr<Pending>& pending, std::
 
 void ChannelAcceptor::judge(const std::shared_ptr<Pending>& pending) {
   const ChannelOpening opening = ChannelOpening::judge(pending->received(), settings_.newProtocol);
-  if (opening.verdict == ChannelOpening::Verdict::incomplete) {
+  if (opening.verdict == ChannelOpening::Verdict::kIncomplete) {
     return readOpening(pending, opening.missing);
   }
   pending->deadline.cancel();
-  if (opening.verdict == ChannelOpening::Verdict::refused ||
-      (opening.kind == ChannelKind::display && !settings_.takesDisplay)) {
+  if (opening.verdict == ChannelOpening::Verdict::kRefused ||
+      (opening.kind == ChannelKind::kDisplay && !settings_.takesDisplay)) {
     log_.line("a connection from " + pending->stream->address() + " to port " +
               std::to_string(settings_.port) + " did not open a channel");
     return pending->stream->close();

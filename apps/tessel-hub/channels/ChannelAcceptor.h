@@ -15,16 +15,16 @@
 namespace tessel::hub {
 
 /// Listens on one port, reads each connection's opening message and hands the channel on. A
-/// connection that has not said what it is within `kPatience` is closed, and so is one beyond
-/// `kMostUnopened` of them.
+/// connection without one within `kOpeningTimeout` is closed, and so is one that comes while
+/// `kMaxUnopened` are without.
 ///
-/// Lives on the thread that runs its io_context.
+/// Runs on the thread of its io_context; made and told to listen before that runs.
 class ChannelAcceptor {
  public:
   using OpenedHandler = std::function<void(ChannelKind, std::shared_ptr<ChannelStream>)>;
 
-  static constexpr std::chrono::seconds kPatience{10};
-  static constexpr int kMostUnopened = 16;
+  static constexpr std::chrono::seconds kOpeningTimeout{10};
+  static constexpr int kMaxUnopened = 16;
 
   struct Settings {
     asio::ip::address address;
@@ -32,13 +32,13 @@ class ChannelAcceptor {
     bool newProtocol = false;
     /// Whether a display channel may come to this port.
     bool takesDisplay = true;
-    /// TLS, where the hub wants it; outlives the acceptor.
+    /// Null without TLS; outlives the acceptor.
     asio::ssl::context* tls = nullptr;
   };
 
   ChannelAcceptor(asio::io_context& context, Settings settings, HubLog& log, OpenedHandler opened);
 
-  /// Takes the port; throws asio::system_error if it is not to be had.
+  /// Binds the port; throws asio::system_error if it cannot.
   void listen();
   void close();
 

@@ -4,22 +4,16 @@
 #include <cstdint>
 #include <span>
 
+#include "wire/ChannelCommand.h"
+
 namespace tessel::hub {
 
-/// Which channel a connection turns out to be.
-enum class ChannelKind { display, mouse, keyboard };
-
-/// Tells a connection's channel by its opening message:
-///
-///     display, old protocol   04 00 00 00
-///     display, new protocol   00 00 00 00 01 00 00 00 00
-///     mouse                   02 00 00 00 01 00 00 00 00
-///     keyboard                01 00 00 00 01 00 00 00 00
+/// Recognizes a connection's channel by its opening message, as it arrives.
 struct ChannelOpening {
-  enum class Verdict { incomplete, accepted, refused };
+  enum class Verdict { kIncomplete, kAccepted, kRefused };
 
-  Verdict verdict = Verdict::incomplete;
-  ChannelKind kind = ChannelKind::display;
+  Verdict verdict = Verdict::kIncomplete;
+  ChannelKind kind = ChannelKind::kDisplay;
   /// The most bytes still to be read, none of which belongs to what follows the opening.
   std::size_t missing = 0;
 

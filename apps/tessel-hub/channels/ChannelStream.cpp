@@ -7,6 +7,7 @@
 #include <deque>
 #include <type_traits>
 #include <utility>
+#include <vector>
 
 namespace tessel::hub {
 namespace {
@@ -14,9 +15,9 @@ namespace {
 using Socket = asio::ip::tcp::socket;
 using TlsSocket = asio::ssl::stream<Socket>;
 
-// Acknowledgements and input events are a few bytes each: this much unread means that the peer has
+// Acknowledgements and input records are a few bytes each: with this much unsent the peer has
 // stopped reading.
-constexpr std::size_t kMostUnsent = std::size_t{256} << 10;
+constexpr std::size_t kMaxUnsentBytes = std::size_t{256} << 10;
 
 std::string peerAddress(const Socket& socket) {
   asio::error_code error;
@@ -52,16 +53,16 @@ class SocketStream final : public ChannelStream,
             const asio::error_code& error, std::size_t count) { handler(error ? 0 : count); });
   }
 
-  void send(std::vector<std::uint8_t> bytes) override {
+  void send(std::span<const std::uint8_t> bytes) override {
     if (!socket().is_open()) return;
     unsent_ += bytes.size();
-    if (unsent_ > kMostUnsent) return close();
-    outbox_.push_back(std::move(bytes));
+    if (unsent_ > kMaxUnsentBytes) return close();
+    outbox_.emplace_back(bytes.begin(), bytes.end());
     if (outbox_.size() == 1) writeNext();
   }
 
-  // Without the farewell of TLS: the peer sees the end of the stream either way, and a farewell
-  // would wait for a peer that may have gone.
+  // Without close_notify: the peer sees the end of the stream either way, and sending it would wait
+  // for a peer that may be gone.
   void close() override {
     asio::error_code ignored;
     socket().shutdown(Socket::shutdown_both, ignored);

@@ -9,29 +9,29 @@
 #include <memory>
 #include <span>
 #include <string>
-#include <vector>
 
 namespace tessel::hub {
 
 /// A connection that a sender has opened to this hub, with or without TLS.
 ///
-/// Lives on the thread that runs its io_context: every call and every handler is made there.
-/// Handlers are never called from within the call that takes them. An operation under way keeps
-/// the stream alive; `close` ends them all.
+/// Runs on the thread of its io_context: every call and every handler is made there. A handler is
+/// never called from within the call that takes it. An operation under way keeps the stream alive;
+/// `close` ends them all.
 class ChannelStream {
  public:
-  /// `count` bytes have arrived; 0 at the end of the stream, however it came.
+  /// `count` bytes have arrived; 0 at the end of the stream, orderly or not.
   using ReadHandler = std::function<void(std::size_t count)>;
 
   virtual ~ChannelStream() = default;
 
-  /// Negotiates TLS; done at once on a plain stream.
+  /// Negotiates TLS; a plain stream has nothing to do.
   virtual void handshake(std::function<void(bool done)> handler) = 0;
   /// Reads at least one byte into `buffer`, which the caller keeps alive until `handler` is called.
   /// One read at a time.
   virtual void read(std::span<std::uint8_t> buffer, ReadHandler handler) = 0;
-  /// Sends `bytes` behind everything sent before. A peer that leaves too much unread is closed.
-  virtual void send(std::vector<std::uint8_t> bytes) = 0;
+  /// Sends a copy of `bytes` behind everything sent before. Closes the stream when its peer leaves
+  /// too much unread.
+  virtual void send(std::span<const std::uint8_t> bytes) = 0;
   virtual void close() = 0;
 
   /// The peer's address, without its port.

@@ -1,5 +1,6 @@
 #include "apps/tessel-hub/channels/DisplayReceiver.h"
 
+#include <cassert>
 #include <utility>
 
 namespace tessel::hub {
@@ -16,6 +17,7 @@ DisplayReceiver::DisplayReceiver(std::shared_ptr<ChannelStream> stream, FrameAss
 void DisplayReceiver::start() { read(); }
 
 void DisplayReceiver::resume() {
+  assert(thread_.isCurrent());
   if (!std::exchange(paused_, false) || reading_ || closed_) return;
   read();
 }
@@ -31,6 +33,7 @@ void DisplayReceiver::read() {
 }
 
 void DisplayReceiver::received(std::size_t count) {
+  assert(thread_.isCurrent());
   reading_ = false;
   if (closed_) return;
   if (count == 0) return end({});

@@ -3,35 +3,9 @@
 #include <algorithm>
 #include <utility>
 
-#include "apps/tessel-hub/channels/ContextRequest.h"
-#include "platform/base/ByteOrder.h"
+#include "wire/TransmitHeader.h"
 
 namespace tessel::hub {
-namespace {
-
-// Header of every message:
-//   at  size  field
-//    0     2  length, these four bytes included
-//    2     1  command
-//    3     1  more: 1 if further pieces of the same frame follow
-constexpr std::size_t kHeader = 4;
-
-// Head of a frame's first piece:
-//   at  size  field
-//    0     4  header
-//   12     2  12
-//   14     1  1
-//   16     4  bytes behind this offset, over all pieces: the frame's size + 40
-//   52     4  the frame's size
-constexpr std::size_t kTransmitHead = 56;
-constexpr std::uint32_t kBehindCount = 40;
-
-constexpr std::uint8_t kCreateContext = 0x02;
-constexpr std::uint8_t kDestroyContext = 0x04;
-constexpr std::uint8_t kSimpleTransmit = 0x05;
-
-}  // namespace
-
 bool FrameAssembler::feed(std::span<const std::uint8_t> bytes) {
   while (problem_.empty() && !bytes.empty()) {
     if (inData_) {
@@ -50,42 +24,44 @@ bool FrameAssembler::feed(std::span<const std::uint8_t> bytes) {
   return problem_.empty();
 }
 
+MessageHeader FrameAssembler::header() const {
+  return *MessageHeader::parse(std::span{head_}.first(MessageHeader::kSize));
+}
+
 std::size_t FrameAssembler::headSize() const {
-  if (headLength_ < kHeader) return kHeader;
-  const std::span<const std::uint8_t, kHeader> header{head_.data(), kHeader};
-  const std::size_t length = platform::getLittleEndian<0, std::uint16_t>(header);
-  switch (header[2]) {
-    case kCreateContext:
-      return length == ContextRequest::kSize ? length : kHeader;
-    case kSimpleTransmit:
-      return !inFrame_ && length >= kTransmitHead ? kTransmitHead : kHeader;
+  if (headLength_ < MessageHeader::kSize) return MessageHeader::kSize;
+  const std::size_t length = header().length;
+  switch (header().command) {
+    case VSCH_CMD_CREATE_CONTEXT:
+      return length == ContextRequest::kSize ? length : MessageHeader::kSize;
+    case VSCH_CMD_SIMPLE_TRANSMIT:
+      return !inFrame_ && length >= TransmitHeader::kSize ? TransmitHeader::kSize
+                                                          : MessageHeader::kSize;
     default:
-      return kHeader;
+      return MessageHeader::kSize;
   }
 }
 
 void FrameAssembler::takeHead() {
-  const std::span<const std::uint8_t, kHeader> header{head_.data(), kHeader};
-  const std::size_t length = platform::getLittleEndian<0, std::uint16_t>(header);
-  const std::uint8_t command = header[2];
+  const auto [length, command, more] = header();
   if (length < headLength_) return fail("a message of " + std::to_string(length) + " bytes");
-  if (inFrame_ && command != kSimpleTransmit) {
+  if (inFrame_ && command != VSCH_CMD_SIMPLE_TRANSMIT) {
     return fail("command " + std::to_string(command) + " between two pieces of a frame");
   }
   dataLeft_ = length - headLength_;
   inData_ = true;
   switch (command) {
-    case kCreateContext:
+    case VSCH_CMD_CREATE_CONTEXT:
       if (length != ContextRequest::kSize) {
         return fail("a context request of " + std::to_string(length) + " bytes");
       }
-      sink_.onContextRequest(std::span{head_}.first(headLength_));
+      sink_.onContextRequest(head_);
       break;
-    case kDestroyContext:
+    case VSCH_CMD_DESTROY_CONTEXT:
       sink_.onDestroyContext();
       break;
-    case kSimpleTransmit:
-      inFrame_ ? takeContinuation(header[3] == 1) : takeTransmitHead(header[3] == 1);
+    case VSCH_CMD_SIMPLE_TRANSMIT:
+      inFrame_ ? takePiece(more) : takeTransmitHead();
       break;
     default:
       sink_.onOtherMessage(command);
@@ -93,28 +69,26 @@ void FrameAssembler::takeHead() {
   if (dataLeft_ == 0 && problem_.empty()) endMessage();
 }
 
-void FrameAssembler::takeTransmitHead(bool more) {
-  if (headLength_ != kTransmitHead) return fail("the start of a frame is too short");
-  const std::span<const std::uint8_t, kTransmitHead> head{head_.data(), kTransmitHead};
-  const std::size_t size = platform::getLittleEndian<52, std::uint32_t>(head);
-  if (size > kLargestFrame) return fail("a frame of " + std::to_string(size) + " bytes");
-  if (platform::getLittleEndian<12, std::uint16_t>(head) != 12 || head[14] != 1 ||
-      platform::getLittleEndian<16, std::uint32_t>(head) != size + kBehindCount) {
-    return fail("the start of a frame contradicts itself");
+void FrameAssembler::takeTransmitHead() {
+  if (headLength_ != TransmitHeader::kSize) return fail("the start of a frame is too short");
+  const auto head = TransmitHeader::parse(std::span{head_}.first(TransmitHeader::kSize));
+  if (!head) return fail("the start of a frame contradicts itself");
+  if (head->frameLength > kMaxFrameLength) {
+    return fail("a frame of " + std::to_string(head->frameLength) + " bytes");
   }
-  frameSize_ = size;
+  frameSize_ = head->frameLength;
   inFrame_ = true;
-  takeContinuation(more);
+  takePiece(head->more);
 }
 
-void FrameAssembler::takeContinuation(bool more) {
+void FrameAssembler::takePiece(bool more) {
   lastPiece_ = !more;
   const std::size_t left = frameSize_ - frame_.size();
   if (dataLeft_ > left || (lastPiece_ && dataLeft_ < left)) {
     return fail("a piece of " + std::to_string(dataLeft_) + " bytes where a frame lacks " +
                 std::to_string(left));
   }
-  // Without this a sender could go on for ever inside one frame.
+  // Without this a sender could stay in one frame without end.
   if (!lastPiece_ && (dataLeft_ == 0 || dataLeft_ == left)) return fail("a piece is missing");
 }
 

@@ -7,15 +7,18 @@
 #include <string>
 #include <vector>
 
+#include "wire/ContextRequest.h"
+#include "wire/MessageHeader.h"
+
 namespace tessel::hub {
 
 /// Splits the bytes of a display channel into messages and puts the pieces of a frame together.
-/// What a sender can make it hold is bounded: one message and one frame of `kLargestFrame`.
+/// Holds at most one message and one frame of `kMaxFrameLength`, whatever a sender sends.
 ///
 /// One thread. Calls `Sink` from within `feed`.
 class FrameAssembler {
  public:
-  static constexpr std::size_t kLargestFrame = std::size_t{16} << 20;
+  static constexpr std::size_t kMaxFrameLength = std::size_t{16} << 20;
 
   class Sink {
    public:
@@ -33,18 +36,20 @@ class FrameAssembler {
 
   explicit FrameAssembler(Sink& sink) : sink_{sink} {}
 
-  /// Takes the next bytes of the stream, cut anywhere. False once the stream is out of step; what
-  /// was wrong is told by `problem` and no more bytes are taken.
+  /// Takes the next bytes of the stream, cut anywhere. False once the stream is out of step;
+  /// `problem` then says why, and no more bytes are taken.
   bool feed(std::span<const std::uint8_t> bytes);
 
   const std::string& problem() const { return problem_; }
 
  private:
-  /// How the message being read begins, after which its data stand.
+  /// Of the message being read, of which at least so many bytes are here.
+  MessageHeader header() const;
+  /// Bytes that the message being read begins with, as far as is known, before its data.
   std::size_t headSize() const;
   void takeHead();
-  void takeTransmitHead(bool more);
-  void takeContinuation(bool more);
+  void takeTransmitHead();
+  void takePiece(bool more);
   void takeData(std::span<const std::uint8_t> data);
   void endMessage();
   void fail(std::string problem);
@@ -53,7 +58,7 @@ class FrameAssembler {
   std::string problem_;
 
   // The message being read: its head so far, and the data behind the head still to come.
-  std::array<std::uint8_t, 228> head_{};
+  std::array<std::uint8_t, ContextRequest::kSize> head_{};
   std::size_t headLength_ = 0;
   bool inData_ = false;
   std::size_t dataLeft_ = 0;

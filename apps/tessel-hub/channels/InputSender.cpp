@@ -1,12 +1,22 @@
 #include "apps/tessel-hub/channels/InputSender.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cstdlib>
 #include <limits>
 #include <utility>
-#include <vector>
+
+#include "wire/KeyboardRecord.h"
 
 namespace tessel::hub {
+namespace {
+
+std::uint8_t keyFlag(bool special, bool down) {
+  if (special) return down ? SPECIAL_KEY_DOWN_FLAG : SPECIAL_KEY_UP_FLAG;
+  return down ? KEY_DOWN_FLAG : KEY_UP_FLAG;
+}
+
+}  // namespace
 
 void InputSender::detachMouse() {
   mouse_.reset();
@@ -21,33 +31,37 @@ void InputSender::detachKeyboard() {
 void InputSender::move(int x, int y) {
   x_ = std::clamp(x, 0, width_);
   y_ = std::clamp(y, 0, height_);
-  sendMouse(MouseCommand::move);
+  sendMouse(MouseCommand::kMove);
 }
 
 void InputSender::button(MouseButton button, bool down) {
+  assert(thread_.isCurrent());
   if (!mouse_) return;
   const bool changed = down ? buttonsHeld_.insert(button).second : buttonsHeld_.erase(button) > 0;
   if (!changed) return;
-  if (button == MouseButton::left) {
-    sendMouse(down ? MouseCommand::leftDown : MouseCommand::leftUp);
+  if (button == MouseButton::kLeft) {
+    sendMouse(down ? MouseCommand::kLeftDown : MouseCommand::kLeftUp);
   } else {
-    sendMouse(down ? MouseCommand::rightDown : MouseCommand::rightUp);
+    sendMouse(down ? MouseCommand::kRightDown : MouseCommand::kRightUp);
   }
 }
 
 void InputSender::wheel(int lines) {
-  constexpr int kMost = std::numeric_limits<std::uint8_t>::max();
+  constexpr int kMaxLines = std::numeric_limits<std::uint8_t>::max();
   if (lines == 0) return;
-  const auto amount = static_cast<std::uint8_t>(std::min(std::abs(lines), kMost));
-  sendMouse(lines > 0 ? MouseCommand::wheelUp : MouseCommand::wheelDown, amount);
+  const auto amount = static_cast<std::uint8_t>(std::min(std::abs(lines), kMaxLines));
+  sendMouse(lines > 0 ? MouseCommand::kWheelUp : MouseCommand::kWheelDown, amount);
 }
 
 void InputSender::key(HubKey key, bool down) {
+  assert(thread_.isCurrent());
   if (!keyboard_) return;
   const bool changed = down ? keysHeld_.insert(key).second : keysHeld_.erase(key) > 0;
   if (!changed) return;
-  const KeyRecord record = keyRecord(key, down);
-  keyboard_->send({record.begin(), record.end()});
+  KeyboardRecord record;
+  record.keyFlag = keyFlag(key.special, down);
+  record.keyCode = key.code;
+  keyboard_->send(record.bytes());
 }
 
 void InputSender::releaseAll() {
@@ -56,10 +70,14 @@ void InputSender::releaseAll() {
 }
 
 void InputSender::sendMouse(MouseCommand command, std::uint8_t lines) {
+  assert(thread_.isCurrent());
   if (!mouse_) return;
-  const MouseRecord record =
-      mouseRecord(command, static_cast<std::uint16_t>(x_), static_cast<std::uint16_t>(y_), lines);
-  mouse_->send({record.begin(), record.end()});
+  MousePacket packet;
+  packet.x = static_cast<std::uint16_t>(x_);
+  packet.y = static_cast<std::uint16_t>(y_);
+  packet.command = static_cast<std::uint8_t>(command);
+  packet.wheel = lines;
+  mouse_->send(packet.bytes());
 }
 
 }  // namespace tessel::hub

@@ -4,30 +4,32 @@
 #include <memory>
 #include <set>
 
+#include "apps/common/ThreadChecker.h"
 #include "apps/tessel-hub/channels/ChannelStream.h"
-#include "apps/tessel-hub/channels/InputRecords.h"
+#include "apps/tessel-hub/channels/HubKey.h"
+#include "wire/MousePacket.h"
 
 namespace tessel::hub {
 
-enum class MouseButton { left, right };
+enum class MouseButton { kLeft, kRight };
 
-/// Sends the hub's mouse and keyboard to the session's sender. Remembers what is held down, so that
-/// a repeated press is not sent and nothing stays held when the hub looks away.
+/// Sends the hub's mouse and keyboard to the session's sender. Keeps track of what is held down:
+/// a repeated press is not sent, and `releaseAll` leaves nothing held.
 ///
-/// Lives on its streams' thread.
+/// Runs on its streams' thread.
 class InputSender {
  public:
-  /// The session's size; positions are in its pixels.
+  /// Positions are in pixels of a session of this size.
   InputSender(int width, int height) : width_{width}, height_{height} {}
 
-  /// The channel is open and takes records from now on.
+  /// The channel is open: records are sent to it from now on.
   void attachMouse(std::shared_ptr<ChannelStream> stream) { mouse_ = std::move(stream); }
   void attachKeyboard(std::shared_ptr<ChannelStream> stream) { keyboard_ = std::move(stream); }
   void detachMouse();
   void detachKeyboard();
   bool ready() const { return mouse_ && keyboard_; }
 
-  /// Outside the session: its nearest edge.
+  /// A place outside the session counts as its nearest edge.
   void move(int x, int y);
   void button(MouseButton button, bool down);
   /// Above 0 turns away from the user, which scrolls up.
@@ -48,6 +50,7 @@ class InputSender {
   int y_ = 0;
   std::set<MouseButton> buttonsHeld_;
   std::set<HubKey> keysHeld_;
+  apps::ThreadChecker thread_;
 };
 
 }  // namespace tessel::hub

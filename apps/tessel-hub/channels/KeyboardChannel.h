@@ -9,9 +9,9 @@
 
 namespace tessel::hub {
 
-/// The sender's keyboard channel: only waits for its end, since the sender has nothing more to say.
+/// The sender's keyboard channel: waits for its end. After its opening a sender sends nothing.
 ///
-/// Lives on its stream's thread. A read under way keeps it alive until `close`.
+/// Runs on its stream's thread. A read under way keeps it alive until `close`.
 class KeyboardChannel final : public std::enable_shared_from_this<KeyboardChannel> {
  public:
   KeyboardChannel(std::shared_ptr<ChannelStream> stream, std::function<void()> ended);

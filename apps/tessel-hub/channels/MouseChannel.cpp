@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "wire/ChannelCommand.h"
+
 namespace tessel::hub {
 
 MouseChannel::MouseChannel(std::shared_ptr<ChannelStream> stream, Handlers handlers)
@@ -26,10 +28,10 @@ void MouseChannel::read() {
   });
 }
 
-void MouseChannel::onCursorCommand() { stream_->send({kCursorReply.begin(), kCursorReply.end()}); }
+void MouseChannel::onCursorCommand() { stream_->send(kCursorReply); }
 
 void MouseChannel::onCaptureCommand() {
-  stream_->send({kCaptureReply.begin(), kCaptureReply.end()});
+  stream_->send(kCaptureReply);
   handlers_.ready();
 }
 

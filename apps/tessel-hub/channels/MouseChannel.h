@@ -10,13 +10,13 @@
 
 namespace tessel::hub {
 
-/// The sender's mouse channel: answers its handshake and takes the reports of its cursor.
+/// The sender's mouse channel: answers its handshake and receives its cursor reports.
 ///
-/// Lives on its stream's thread. A read under way keeps it alive until `close`.
+/// Runs on its stream's thread. A read under way keeps it alive until `close`.
 class MouseChannel final : public std::enable_shared_from_this<MouseChannel>, MouseMessages::Sink {
  public:
   struct Handlers {
-    /// The handshake is done: the sender takes mouse records from now on.
+    /// The handshake is done: the sender accepts mouse packets from now on.
     std::function<void()> ready;
     std::function<void(int x, int y)> cursor;
     /// The channel is gone.
@@ -26,7 +26,7 @@ class MouseChannel final : public std::enable_shared_from_this<MouseChannel>, Mo
   MouseChannel(std::shared_ptr<ChannelStream> stream, Handlers handlers);
 
   void start();
-  /// Closes it without a call of any handler.
+  /// Closes the channel; no handler is called from then on.
   void close();
 
   const std::shared_ptr<ChannelStream>& stream() const { return stream_; }

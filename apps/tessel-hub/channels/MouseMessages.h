@@ -1,18 +1,13 @@
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <span>
 #include <vector>
 
 namespace tessel::hub {
 
-/// Splits what a sender says on the mouse channel, after its opening, into handshake commands and
-/// reports of its cursor; these may stand between those from the start.
-///
-///     cursor command    02 00 00 00 02 00 00 00 01 01
-///     capture command   02 00 00 00 02 00 00 00 03 01
-///     cursor report     08 0D x x y y 01 00
+/// Splits what a sender sends on the mouse channel, after its opening, into handshake commands and
+/// cursor reports. Reports may come before and between the commands.
 ///
 /// One thread. Calls `Sink` from within `feed`.
 class MouseMessages {
@@ -35,12 +30,11 @@ class MouseMessages {
 
  private:
   bool takeByte(std::uint8_t byte);
+  bool takeReport();
+  bool takeCommand();
 
   Sink& sink_;
   std::vector<std::uint8_t> message_;  // the message being read, at most 10 bytes
 };
-
-constexpr std::array<std::uint8_t, 10> kCursorReply{2, 0, 0, 0, 2, 0, 0, 0, 2, 1};
-constexpr std::array<std::uint8_t, 10> kCaptureReply{2, 0, 0, 0, 2, 0, 0, 0, 4, 1};
 
 }  // namespace tessel::hub

@@ -47,7 +47,7 @@ void setSerialNumber(X509* certificate) {
   BN_free(number);
 }
 
-// What may stand in a certificate as a host name; a name with other characters is left out.
+// Whether a certificate can carry the name as a host name.
 bool isHostName(const std::string& name) {
   return !name.empty() && name.find_first_not_of(
                               "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVW"

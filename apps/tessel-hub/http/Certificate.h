@@ -21,7 +21,7 @@ class Certificate {
   X509* certificate() const { return certificate_.get(); }
   EVP_PKEY* key() const { return key_.get(); }
 
-  /// Makes `context` serve with it. Throws std::runtime_error.
+  /// Makes `context` serve with this certificate. Throws std::runtime_error with a plain sentence.
   void use(SSL_CTX* context) const;
 
   /// The certificate, without its key, as PEM.

@@ -26,7 +26,7 @@ std::string escapedXml(std::string_view text) {
         escaped += "&gt;";
         break;
       default:
-        // Control characters are not allowed in a document, in no form.
+        // XML 1.0 allows no control characters, not even escaped.
         if (static_cast<unsigned char>(c) >= 0x20) escaped += c;
     }
   }

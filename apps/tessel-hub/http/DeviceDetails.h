@@ -5,23 +5,23 @@
 
 namespace tessel::hub {
 
-/// What the hub tells about itself before anybody casts to it.
+/// The document by which a hub describes itself to senders.
 struct DeviceDetails {
   std::string version;
   std::string friendlyName;
-  /// Port of the application service over TLS; 0 where there is none.
+  /// Port of the application service with TLS; 0 without TLS.
   int tlsPort = 0;
   bool busy = false;
 
-  /// The document, in one line without white space between its elements: senders take the text that
-  /// stands before the next start tag, so a line feed and an indentation would replace the name.
+  /// The document, without white space between its elements: a sender keeps the last text before
+  /// the next start tag, so a line feed and an indentation would replace the name.
   std::string xml() const;
 };
 
-/// `text` as it stands between two tags: markup escaped, what XML cannot carry left out.
+/// `text` as the content of an XML element: markup escaped, control characters left out.
 std::string escapedXml(std::string_view text);
 
-/// `address` as it stands in a URL: in brackets if it is an IPv6 one.
+/// `address` as the host of a URL: an IPv6 address in brackets, an IPv4-mapped one as IPv4.
 std::string urlHost(std::string_view address);
 
 }  // namespace tessel::hub

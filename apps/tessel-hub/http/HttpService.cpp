@@ -1,11 +1,14 @@
 #include "apps/tessel-hub/http/HttpService.h"
 
+#include <atomic>
 #include <chrono>
 #include <httplib.h>
 #include <stdexcept>
 #include <utility>
 
 #include "apps/tessel-hub/http/DeviceDetails.h"
+#include "platform/posix/Thread.h"
+#include "wire/DetailsURL.h"
 
 namespace tessel::hub {
 namespace {
@@ -13,8 +16,9 @@ namespace {
 constexpr int kCreated = 201;
 constexpr int kNotFound = 404;
 constexpr int kUnavailable = 503;
+constexpr std::chrono::milliseconds kStartPoll{1};
 constexpr const char* kXml = "text/xml; charset=utf-8";
-constexpr std::size_t kLargestRequest = std::size_t{64} << 10;
+constexpr std::size_t kMaxRequestBytes = std::size_t{64} << 10;
 
 std::chrono::steady_clock::time_point now() { return std::chrono::steady_clock::now(); }
 
@@ -34,6 +38,7 @@ HttpService::~HttpService() {
   for (httplib::Server* server : {plain_.get(), tls_.get()}) {
     if (server != nullptr) server->stop();
   }
+  for (std::thread& thread : threads_) thread.join();
 }
 
 void HttpService::start(const Certificate* certificate) {
@@ -51,34 +56,33 @@ void HttpService::start(const Certificate* certificate) {
     serveApplication(*tls_);
     listen(*tls_, settings_.tlsPort);
   }
-  listen(*plain_, kDetailsPort);
+  listen(*plain_, kDetailsPort.number);
 }
 
 void HttpService::prepare(httplib::Server& server) {
-  // Without the port sharing that is the default: a second hub has to hear that the port is taken.
+  // Without SO_REUSEPORT, the default, with which a second hub could bind the same port.
   server.set_socket_options([](socket_t socket) {
     const int yes = 1;
     setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
   });
-  // One request a connection: an idle one would hold the end of the program up.
+  // One request a connection: an idle connection would delay the end of the program.
   server.set_keep_alive_max_count(1);
   server.set_read_timeout(2, 0);
   server.set_write_timeout(2, 0);
-  server.set_payload_max_length(kLargestRequest);
+  server.set_payload_max_length(kMaxRequestBytes);
 }
 
 void HttpService::serveDetails(httplib::Server& server) {
-  server.Get("/device-details.xml",
-             [this](const httplib::Request& request, httplib::Response& response) {
-               const DeviceDetails details{
-                   .version = settings_.variant.version,
-                   .friendlyName = settings_.name,
-                   .tlsPort = settings_.tlsPort,
-                   .busy = application_.state(now()) != ReceiverApplication::State::stopped,
-               };
-               response.set_header("Application-URL", applicationsURL(request));
-               response.set_content(details.xml(), kXml);
-             });
+  server.Get(kDetailsPath, [this](const httplib::Request& request, httplib::Response& response) {
+    const DeviceDetails details{
+        .version = settings_.variant.version,
+        .friendlyName = settings_.name,
+        .tlsPort = settings_.tlsPort,
+        .busy = application_.state(now()) != ReceiverApplication::State::kStopped,
+    };
+    response.set_header("Application-URL", applicationsURL(request));
+    response.set_content(details.xml(), kXml);
+  });
 }
 
 void HttpService::serveApplication(httplib::Server& server) {
@@ -100,11 +104,15 @@ void HttpService::listen(httplib::Server& server, int port) {
                              " cannot be had: is another hub running there? End it, or choose "
                              "another address of this machine with --bind."};
   }
-  const std::future<bool>& ended = serving_.emplace_back(
-      std::async(std::launch::async, [&server] { return server.listen_after_bind(); }));
+  const auto ended = std::make_shared<std::atomic<bool>>(false);
+  threads_.push_back(platform::startThread("hub.http", [&server, ended] {
+    server.listen_after_bind();
+    *ended = true;
+  }));
   // A stop before the server runs would be lost.
   while (!server.is_running()) {
-    if (ended.wait_for(std::chrono::milliseconds{1}) == std::future_status::ready) {
+    std::this_thread::sleep_for(kStartPoll);
+    if (*ended) {
       throw std::runtime_error{"Port " + std::to_string(port) + " of " + settings_.bind +
                                " cannot be served."};
     }
@@ -114,7 +122,7 @@ void HttpService::listen(httplib::Server& server, int port) {
 std::string HttpService::applicationsURL(const httplib::Request& request) const {
   const bool tls = settings_.tlsPort != 0;
   return std::string{tls ? "https" : "http"} + "://" + urlHost(request.local_addr) + ":" +
-         std::to_string(tls ? settings_.tlsPort : kDetailsPort) + "/apps/";
+         std::to_string(tls ? settings_.tlsPort : kDetailsPort.number) + "/apps/";
 }
 
 void HttpService::launch(const httplib::Request& request, httplib::Response& response) {
@@ -135,7 +143,7 @@ void HttpService::launch(const httplib::Request& request, httplib::Response& res
   const std::string instance = settings_.variant.multiToken ? launched->instance : "run";
   response.status = kCreated;
   response.set_header("Location", applicationsURL(request) + name + "/" + instance);
-  // In one line: white space behind the token would be taken for it.
+  // In one line: a sender would take white space behind the token for the token.
   response.set_content(R"(<?xml version="1.0" encoding="UTF-8"?><service><token>)" +
                            launched->token + "</token></service>",
                        kXml);
@@ -144,7 +152,7 @@ void HttpService::launch(const httplib::Request& request, httplib::Response& res
 
 bool HttpService::isRunning(const std::string& instance) const {
   if (instance.empty() || instance == "run") {
-    return application_.state(now()) != ReceiverApplication::State::stopped;
+    return application_.state(now()) != ReceiverApplication::State::kStopped;
   }
   return application_.runs(instance, now());
 }

@@ -1,9 +1,9 @@
 #pragma once
 
 #include <functional>
-#include <future>
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "apps/tessel-hub/http/Certificate.h"
@@ -19,15 +19,14 @@ struct Response;
 
 namespace tessel::hub {
 
-/// The hub's HTTP side: its device details on port 55555, and the application service that
-/// launches the receiver and tells whether it runs - on the same port, or with TLS on one of its
-/// own.
+/// The hub's HTTP services: the device details on `kDetailsPort`, and the application service,
+/// which launches the receiver and answers whether it runs, on the same port or, with TLS, on a
+/// port of its own.
 ///
-/// Made, started and destroyed by one thread; requests are served on threads of its own.
+/// Made, started and destroyed on one thread; requests are served on threads of its own, on which
+/// the handlers are called.
 class HttpService {
  public:
-  static constexpr int kDetailsPort = 55555;
-
   struct Settings {
     std::string bind;
     std::string name;
@@ -37,7 +36,7 @@ class HttpService {
 
   struct Handlers {
     std::function<void(const std::string& sender, const std::string& application)> launched;
-    /// Somebody asked the application to stop.
+    /// The sender asked the application to stop.
     std::function<void()> stopped;
   };
 
@@ -48,8 +47,8 @@ class HttpService {
   HttpService(const HttpService&) = delete;
   HttpService& operator=(const HttpService&) = delete;
 
-  /// Takes the ports. `certificate` is needed for TLS. Throws std::runtime_error with a plain
-  /// sentence if a port is not to be had.
+  /// Binds the ports and serves. `certificate` is used during the call only, and null without TLS.
+  /// Throws std::runtime_error with a plain sentence if a port cannot be bound.
   void start(const Certificate* certificate);
 
  private:
@@ -69,7 +68,7 @@ class HttpService {
   const Handlers handlers_;
   std::unique_ptr<httplib::Server> plain_;
   std::unique_ptr<httplib::Server> tls_;
-  std::vector<std::future<bool>> serving_;  // their ends are waited for
+  std::vector<std::thread> threads_;
 };
 
 }  // namespace tessel::hub

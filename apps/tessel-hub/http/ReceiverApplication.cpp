@@ -19,12 +19,12 @@ std::string randomToken() {
 
 std::optional<ReceiverApplication::Launch> ReceiverApplication::launch(const std::string& address,
                                                                        Time now) {
-  const std::lock_guard lock{mutex_};
+  const platform::MutexLock lock{mutex_};
   const State state = stateLocked(now);
-  if (state == State::casting || (state == State::launched && address != address_)) {
+  if (state == State::kCasting || (state == State::kLaunched && address != address_)) {
     return std::nullopt;
   }
-  state_ = State::launched;
+  state_ = State::kLaunched;
   launchedAt_ = now;
   address_ = address;
   instance_ = randomToken();
@@ -32,38 +32,38 @@ std::optional<ReceiverApplication::Launch> ReceiverApplication::launch(const std
 }
 
 bool ReceiverApplication::beginCasting(const std::string& address, Time now) {
-  const std::lock_guard lock{mutex_};
+  const platform::MutexLock lock{mutex_};
   const State state = stateLocked(now);
-  if (state == State::casting || (state == State::launched && address != address_)) return false;
-  if (state == State::stopped) instance_.clear();
-  state_ = State::casting;
+  if (state == State::kCasting || (state == State::kLaunched && address != address_)) return false;
+  if (state == State::kStopped) instance_.clear();
+  state_ = State::kCasting;
   address_ = address;
   return true;
 }
 
 void ReceiverApplication::end() {
-  const std::lock_guard lock{mutex_};
-  state_ = State::stopped;
+  const platform::MutexLock lock{mutex_};
+  state_ = State::kStopped;
   instance_.clear();
 }
 
 ReceiverApplication::State ReceiverApplication::state(Time now) const {
-  const std::lock_guard lock{mutex_};
+  const platform::MutexLock lock{mutex_};
   return stateLocked(now);
 }
 
 bool ReceiverApplication::runs(const std::string& instance, Time now) const {
-  const std::lock_guard lock{mutex_};
-  return stateLocked(now) != State::stopped && !instance.empty() && instance == instance_;
+  const platform::MutexLock lock{mutex_};
+  return stateLocked(now) != State::kStopped && !instance.empty() && instance == instance_;
 }
 
 bool ReceiverApplication::belongsTo(const std::string& address, Time now) const {
-  const std::lock_guard lock{mutex_};
-  return stateLocked(now) != State::stopped && address == address_;
+  const platform::MutexLock lock{mutex_};
+  return stateLocked(now) != State::kStopped && address == address_;
 }
 
 ReceiverApplication::State ReceiverApplication::stateLocked(Time now) const {
-  if (state_ == State::launched && now - launchedAt_ >= kLaunchPatience) return State::stopped;
+  if (state_ == State::kLaunched && now - launchedAt_ >= kLaunchTimeout) return State::kStopped;
   return state_;
 }
 

@@ -11,13 +11,13 @@ void HubLog::Closer::operator()(std::FILE* file) const {
 }
 
 bool HubLog::open(const std::string& path) {
-  const std::lock_guard lock{mutex_};
+  const platform::MutexLock lock{mutex_};
   file_.reset(path == "-" ? stderr : std::fopen(path.c_str(), "ae"));
   return file_ != nullptr;
 }
 
 void HubLog::line(std::string_view text) {
-  const std::lock_guard lock{mutex_};
+  const platform::MutexLock lock{mutex_};
   if (!file_) return;
   const auto now = std::chrono::system_clock::now();
   const std::time_t seconds = std::chrono::system_clock::to_time_t(now);

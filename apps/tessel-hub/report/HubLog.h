@@ -2,26 +2,26 @@
 
 #include <cstdio>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <string_view>
 
 #include "apps/common/LogBudget.h"
+#include "platform/base/Mutex.h"
 
 namespace tessel::hub {
 
-/// What happens in the hub, line by line, for whoever looks for a fault. Nowhere until opened. What
-/// it adds to a file does not grow for ever.
+/// The log for finding faults: what happens in the hub, line by line. Writes nothing until opened,
+/// and at most its budget to a file.
 ///
 /// Any thread.
 class HubLog {
  public:
   explicit HubLog(apps::LogBudget budget = apps::LogBudget{}) : budget_{budget} {}
 
-  /// Writes to the file at `path` from now on, `-` being standard error. False if it cannot.
+  /// Appends to the file at `path` from now on; `-` is standard error. False if it cannot.
   bool open(const std::string& path);
 
-  /// Writes `text` behind the time of day.
+  /// Writes the time of day and `text`.
   void line(std::string_view text);
 
  private:
@@ -29,9 +29,9 @@ class HubLog {
     void operator()(std::FILE* file) const;
   };
 
-  std::mutex mutex_;
-  std::unique_ptr<std::FILE, Closer> file_;  // guarded by mutex_
-  apps::LogBudget budget_;                   // guarded by mutex_
+  platform::Mutex mutex_;
+  std::unique_ptr<std::FILE, Closer> file_ TESSEL_GUARDED_BY(mutex_);
+  apps::LogBudget budget_ TESSEL_GUARDED_BY(mutex_);
 };
 
 }  // namespace tessel::hub

@@ -9,14 +9,14 @@
 
 namespace tessel::hub {
 
-/// Tells on standard output what the hub does: to a person, or to a program.
+/// Reports on standard output what the hub does, for a person or for a program.
 ///
 /// Any thread.
 class HubReporter {
  public:
   struct Listening {
     std::string address;
-    std::vector<std::string> senderAddresses;  ///< those that other machines may cast to
+    std::vector<std::string> senderAddresses;  ///< those that other machines can cast to
     std::string name;
     std::string version;
     int detailsPort = 0;
@@ -39,14 +39,14 @@ class HubReporter {
   virtual void listening(const Listening& listening) = 0;
   virtual void launched(const std::string& sender, const std::string& application) = 0;
   virtual void connected(const std::string& sender, int width, int height) = 0;
-  /// Mouse and keyboard of this hub reach the sender.
+  /// Both input channels are open: the hub's mouse and keyboard reach the sender.
   virtual void inputReady() = 0;
   virtual void frame(const FrameReport& report) = 0;
   virtual void stats(const Stats& stats) = 0;
   virtual void cursor(int x, int y) = 0;
   virtual void snapshot(const std::string& path) = 0;
   virtual void script(bool finished) = 0;
-  /// `problem` is empty when the sender just ended.
+  /// `problem` is empty when the sender ended the cast.
   virtual void ended(const Stats& stats, const std::string& problem) = 0;
   /// Something that the user should know: a plain sentence.
   virtual void notice(const std::string& sentence) = 0;

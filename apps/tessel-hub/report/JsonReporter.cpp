@@ -1,8 +1,8 @@
 #include <cstdio>
-#include <mutex>
 #include <nlohmann/json.hpp>
 
 #include "apps/tessel-hub/report/HubReporter.h"
+#include "platform/base/Mutex.h"
 
 namespace tessel::hub {
 namespace {
@@ -91,12 +91,12 @@ class JsonReporter final : public HubReporter {
     // Names come from the command line and may hold anything.
     const std::string line =
         event.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
-    const std::lock_guard lock{mutex_};
+    const platform::MutexLock lock{mutex_};
     std::fwrite(line.data(), 1, line.size(), stdout);
     std::fflush(stdout);
   }
 
-  std::mutex mutex_;  // one line at a time
+  platform::Mutex mutex_;  // one line at a time
 };
 
 }  // namespace

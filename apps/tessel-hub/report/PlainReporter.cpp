@@ -1,8 +1,8 @@
 #include <cstdio>
-#include <mutex>
 #include <string>
 
 #include "apps/tessel-hub/report/HubReporter.h"
+#include "platform/base/Mutex.h"
 
 namespace tessel::hub {
 namespace {
@@ -57,12 +57,12 @@ class PlainReporter final : public HubReporter {
 
  private:
   void say(const std::string& text) {
-    const std::lock_guard lock{mutex_};
+    const platform::MutexLock lock{mutex_};
     std::printf("%s\n", text.c_str());
     std::fflush(stdout);
   }
 
-  std::mutex mutex_;  // one line at a time
+  platform::Mutex mutex_;  // one line at a time
 };
 
 }  // namespace

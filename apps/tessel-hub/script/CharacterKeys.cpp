@@ -5,7 +5,7 @@
 namespace tessel::hub {
 
 std::optional<CharacterKey> keyForCharacter(char character) {
-  // Typed with Shift on the keyboard that the hub's codes stand for, an American one.
+  // Typed with Shift on a US keyboard, which the hub's codes stand for.
   constexpr std::string_view kShifted = R"(~!@#$%^&*()_+{}|:"<>?ABCDEFGHIJKLMNOPQRSTUVWXYZ)";
   constexpr char kFirst = ' ';
   constexpr char kLast = '~';

@@ -2,22 +2,22 @@
 
 #include <optional>
 
-#include "apps/tessel-hub/channels/InputRecords.h"
+#include "apps/tessel-hub/channels/HubKey.h"
 
 namespace tessel::hub {
 
-/// Special keys of the hub that typing needs.
+/// The special keys that typing needs.
 constexpr HubKey kTabKey{.special = true, .code = 2};
 constexpr HubKey kReturnKey{.special = true, .code = 3};
 constexpr HubKey kShiftKey{.special = true, .code = 5};
 
-/// How a character is typed.
+/// The key of a character, and whether Shift is held with it.
 struct CharacterKey {
   HubKey key;
   bool shift = false;
 };
 
-/// Nothing for what is neither printable ASCII nor a line feed nor a tab.
+/// None unless the character is printable ASCII, a line feed or a tab.
 std::optional<CharacterKey> keyForCharacter(char character);
 
 }  // namespace tessel::hub

@@ -14,15 +14,15 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// As a quick hand does it: well inside what counts as a double click.
+// A quick hand: well inside the usual double-click time.
 constexpr std::chrono::milliseconds kHold = 20ms;
 constexpr std::chrono::milliseconds kBetweenClicks = 80ms;
 constexpr std::chrono::milliseconds kBetweenKeys = 5ms;
 constexpr int kDragSteps = 10;
-constexpr int kLargestCoordinate = 65535;
-constexpr double kLongestSleep = 3600;
+constexpr int kMaxCoordinate = 65535;
+constexpr double kMaxSleepSeconds = 3600;
 
-// One line of a script, taken apart from its left.
+// One line of a script, parsed from left to right.
 class Line {
  public:
   Line(std::string text, int number) : words_{std::move(text)}, number_{number} {}
@@ -74,7 +74,7 @@ class Line {
     return value;
   }
 
-  // What stands between double quotes; \" \\ \n \t stand for what they stand for elsewhere.
+  // The text between double quotes, with the escapes \" \\ \n \t.
   std::string quoted() {
     char c = 0;
     if (!(words_ >> c) || c != '"') fail("a text in double quotes is missing");
@@ -101,8 +101,8 @@ class Line {
 
 MouseButton buttonOf(Line& line) {
   const std::string name = line.word("the button");
-  if (name == "left") return MouseButton::left;
-  if (name == "right") return MouseButton::right;
+  if (name == "left") return MouseButton::kLeft;
+  if (name == "right") return MouseButton::kRight;
   line.fail("a button is left or right, not \"" + name + "\"");
 }
 
@@ -112,18 +112,18 @@ void click(std::vector<Step>& steps, MouseButton button) {
 }
 
 void drag(std::vector<Step>& steps, Line& line) {
-  const int x1 = line.integer("X1", 0, kLargestCoordinate);
-  const int y1 = line.integer("Y1", 0, kLargestCoordinate);
-  const int x2 = line.integer("X2", 0, kLargestCoordinate);
-  const int y2 = line.integer("Y2", 0, kLargestCoordinate);
+  const int x1 = line.integer("X1", 0, kMaxCoordinate);
+  const int y1 = line.integer("Y1", 0, kMaxCoordinate);
+  const int x2 = line.integer("X2", 0, kMaxCoordinate);
+  const int y2 = line.integer("Y2", 0, kMaxCoordinate);
   steps.insert(steps.end(), {step::Move{x1, y1}, step::Sleep{kHold},
-                             step::Button{MouseButton::left, true}, step::Sleep{kHold}});
+                             step::Button{MouseButton::kLeft, true}, step::Sleep{kHold}});
   for (int i = 1; i <= kDragSteps; ++i) {
     steps.emplace_back(
         step::Move{x1 + (x2 - x1) * i / kDragSteps, y1 + (y2 - y1) * i / kDragSteps});
     steps.emplace_back(step::Sleep{kHold});
   }
-  steps.emplace_back(step::Button{MouseButton::left, false});
+  steps.emplace_back(step::Button{MouseButton::kLeft, false});
 }
 
 void press(std::vector<Step>& steps, HubKey key) {
@@ -174,8 +174,8 @@ void mouse(std::vector<Step>& steps, Line& line, const std::string& verb) {
 
 void take(std::vector<Step>& steps, Line& line, const std::string& verb) {
   if (verb == "move") {
-    const int x = line.integer("X", 0, kLargestCoordinate);
-    steps.emplace_back(step::Move{x, line.integer("Y", 0, kLargestCoordinate)});
+    const int x = line.integer("X", 0, kMaxCoordinate);
+    steps.emplace_back(step::Move{x, line.integer("Y", 0, kMaxCoordinate)});
   } else if (verb == "down" || verb == "up" || verb == "click" || verb == "doubleclick") {
     mouse(steps, line, verb);
   } else if (verb == "drag") {
@@ -191,7 +191,7 @@ void take(std::vector<Step>& steps, Line& line, const std::string& verb) {
   } else if (verb == "text") {
     text(steps, line);
   } else if (verb == "sleep") {
-    const double seconds = line.decimal("the time", kLongestSleep);
+    const double seconds = line.decimal("the time", kMaxSleepSeconds);
     steps.emplace_back(step::Sleep{std::chrono::milliseconds{std::lround(seconds * 1000)}});
   } else if (verb == "wait-frame") {
     const int number = line.integer("the frame", 1, 1 << 30);

@@ -7,13 +7,12 @@
 #include <variant>
 #include <vector>
 
-#include "apps/tessel-hub/channels/InputRecords.h"
+#include "apps/tessel-hub/channels/HubKey.h"
 #include "apps/tessel-hub/channels/InputSender.h"
 
 namespace tessel::hub {
 
-/// What a script does, step by step. The words of the language that do several things, such as
-/// `click`, are several steps.
+/// The steps of a script. A command that does several things, such as `click`, is several steps.
 namespace step {
 
 struct Move {
@@ -22,7 +21,7 @@ struct Move {
   bool operator==(const Move&) const = default;
 };
 struct Button {
-  MouseButton button = MouseButton::left;
+  MouseButton button = MouseButton::kLeft;
   bool down = false;
   bool operator==(const Button&) const = default;
 };
@@ -52,7 +51,7 @@ struct Quit {
 using Step = std::variant<step::Move, step::Button, step::Wheel, step::Key, step::Sleep,
                           step::WaitFrame, step::Quit>;
 
-/// A script of mouse and keyboard events, one a line:
+/// A script of mouse and keyboard events, one command a line:
 ///
 ///     move X Y                    in pixels of the picture, from its upper left corner
 ///     down|up|click|doubleclick left|right
@@ -68,7 +67,8 @@ using Step = std::variant<step::Move, step::Button, step::Wheel, step::Key, step
 struct Script {
   std::vector<Step> steps;
 
-  /// Throws std::runtime_error with a sentence that names the first faulty line.
+  /// Throws std::runtime_error that names the first faulty line: no whole sentence, but the part of
+  /// one that follows the script's name.
   static Script parse(std::istream& text);
 };
 

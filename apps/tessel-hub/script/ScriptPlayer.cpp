@@ -1,13 +1,13 @@
 #include "apps/tessel-hub/script/ScriptPlayer.h"
 
-#include <optional>
+#include <cassert>
 #include <utility>
 #include <variant>
 
 namespace tessel::hub {
 namespace {
 
-// Sends what a step sends; false for a step that sends nothing.
+// Sends the input of a step; false for a step without input.
 struct Send {
   InputSender& input;
 
@@ -42,6 +42,7 @@ void ScriptPlayer::stop() {
 }
 
 void ScriptPlayer::framesShown(std::uint64_t count) {
+  assert(thread_.isCurrent());
   framesShown_ = count;
   if (!running_ || frameAwaited_ == 0 || framesShown_ < frameAwaited_) return;
   frameAwaited_ = 0;
@@ -49,6 +50,7 @@ void ScriptPlayer::framesShown(std::uint64_t count) {
 }
 
 void ScriptPlayer::play() {
+  assert(thread_.isCurrent());
   while (running_ && next_ < script_.steps.size()) {
     const Step& step = script_.steps[next_++];
     if (std::visit(Send{input_}, step)) continue;

@@ -6,6 +6,7 @@
 #include <functional>
 #include <memory>
 
+#include "apps/common/ThreadChecker.h"
 #include "apps/tessel-hub/channels/InputSender.h"
 #include "apps/tessel-hub/report/HubReporter.h"
 #include "apps/tessel-hub/script/Script.h"
@@ -14,17 +15,17 @@ namespace tessel::hub {
 
 /// Plays a script into a session's input, once.
 ///
-/// Lives on the thread that runs its io_context. Owned by shared_ptr; its timer keeps it alive
-/// until `stop` or the script's end.
+/// Runs on the thread of its io_context. Owned by shared_ptr; its timer keeps it alive until `stop`
+/// or the script's end.
 class ScriptPlayer : public std::enable_shared_from_this<ScriptPlayer> {
  public:
-  /// All but `quit` must outlive the time until `stop` or the script's end.
+  /// The references are used until `stop` or the script's end.
   ScriptPlayer(asio::io_context& context, const Script& script, InputSender& input,
                HubReporter& reporter, std::function<void()> quit);
 
   void start();
   void stop();
-  /// So many pictures have been shown by now.
+  /// `count` pictures of the session have been shown by now.
   void framesShown(std::uint64_t count);
 
  private:
@@ -41,6 +42,7 @@ class ScriptPlayer : public std::enable_shared_from_this<ScriptPlayer> {
   std::uint64_t framesShown_ = 0;
   std::uint64_t frameAwaited_ = 0;  // 0: none
   bool running_ = false;
+  apps::ThreadChecker thread_;
 };
 
 }  // namespace tessel::hub

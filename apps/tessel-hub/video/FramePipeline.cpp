@@ -1,9 +1,11 @@
 #include "apps/tessel-hub/video/FramePipeline.h"
 
+#include <cassert>
 #include <exception>
 #include <utility>
 
 #include "platform/media/TestPattern.h"
+#include "platform/posix/Thread.h"
 
 namespace tessel::hub {
 
@@ -13,11 +15,11 @@ FramePipeline::FramePipeline(Settings settings, HubScreen& screen, StreamRecorde
       screen_{screen},
       recorder_{recorder},
       handlers_{std::move(handlers)},
-      thread_{[this] { run(); }} {}
+      thread_{platform::startThread("hub.video", [this] { run(); })} {}
 
 FramePipeline::~FramePipeline() {
   {
-    const std::lock_guard lock{mutex_};
+    const platform::MutexLock lock{mutex_};
     abandoned_ = true;
     changed_.notify_one();
   }
@@ -25,7 +27,8 @@ FramePipeline::~FramePipeline() {
 }
 
 bool FramePipeline::push(std::vector<std::uint8_t> frame) {
-  const std::lock_guard lock{mutex_};
+  assert(owner_.isCurrent());
+  const platform::MutexLock lock{mutex_};
   queuedBytes_ += frame.size();
   frames_.push_back({++pushed_, std::move(frame)});
   changed_.notify_one();
@@ -33,7 +36,8 @@ bool FramePipeline::push(std::vector<std::uint8_t> frame) {
 }
 
 void FramePipeline::finish() {
-  const std::lock_guard lock{mutex_};
+  assert(owner_.isCurrent());
+  const platform::MutexLock lock{mutex_};
   finishing_ = true;
   changed_.notify_one();
 }
@@ -52,8 +56,8 @@ void FramePipeline::run() {
 }
 
 std::optional<FramePipeline::Frame> FramePipeline::take() {
-  std::unique_lock lock{mutex_};
-  changed_.wait(lock, [this] { return abandoned_ || finishing_ || !frames_.empty(); });
+  platform::MutexLock lock{mutex_};
+  while (!abandoned_ && !finishing_ && frames_.empty()) changed_.wait(lock.native());
   if (abandoned_ || frames_.empty()) return std::nullopt;
   const bool wasFull = full();
   Frame frame = std::move(frames_.front());

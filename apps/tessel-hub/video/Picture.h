@@ -6,8 +6,8 @@
 
 namespace tessel::hub {
 
-/// A decoded picture: 4:2:0 planes of 8 bits. Its memory belongs to whoever decoded it and lives as
-/// long as the picture.
+/// A decoded picture: 4:2:0 planes of 8 bits. `memory` owns the planes; copies of a picture
+/// share it.
 struct Picture {
   int width = 0;
   int height = 0;

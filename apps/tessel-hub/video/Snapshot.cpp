@@ -34,8 +34,8 @@ bool encode(std::FILE* file, const Picture& picture, const std::vector<std::uint
   return written && std::fflush(file) == 0;
 }
 
-// Where the picture goes: into a new file beside the one at `path`, which it replaces once it is
-// whole; straight into what is there and no regular file, such as a device, which has to stay.
+// Where the picture is written: into a new file beside the one at `path`, which replaces that once
+// it is whole; or directly into a device, a pipe and the like, which stay.
 class Destination {
  public:
   explicit Destination(const std::string& path) : target_{path} {
@@ -54,7 +54,7 @@ class Destination {
   Destination(const Destination&) = delete;
   Destination& operator=(const Destination&) = delete;
 
-  // As far as can be told without writing: a pipe's reader would take a closed end for the end.
+  // Without opening a pipe: to its reader, closing it again would be the end.
   bool canBeWritten() {
     if (replaces_) return open() != nullptr;
     errno = EISDIR;
@@ -63,7 +63,7 @@ class Destination {
 
   std::FILE* open() {
     constexpr mode_t kReadable = 0666;
-    // A pipe that nobody reads is an error then, and not a reason to wait.
+    // O_NONBLOCK: a pipe without a reader is an error, not a wait.
     const int extra = replaces_ ? O_CREAT | O_TRUNC : O_NONBLOCK;
     const int descriptor =
         ::open((replaces_ ? temporary_ : target_).c_str(), O_WRONLY | O_CLOEXEC | extra, kReadable);

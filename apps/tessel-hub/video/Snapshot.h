@@ -8,15 +8,15 @@
 
 namespace tessel::hub {
 
-/// `picture` as rows of 3 bytes a pixel: red, green, blue.
+/// The pixels of `picture`, 3 bytes each: red, green, blue.
 std::vector<std::uint8_t> rgbFrom(const Picture& picture);
 
-/// Whether a snapshot can be written to `path`, as far as that can be told before; else `problem`
-/// says why not. Leaves what is there as it is.
+/// Whether a snapshot can be written to `path`, as far as that shows without writing; else
+/// `problem` says why not. Changes nothing at `path`.
 bool canWriteSnapshot(const std::string& path, std::string& problem);
 
-/// Writes `picture` to the PNG file at `path`, whole or not at all; into what is there already and
-/// is no regular file, such as a device. False if it cannot; `problem` says why.
+/// Writes `picture` to `path` as PNG. A regular file is replaced, whole or not at all; anything
+/// else there, such as a device, is written into. False if it cannot; `problem` says why.
 bool writeSnapshot(const Picture& picture, const std::string& path, std::string& problem);
 
 }  // namespace tessel::hub

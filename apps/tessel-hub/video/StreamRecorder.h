@@ -8,7 +8,7 @@
 
 namespace tessel::hub {
 
-/// Writes what senders stream into a file, as it comes: an Annex B elementary stream.
+/// Writes the senders' frames to a file, as they come: an Annex B elementary stream.
 ///
 /// One thread at a time.
 class StreamRecorder {
@@ -16,7 +16,7 @@ class StreamRecorder {
   /// False, and the reason in `problem`, if the file cannot be written.
   bool open(const std::string& path, std::string& problem);
 
-  /// Appends a frame; false at the first one that could not be written, after which no more are.
+  /// Appends a frame. False for the first one that cannot be written; later ones are dropped.
   bool write(std::span<const std::uint8_t> frame);
 
  private:

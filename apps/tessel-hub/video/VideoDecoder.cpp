@@ -16,7 +16,7 @@ namespace tessel::hub {
 namespace {
 
 // Encoders round sizes up to whole blocks and may round twice.
-constexpr std::int64_t kSlack = 64;
+constexpr std::int64_t kMaxPadding = 64;
 
 std::string describe(int error) {
   std::array<char, AV_ERROR_MAX_STRING_SIZE> text{};
@@ -32,17 +32,17 @@ void VideoDecoder::Free::operator()(AVFrame* frame) const { av_frame_free(&frame
 void VideoDecoder::Free::operator()(AVPacket* packet) const { av_packet_free(&packet); }
 
 VideoDecoder::VideoDecoder(int width, int height) {
-  av_log_set_level(AV_LOG_QUIET);  // what is wrong with a stream is told by decode()
+  av_log_set_level(AV_LOG_QUIET);  // decode() reports what is wrong with a stream
   const AVCodec* codec = avcodec_find_decoder(AV_CODEC_ID_H264);
   if (codec == nullptr) throw std::runtime_error{"this machine's libavcodec cannot decode H.264"};
   context_.reset(avcodec_alloc_context3(codec));
   packet_.reset(av_packet_alloc());
   if (!context_ || !packet_) throw std::bad_alloc{};
   context_->flags |= AV_CODEC_FLAG_LOW_DELAY;
-  // Threads by frame would each hold one picture back.
+  // Frame threads would each delay the output by one picture.
   context_->thread_type = FF_THREAD_SLICE;
   context_->thread_count = 2;
-  context_->max_pixels = (width + kSlack) * (height + kSlack);
+  context_->max_pixels = (width + kMaxPadding) * (height + kMaxPadding);
   if (const int error = avcodec_open2(context_.get(), codec, nullptr); error < 0) {
     throw std::runtime_error{"the H.264 decoder does not start: " + describe(error)};
   }
@@ -71,7 +71,7 @@ std::optional<Picture> VideoDecoder::decode(std::span<const std::uint8_t> frame,
 }
 
 std::optional<Picture> VideoDecoder::receive(std::string& problem) {
-  // A packet may hold several pictures; the last one is what there is to see.
+  // A packet may hold several pictures; only the last one is shown.
   std::optional<Picture> picture;
   while (true) {
     std::unique_ptr<AVFrame, Free> decoded{av_frame_alloc()};

@@ -19,15 +19,16 @@ namespace tessel::hub {
 /// One thread.
 class VideoDecoder {
  public:
-  /// For pictures of about `width` by `height`; a stream that claims larger ones is not decoded, so
-  /// that it cannot claim any amount of memory.
+  /// For pictures of about `width` by `height`. Larger ones are not decoded, which bounds the
+  /// memory that a stream can ask for. Throws std::runtime_error, with the reason, where H.264
+  /// cannot be decoded.
   VideoDecoder(int width, int height);
   ~VideoDecoder();
 
   VideoDecoder(const VideoDecoder&) = delete;
   VideoDecoder& operator=(const VideoDecoder&) = delete;
 
-  /// The picture of `frame`, a whole Annex B access unit. Nothing if it yields none; `problem` then
+  /// The picture of `frame`, a whole Annex B access unit. None if it yields none; `problem` then
   /// says why, or is empty if that is no fault.
   std::optional<Picture> decode(std::span<const std::uint8_t> frame, std::string& problem);
 

@@ -5,9 +5,9 @@
 namespace tessel::hub {
 
 void HeadlessScreen::run() {
-  std::unique_lock lock{mutex_};
+  platform::MutexLock lock{mutex_};
   while (true) {
-    changed_.wait(lock, [this] { return quit_ || !tasks_.empty(); });
+    while (!quit_ && tasks_.empty()) changed_.wait(lock.native());
     if (tasks_.empty()) return;
     const std::function<void()> task = std::move(tasks_.front());
     tasks_.pop_front();
@@ -18,13 +18,13 @@ void HeadlessScreen::run() {
 }
 
 void HeadlessScreen::quit() {
-  const std::lock_guard lock{mutex_};
+  const platform::MutexLock lock{mutex_};
   quit_ = true;
   changed_.notify_one();
 }
 
 void HeadlessScreen::post(std::function<void()> task) {
-  const std::lock_guard lock{mutex_};
+  const platform::MutexLock lock{mutex_};
   tasks_.push_back(std::move(task));
   changed_.notify_one();
 }

@@ -3,14 +3,14 @@
 #include <condition_variable>
 #include <deque>
 #include <functional>
-#include <mutex>
 #include <string>
 
 #include "apps/tessel-hub/video/HubScreen.h"
+#include "platform/base/Mutex.h"
 
 namespace tessel::hub {
 
-/// A screen that nobody looks at: each picture counts as shown once it is decoded.
+/// No screen at all: each picture counts as shown once it is decoded.
 class HeadlessScreen final : public HubScreen {
  public:
   void run() override;
@@ -22,11 +22,10 @@ class HeadlessScreen final : public HubScreen {
   void end() override {}
 
  private:
-  std::mutex mutex_;
+  platform::Mutex mutex_;
   std::condition_variable changed_;
-  // Guarded by mutex_.
-  std::deque<std::function<void()>> tasks_;
-  bool quit_ = false;
+  std::deque<std::function<void()>> tasks_ TESSEL_GUARDED_BY(mutex_);
+  bool quit_ TESSEL_GUARDED_BY(mutex_) = false;
 };
 
 }  // namespace tessel::hub

@@ -1,5 +1,6 @@
 #include "apps/tessel-hub/window/HubWindow.h"
 
+#include <cassert>
 #include <cstdlib>
 #include <stdexcept>
 #include <string_view>
@@ -26,7 +27,7 @@ HubWindow::Library::Library() {
   SDL_SetHint(SDL_HINT_NO_SIGNAL_HANDLERS, "1");  // the hub has its own
   SDL_SetHint(SDL_HINT_VIDEO_ALLOW_SCREENSAVER, "0");
   if (SDL_Init(SDL_INIT_VIDEO) != 0) throw std::runtime_error{SDL_GetError()};
-  // Without a display it falls back to a driver that shows nothing, and does so at a cost.
+  // Without a display SDL falls back to a driver that renders to memory: costly and of no use.
   const std::string_view driver = SDL_GetCurrentVideoDriver();
   if (driver == "offscreen" && std::getenv("SDL_VIDEODRIVER") == nullptr) {
     SDL_Quit();
@@ -47,23 +48,24 @@ void HubWindow::connect(WindowInput::Route route, std::function<void()> closed) 
 }
 
 void HubWindow::run() {
+  assert(thread_.isCurrent());
   paint();
   SDL_Event event;
   while (running_ && SDL_WaitEvent(&event) != 0) {
-    take(event);
-    while (SDL_PollEvent(&event) != 0) take(event);
-    catchUp();
+    handle(event);
+    while (SDL_PollEvent(&event) != 0) handle(event);
+    drain();
   }
 }
 
-void HubWindow::take(const SDL_Event& event) {
+void HubWindow::handle(const SDL_Event& event) {
   if (event.type == SDL_QUIT) return closed_();
   switch (input_.take(event)) {
-    case WindowInput::Command::none:
+    case WindowInput::Command::kNone:
       break;
-    case WindowInput::Command::quit:
+    case WindowInput::Command::kQuit:
       return closed_();
-    case WindowInput::Command::toggleFullscreen:
+    case WindowInput::Command::kToggleFullscreen:
       return toggleFullscreen();
   }
   const bool repaint =
@@ -72,9 +74,8 @@ void HubWindow::take(const SDL_Event& event) {
   if (repaint) paint();
 }
 
-// Does what other threads have left to do.
-void HubWindow::catchUp() {
-  std::unique_lock lock{mutex_};
+void HubWindow::drain() {
+  platform::MutexLock lock{mutex_};
   woken_ = false;
   std::deque<std::function<void()>> tasks = std::exchange(tasks_, {});
   std::optional<Pending> pending = std::exchange(pending_, std::nullopt);
@@ -82,16 +83,17 @@ void HubWindow::catchUp() {
   lock.unlock();
   if (moved) {
     cursor_ = moved;
-    SDL_ShowCursor(SDL_DISABLE);  // the sender's follows the mouse; two would confuse
+    SDL_ShowCursor(SDL_DISABLE);  // the sender's cursor is drawn instead
   }
   if (pending) painter_.setPicture(pending->picture);
   if (pending || moved) paint();
   if (pending) pending->done(true);
-  // The session may end in one of them: its last picture comes before.
+  // After the picture: a task may end the session, whose last picture it is.
   for (const std::function<void()>& task : tasks) task();
 }
 
 void HubWindow::paint() {
+  assert(thread_.isCurrent());
   painter_.paint(cursor_, session_.width, session_.height);
   input_.setBox(painter_.box());
 }
@@ -120,13 +122,13 @@ void HubWindow::toggleFullscreen() {
 
 void HubWindow::wake() {
   {
-    const std::lock_guard lock{mutex_};
+    const platform::MutexLock lock{mutex_};
     if (std::exchange(woken_, true)) return;
   }
   SDL_Event event{};
   event.type = SDL_USEREVENT;
   if (SDL_PushEvent(&event) == 1) return;
-  const std::lock_guard lock{mutex_};
+  const platform::MutexLock lock{mutex_};
   woken_ = false;
 }
 
@@ -136,7 +138,7 @@ void HubWindow::quit() {
 
 void HubWindow::post(std::function<void()> task) {
   {
-    const std::lock_guard lock{mutex_};
+    const platform::MutexLock lock{mutex_};
     tasks_.push_back(std::move(task));
   }
   wake();
@@ -147,16 +149,17 @@ void HubWindow::begin(int width, int height, const std::string& sender) {
 }
 
 void HubWindow::show(const Picture& picture, DoneHandler done) {
-  std::unique_lock lock{mutex_};
-  const std::optional<Pending> late = std::exchange(pending_, Pending{picture, std::move(done)});
+  platform::MutexLock lock{mutex_};
+  const std::optional<Pending> replaced =
+      std::exchange(pending_, Pending{picture, std::move(done)});
   lock.unlock();
   wake();
-  if (late) late->done(false);
+  if (replaced) replaced->done(false);
 }
 
 void HubWindow::moveCursor(int x, int y) {
   {
-    const std::lock_guard lock{mutex_};
+    const platform::MutexLock lock{mutex_};
     movedCursor_ = SDL_Point{x, y};
   }
   wake();
@@ -164,12 +167,12 @@ void HubWindow::moveCursor(int x, int y) {
 
 void HubWindow::end() {
   post([this] {
-    std::unique_lock lock{mutex_};
-    const std::optional<Pending> late = std::exchange(pending_, std::nullopt);
+    platform::MutexLock lock{mutex_};
+    const std::optional<Pending> replaced = std::exchange(pending_, std::nullopt);
     movedCursor_.reset();
     lock.unlock();
     endSession();
-    if (late) late->done(false);
+    if (replaced) replaced->done(false);
   });
 }
 

@@ -4,17 +4,18 @@
 #include <deque>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 
+#include "apps/common/ThreadChecker.h"
 #include "apps/tessel-hub/video/HubScreen.h"
 #include "apps/tessel-hub/window/WindowInput.h"
 #include "apps/tessel-hub/window/WindowPainter.h"
+#include "platform/base/Mutex.h"
 
 namespace tessel::hub {
 
-/// A window that shows the newest picture, and whose mouse and keyboard go to the sender.
+/// A window that shows the newest picture and sends its mouse and keyboard to the sender.
 ///
 /// Made, run and destroyed on the main thread. A process has one at most.
 class HubWindow final : public HubScreen {
@@ -26,14 +27,14 @@ class HubWindow final : public HubScreen {
     bool sendsInput = true;
   };
 
-  /// Throws std::runtime_error, with the reason, where there is no display to open a window on.
+  /// Throws std::runtime_error, with the reason, if no window can be opened.
   explicit HubWindow(Settings settings);
   ~HubWindow() override;
 
   HubWindow(const HubWindow&) = delete;
   HubWindow& operator=(const HubWindow&) = delete;
 
-  /// Where input goes, and what to do when the user closes the window. Before `run`.
+  /// `route` takes the input; `closed` is called when the user closes the window. Before `run`.
   void connect(WindowInput::Route route, std::function<void()> closed);
 
   void run() override;
@@ -65,8 +66,9 @@ class HubWindow final : public HubScreen {
   };
 
   void wake();
-  void take(const SDL_Event& event);
-  void catchUp();
+  void handle(const SDL_Event& event);
+  /// Does what other threads have left to do.
+  void drain();
   void paint();
   void startSession(const Session& session);
   void endSession();
@@ -74,14 +76,14 @@ class HubWindow final : public HubScreen {
 
   const Settings settings_;
 
-  std::mutex mutex_;
-  // Guarded by mutex_.
-  std::deque<std::function<void()>> tasks_;
-  std::optional<Pending> pending_;
-  std::optional<SDL_Point> movedCursor_;
-  bool woken_ = false;
+  platform::Mutex mutex_;
+  std::deque<std::function<void()>> tasks_ TESSEL_GUARDED_BY(mutex_);
+  std::optional<Pending> pending_ TESSEL_GUARDED_BY(mutex_);
+  std::optional<SDL_Point> movedCursor_ TESSEL_GUARDED_BY(mutex_);
+  bool woken_ TESSEL_GUARDED_BY(mutex_) = false;
 
   // Main thread.
+  apps::ThreadChecker thread_;
   Library library_;
   std::unique_ptr<SDL_Window, Free> window_;
   WindowPainter painter_;

@@ -11,7 +11,7 @@ struct Row {
   std::int16_t code;
 };
 
-// Characters, unshifted, as an American keyboard has them.
+// Unshifted characters of a US keyboard.
 constexpr std::array kCharacters{
     Row{SDL_SCANCODE_SPACE, ' '},
     Row{SDL_SCANCODE_APOSTROPHE, '\''},

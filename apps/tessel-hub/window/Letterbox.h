@@ -5,7 +5,7 @@
 
 namespace tessel::hub {
 
-/// Where a picture stands in a window: as large as it fits with its shape kept, in the middle.
+/// The place of a picture in a window: centred, as large as fits with its aspect ratio kept.
 struct Letterbox {
   int x = 0;
   int y = 0;
@@ -25,8 +25,8 @@ struct Letterbox {
     return box;
   }
 
-  /// The place in a session `size` pixels wide (high) of a place in the window that is `offset`
-  /// pixels into a box `boxSize` pixels wide (high); outside the box, its nearest edge.
+  /// The position in a session `size` pixels wide (high) that is shown `offset` pixels into a box
+  /// `boxSize` pixels wide (high). An offset outside the box counts as its nearest edge.
   static constexpr int toSession(int offset, int boxSize, int size) {
     if (boxSize <= 0) return 0;
     return std::clamp(scaled(offset, size, boxSize), 0, size);

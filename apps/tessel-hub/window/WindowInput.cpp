@@ -1,5 +1,6 @@
 #include "apps/tessel-hub/window/WindowInput.h"
 
+#include <cassert>
 #include <optional>
 #include <utility>
 
@@ -15,11 +16,13 @@ void WindowInput::begin(int width, int height, Route route) {
 }
 
 void WindowInput::end() {
+  assert(thread_.isCurrent());
   held_.clear();
   route_ = nullptr;
 }
 
 WindowInput::Command WindowInput::take(const SDL_Event& event) {
+  assert(thread_.isCurrent());
   switch (event.type) {
     case SDL_KEYDOWN:
     case SDL_KEYUP:
@@ -40,7 +43,7 @@ WindowInput::Command WindowInput::take(const SDL_Event& event) {
     default:
       break;
   }
-  return Command::none;
+  return Command::kNone;
 }
 
 WindowInput::Command WindowInput::takeKey(const SDL_KeyboardEvent& event) {
@@ -49,29 +52,29 @@ WindowInput::Command WindowInput::takeKey(const SDL_KeyboardEvent& event) {
   const bool forHub =
       (event.keysym.mod & KMOD_CTRL) != 0 && (event.keysym.mod & KMOD_ALT) != 0 && down;
   if (forHub && (scancode == SDL_SCANCODE_Q || scancode == SDL_SCANCODE_F)) {
-    if (event.repeat != 0) return Command::none;
+    if (event.repeat != 0) return Command::kNone;
     releaseAll();
-    return scancode == SDL_SCANCODE_Q ? Command::quit : Command::toggleFullscreen;
+    return scancode == SDL_SCANCODE_Q ? Command::kQuit : Command::kToggleFullscreen;
   }
   // The sender's machine repeats held keys by itself.
-  if (!route_ || event.repeat != 0) return Command::none;
+  if (!route_ || event.repeat != 0) return Command::kNone;
   if (down) {
     const bool numLock = (event.keysym.mod & KMOD_NUM) != 0;
     const std::optional<HubKey> key = hubKeyFor(scancode, numLock);
-    if (!key) return Command::none;
+    if (!key) return Command::kNone;
     held_[scancode] = *key;
     route_([key = *key](InputSender& input) { input.key(key, true); });
   } else if (const auto found = held_.find(scancode); found != held_.end()) {
     route_([key = found->second](InputSender& input) { input.key(key, false); });
     held_.erase(found);
   }
-  return Command::none;
+  return Command::kNone;
 }
 
 void WindowInput::takeButton(const SDL_MouseButtonEvent& event) {
   if (!route_ || (event.button != SDL_BUTTON_LEFT && event.button != SDL_BUTTON_RIGHT)) return;
   const MouseButton button =
-      event.button == SDL_BUTTON_LEFT ? MouseButton::left : MouseButton::right;
+      event.button == SDL_BUTTON_LEFT ? MouseButton::kLeft : MouseButton::kRight;
   const bool down = event.type == SDL_MOUSEBUTTONDOWN;
   move(event.x, event.y);
   route_([button, down](InputSender& input) { input.button(button, down); });

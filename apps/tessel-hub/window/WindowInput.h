@@ -4,7 +4,8 @@
 #include <functional>
 #include <map>
 
-#include "apps/tessel-hub/channels/InputRecords.h"
+#include "apps/common/ThreadChecker.h"
+#include "apps/tessel-hub/channels/HubKey.h"
 #include "apps/tessel-hub/channels/InputSender.h"
 #include "apps/tessel-hub/window/Letterbox.h"
 
@@ -15,17 +16,17 @@ namespace tessel::hub {
 /// Main thread.
 class WindowInput {
  public:
-  /// Hands a piece of work to the session's input, wherever that lives.
+  /// Runs a task with the session's input, on that one's thread.
   using Route = std::function<void(std::function<void(InputSender&)>)>;
 
-  /// What the user asks of the hub itself.
-  enum class Command { none, quit, toggleFullscreen };
+  /// What a key combination asks of the hub itself.
+  enum class Command { kNone, kQuit, kToggleFullscreen };
 
   /// From now on input goes to a session of `width` by `height`.
   void begin(int width, int height, Route route);
   /// Input goes nowhere.
   void end();
-  /// Where the picture stands in the window.
+  /// Where the picture is in the window.
   void setBox(const Letterbox& box) { box_ = box; }
 
   /// Sends what `event` means. Ctrl+Alt+Q and Ctrl+Alt+F are for the hub.
@@ -44,6 +45,7 @@ class WindowInput {
   int height_ = 0;
   // What each held key was sent as: num lock may change while it is down.
   std::map<SDL_Scancode, HubKey> held_;
+  apps::ThreadChecker thread_;
 };
 
 }  // namespace tessel::hub

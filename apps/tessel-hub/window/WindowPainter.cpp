@@ -8,8 +8,8 @@
 namespace tessel::hub {
 namespace {
 
-// The sender does not send its cursor's shape, only its place: an arrow that points there.
-// X is black, . white, the rest see-through.
+// A sender reports its cursor's place, not its shape: an arrow that points there.
+// X is black, . white, the rest transparent.
 constexpr int kCursorWidth = 12;
 constexpr int kCursorHeight = 17;
 constexpr std::array<std::string_view, kCursorHeight> kCursor{

@@ -17,14 +17,14 @@ class WindowPainter {
   /// Throws std::runtime_error if this display offers no way to paint.
   explicit WindowPainter(SDL_Window* window);
 
-  /// What `paint` shows from now on.
+  /// `paint` shows this picture from now on.
   void setPicture(const Picture& picture);
   void clear();
 
   /// Paints everything. `cursor` is a place in a session of `width` by `height`.
   void paint(std::optional<SDL_Point> cursor, int width, int height);
 
-  /// Where the last `paint` has put the picture.
+  /// Where the last `paint` put the picture.
   const Letterbox& box() const { return box_; }
 
  private:

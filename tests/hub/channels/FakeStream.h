@@ -22,7 +22,7 @@ class FakeStream final : public ChannelStream {
     handler_ = std::move(handler);
   }
 
-  void send(std::vector<std::uint8_t> bytes) override {
+  void send(std::span<const std::uint8_t> bytes) override {
     if (!closed) sent.insert(sent.end(), bytes.begin(), bytes.end());
   }
 
@@ -31,7 +31,7 @@ class FakeStream final : public ChannelStream {
 
   bool isReading() const { return handler_ != nullptr; }
 
-  /// Hands bytes over for as long as somebody reads; how many were taken.
+  /// Delivers bytes as long as a read is waiting for them; how many were taken.
   std::size_t deliver(std::span<const std::uint8_t> bytes) {
     std::size_t taken = 0;
     while (handler_ && taken < bytes.size()) {

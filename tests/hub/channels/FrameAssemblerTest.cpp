@@ -164,7 +164,7 @@ TEST(FrameAssemblerTest, AContextRequestOfAnotherLengthEndsTheStream) {
 }
 
 TEST(FrameAssemblerTest, AFrameLargerThanTheBoundIsNotBegun) {
-  const SimpleTransmitMsg head = transmitHead(50000, FrameAssembler::kLargestFrame + 1, true);
+  const SimpleTransmitMsg head = transmitHead(50000, FrameAssembler::kMaxFrameLength + 1, true);
   const Outcome outcome = assemble({head.begin(), head.end()});
   EXPECT_FALSE(outcome.inStep);
   EXPECT_EQ(outcome.problem, "a frame of 16777217 bytes");

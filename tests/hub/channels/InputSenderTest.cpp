@@ -14,13 +14,13 @@ using InputSenderTest = InputFixture;
 TEST_F(InputSenderTest, MouseRecordsCarryPlaceAndCommand) {
   input.move(258, 772);
   EXPECT_THAT(mouse->takeSent(), ElementsAre(8, 0x0D, 2, 1, 4, 3, 0x01, 0));
-  input.button(MouseButton::left, true);
+  input.button(MouseButton::kLeft, true);
   EXPECT_THAT(mouse->takeSent(), ElementsAre(8, 0x0D, 2, 1, 4, 3, 0x02, 0));
-  input.button(MouseButton::left, false);
+  input.button(MouseButton::kLeft, false);
   EXPECT_THAT(mouse->takeSent(), ElementsAre(8, 0x0D, 2, 1, 4, 3, 0x04, 0));
-  input.button(MouseButton::right, true);
+  input.button(MouseButton::kRight, true);
   EXPECT_THAT(mouse->takeSent(), ElementsAre(8, 0x0D, 2, 1, 4, 3, 0x08, 0));
-  input.button(MouseButton::right, false);
+  input.button(MouseButton::kRight, false);
   EXPECT_THAT(mouse->takeSent(), ElementsAre(8, 0x0D, 2, 1, 4, 3, 0x10, 0));
 }
 
@@ -55,7 +55,7 @@ TEST_F(InputSenderTest, WhatIsHeldIsPressedOnceAndReleasedOnce) {
   const HubKey shift{.special = true, .code = 5};
   input.key(shift, true);
   input.key(shift, true);
-  input.button(MouseButton::right, true);
+  input.button(MouseButton::kRight, true);
   EXPECT_EQ(keyboard->takeSent().size(), 8U);
   mouse->takeSent();
   input.releaseAll();

@@ -12,16 +12,16 @@ const ReceiverApplication::Time kStart{1h};
 
 TEST(ReceiverApplicationTest, RunsFromItsLaunchToTheSessionsEnd) {
   ReceiverApplication application;
-  EXPECT_EQ(application.state(kStart), State::stopped);
+  EXPECT_EQ(application.state(kStart), State::kStopped);
   const auto launch = application.launch("10.0.0.1", kStart);
   ASSERT_TRUE(launch);
-  EXPECT_EQ(application.state(kStart), State::launched);
+  EXPECT_EQ(application.state(kStart), State::kLaunched);
   EXPECT_TRUE(application.runs(launch->instance, kStart));
   EXPECT_TRUE(application.beginCasting("10.0.0.1", kStart + 3s));
-  EXPECT_EQ(application.state(kStart + 1h), State::casting);
+  EXPECT_EQ(application.state(kStart + 1h), State::kCasting);
   EXPECT_TRUE(application.runs(launch->instance, kStart + 1h));
   application.end();
-  EXPECT_EQ(application.state(kStart + 1h), State::stopped);
+  EXPECT_EQ(application.state(kStart + 1h), State::kStopped);
   EXPECT_FALSE(application.runs(launch->instance, kStart + 1h));
 }
 
@@ -45,15 +45,15 @@ TEST(ReceiverApplicationTest, ASenderMayLaunchAgainBeforeItCasts) {
   EXPECT_TRUE(application.runs(second->instance, kStart + 1s));
 }
 
-TEST(ReceiverApplicationTest, ALaunchThatNobodyCastsAfterIsForgotten) {
+TEST(ReceiverApplicationTest, ALaunchWithoutACastExpires) {
   ReceiverApplication application;
   ASSERT_TRUE(application.launch("10.0.0.1", kStart));
-  EXPECT_EQ(application.state(kStart + 29s), State::launched);
-  EXPECT_EQ(application.state(kStart + 30s), State::stopped);
+  EXPECT_EQ(application.state(kStart + 29s), State::kLaunched);
+  EXPECT_EQ(application.state(kStart + 30s), State::kStopped);
   EXPECT_TRUE(application.launch("10.0.0.2", kStart + 30s));
 }
 
-TEST(ReceiverApplicationTest, ASenderThatLaunchedNothingMayCastWhileNobodyElseDoes) {
+TEST(ReceiverApplicationTest, ASenderThatLaunchedNothingMayCastWhileTheApplicationIsFree) {
   ReceiverApplication application;
   EXPECT_TRUE(application.beginCasting("10.0.0.1", kStart));
   EXPECT_FALSE(application.runs("", kStart));

@@ -40,8 +40,8 @@ constexpr HubKey special(std::int16_t code) { return {.special = true, .code = c
 TEST(ScriptTest, EachWordOfTheLanguageDoesWhatItSays) {
   EXPECT_THAT(
       stepsOf("move 100 200\ndown left\nup right\nwheel -3\nsleep 0.25\nwait-frame 7\nquit"),
-      ElementsAre(step::Move{100, 200}, step::Button{MouseButton::left, true},
-                  step::Button{MouseButton::right, false}, step::Wheel{-3}, step::Sleep{250ms},
+      ElementsAre(step::Move{100, 200}, step::Button{MouseButton::kLeft, true},
+                  step::Button{MouseButton::kRight, false}, step::Wheel{-3}, step::Sleep{250ms},
                   step::WaitFrame{7}, step::Quit{}));
   EXPECT_THAT(stepsOf("key a down\nkey a up\nkey b\nkey 13 down\nspecial 5 down\nspecial 3"),
               ElementsAre(step::Key{character('a'), true}, step::Key{character('a'), false},
@@ -51,8 +51,8 @@ TEST(ScriptTest, EachWordOfTheLanguageDoesWhatItSays) {
 }
 
 TEST(ScriptTest, ClicksGoDownAndUp) {
-  const step::Button down{MouseButton::left, true};
-  const step::Button up{MouseButton::left, false};
+  const step::Button down{MouseButton::kLeft, true};
+  const step::Button up{MouseButton::kLeft, false};
   EXPECT_THAT(withoutSleeps("click left"), ElementsAre(down, up));
   EXPECT_THAT(withoutSleeps("doubleclick left"), ElementsAre(down, up, down, up));
 }
@@ -69,9 +69,9 @@ TEST(ScriptTest, ADragMovesOnTheWayAndEndsWhereItShould) {
   const std::vector<Step> steps = withoutSleeps("drag 10 20 110 220");
   ASSERT_GT(steps.size(), 4U);
   EXPECT_EQ(steps[0], Step{(step::Move{10, 20})});
-  EXPECT_EQ(steps[1], Step{(step::Button{MouseButton::left, true})});
+  EXPECT_EQ(steps[1], Step{(step::Button{MouseButton::kLeft, true})});
   EXPECT_EQ(steps[steps.size() - 2], Step{(step::Move{110, 220})});
-  EXPECT_EQ(steps.back(), Step{(step::Button{MouseButton::left, false})});
+  EXPECT_EQ(steps.back(), Step{(step::Button{MouseButton::kLeft, false})});
 }
 
 TEST(ScriptTest, TextIsTypedWithShiftWhereItIsNeeded) {

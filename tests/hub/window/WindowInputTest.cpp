@@ -65,11 +65,11 @@ TEST_F(WindowInputTest, HubsOwnKeysAreNotSent) {
   press(SDL_SCANCODE_LCTRL, true);
   press(SDL_SCANCODE_LALT, true, KMOD_LCTRL);
   keyboard->takeSent();
-  EXPECT_EQ(press(SDL_SCANCODE_Q, true, KMOD_LCTRL | KMOD_LALT), WindowInput::Command::quit);
+  EXPECT_EQ(press(SDL_SCANCODE_Q, true, KMOD_LCTRL | KMOD_LALT), WindowInput::Command::kQuit);
   EXPECT_THAT(keyboard->takeSent(), ElementsAre(8, 0, 0, 0, 0, 3, 4, 0, 8, 0, 0, 0, 0, 3, 8, 0));
   EXPECT_EQ(press(SDL_SCANCODE_F, true, KMOD_LCTRL | KMOD_LALT),
-            WindowInput::Command::toggleFullscreen);
-  EXPECT_EQ(press(SDL_SCANCODE_F, false), WindowInput::Command::none);
+            WindowInput::Command::kToggleFullscreen);
+  EXPECT_EQ(press(SDL_SCANCODE_F, false), WindowInput::Command::kNone);
   EXPECT_THAT(keyboard->takeSent(), IsEmpty());
 }
 
