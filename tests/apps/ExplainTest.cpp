@@ -44,10 +44,19 @@ TEST(ExplainTest, AScreenThatCannotBeCastIsAMatterForTheDoctor) {
   EXPECT_THAT(explained("NSOSStatusErrorDomain", -12902), HasSubstr("tessel doctor"));
 }
 
-TEST(ExplainTest, TheOptionOfTheTestPictureIsNamed) {
-  EXPECT_EQ(withOption("No display: plug one in, or cast the test picture."),
-            "No display: plug one in, or cast the test picture (--screen pattern).");
-  EXPECT_EQ(withOption("Try again."), "Try again.");
+TEST(ExplainTest, WithoutAScreenTheOptionOfTheTestPictureIsNamed) {
+  const Error error{"domain", 1, "There is no display: connect one."};
+  const std::string both =
+      "There is no display: connect one. The test picture needs no display (--screen pattern).";
+  EXPECT_EQ(explain(error, ScreenSource::automatic), both);
+  EXPECT_EQ(explain(error, ScreenSource::x11), both);
+  EXPECT_EQ(advice({"screen", false, "No.", error.localizedDescription}), both);
+}
+
+TEST(ExplainTest, WhatTheTestPictureDoesNotMendDoesNotNameIt) {
+  EXPECT_EQ(explain({"domain", 1, "It is too small."}, ScreenSource::pattern), "It is too small.");
+  EXPECT_EQ(advice({"screen", true, "Yes.", ""}), "");
+  EXPECT_EQ(advice({"bluetooth", false, "No.", "Switch it on."}), "Switch it on.");
 }
 
 }  // namespace
