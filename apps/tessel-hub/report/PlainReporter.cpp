@@ -1,4 +1,6 @@
 #include <cstdio>
+#include <iomanip>
+#include <sstream>
 #include <string>
 
 #include "apps/tessel-hub/report/HubReporter.h"
@@ -7,9 +9,11 @@
 namespace tessel::hub {
 namespace {
 
+// With one decimal.
 std::string rounded(double value) {
-  std::string text = std::to_string(value);
-  return text.substr(0, text.find('.') + 2);
+  std::ostringstream text;
+  text << std::fixed << std::setprecision(1) << value;
+  return text.str();
 }
 
 class PlainReporter final : public HubReporter {

@@ -34,5 +34,15 @@ TEST(PlainReporterTest, AMachineInNoNetworkCastsToItself) {
             "network.\n");
 }
 
+TEST(PlainReporterTest, TheEndTellsThePicturesAndTheirRateToOneDecimal) {
+  const auto reporter = HubReporter::forPerson();
+  testing::internal::CaptureStdout();
+  reporter->ended({.seconds = 2.96, .framesShown = 60, .fps = 20.27}, "");
+  reporter->ended({.seconds = 1, .framesShown = 0}, "a message of 3 bytes");
+  EXPECT_EQ(testing::internal::GetCapturedStdout(),
+            "The cast has ended. 60 pictures in 3.0 seconds, 20.3 a second.\n"
+            "The cast has ended: a message of 3 bytes. 0 pictures in 1.0 seconds, 0.0 a second.\n");
+}
+
 }  // namespace
 }  // namespace tessel::hub
