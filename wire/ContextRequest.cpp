@@ -21,7 +21,7 @@ constexpr std::size_t kBitmapWidth = 192;
 constexpr std::size_t kBitmapHeight = 196;
 constexpr std::size_t kBitCount = 202;
 
-// A GUID as it lies in a record: three little-endian numbers (4, 2 and 2 bytes), then 8 bytes.
+// The bytes of a GUID: three little-endian numbers (4, 2 and 2 bytes), then 8 bytes.
 using Guid = std::array<std::uint8_t, 16>;
 
 // 73646976-0000-0010-8000-00AA00389B71

@@ -6,7 +6,7 @@
 
 namespace tessel::apps {
 
-/// Bounds a log file: a peer that sends nonsense causes a line for each piece of it, megabytes a
+/// Bounds a log file: a peer that sends garbage causes a line for each piece of it, megabytes a
 /// second. One thread at a time.
 class LogBudget {
  public:

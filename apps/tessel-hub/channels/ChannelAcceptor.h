@@ -18,7 +18,7 @@ namespace tessel::hub {
 /// connection without one within `kOpeningTimeout` is closed, and so is one that comes while
 /// `kMaxUnopened` are without.
 ///
-/// Runs on the thread of its io_context; made and told to listen before that runs.
+/// Runs on the thread of its io_context; `listen` is called before that runs.
 class ChannelAcceptor {
  public:
   using OpenedHandler = std::function<void(ChannelKind, std::shared_ptr<ChannelStream>)>;

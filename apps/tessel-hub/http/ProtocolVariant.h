@@ -10,7 +10,7 @@ namespace tessel::hub {
 /// an old hub, 1.10 a multi-token one.
 struct ProtocolVariant {
   std::string version;
-  /// All channels on one port, told apart by their opening messages.
+  /// All channels use one port; their opening messages differ.
   bool newProtocol = false;
   /// Each launch has a resource of its own, named by its token.
   bool multiToken = false;

@@ -8,9 +8,9 @@
 namespace tessel::hub {
 namespace {
 
-constexpr std::chrono::seconds kPatience{10};
+constexpr std::chrono::seconds kTimeout{10};
 
-TEST(ChannelAcceptorTest, MayEndBeforeAConnectionThatHasSaidNothing) {
+TEST(ChannelAcceptorTest, MayEndBeforeAConnectionWithoutAnOpening) {
   const ChannelAcceptor::Settings settings{.address = asio::ip::make_address("127.18.0.1"),
                                            .port = 1494};
   HubLog log;
@@ -24,13 +24,13 @@ TEST(ChannelAcceptorTest, MayEndBeforeAConnectionThatHasSaidNothing) {
   asio::io_context own;
   asio::ip::tcp::socket silent{own};
   silent.connect({settings.address, settings.port});
-  ASSERT_EQ(context->run_one_for(kPatience), 1U);  // it is taken
-  ASSERT_EQ(context->run_one_for(kPatience), 1U);  // and waited for: the loop holds it now
+  ASSERT_EQ(context->run_one_for(kTimeout), 1U);  // it is accepted
+  ASSERT_EQ(context->run_one_for(kTimeout), 1U);  // and read from: the loop owns it now
 
   std::destroy_at(acceptor);
   const auto before = memory;
   context.reset();
-  EXPECT_EQ(memory, before);  // nobody writes there any more
+  EXPECT_EQ(memory, before);  // no write after the destruction
 }
 
 }  // namespace

@@ -24,7 +24,7 @@ struct MouseChannelTest : ::testing::Test {
     channel = std::make_shared<MouseChannel>(stream, std::move(handlers));
     channel->start();
   }
-  // A stream and who reads it hold each other until its end.
+  // A stream and its reader own each other until its end.
   ~MouseChannelTest() override { stream->end(); }
 
   std::shared_ptr<FakeStream> stream = std::make_shared<FakeStream>();
@@ -48,20 +48,20 @@ TEST_F(MouseChannelTest, CursorReportsArePassedOn) {
   EXPECT_THAT(cursors, ElementsAre(std::pair{5, 256}));
 }
 
-TEST_F(MouseChannelTest, EndsOnceWhenTheSenderIsGoneOrSpeaksNonsense) {
+TEST_F(MouseChannelTest, EndsOnceWhenItsBytesAreNoMessage) {
   stream->deliver(Bytes{0xFF, 0xFF, 0xFF});
   EXPECT_EQ(ended, 1);
   EXPECT_TRUE(stream->closed);
   EXPECT_FALSE(stream->isReading());
 }
 
-TEST_F(MouseChannelTest, SaysNothingAfterItWasClosed) {
+TEST_F(MouseChannelTest, CallsNoHandlerAfterItWasClosed) {
   channel->close();
   stream->end();
   EXPECT_EQ(ended, 0);
 }
 
-TEST(KeyboardChannelTest, WaitsForItsEndAndIgnoresTheRest) {
+TEST(KeyboardChannelTest, WaitsForItsEndAndIgnoresWhatItReads) {
   const auto stream = std::make_shared<FakeStream>();
   int ended = 0;
   const auto channel = std::make_shared<KeyboardChannel>(stream, [&ended] { ++ended; });
@@ -100,7 +100,7 @@ struct DisplayReceiverTest : ::testing::Test, FrameAssembler::Sink {
   bool closeAtMessage = false;
 };
 
-TEST_F(DisplayReceiverTest, ReadsNothingWhileItsOwnerHasEnough) {
+TEST_F(DisplayReceiverTest, ReadsNothingWhilePaused) {
   pauseAtMessage = true;
   stream->deliver(message);
   EXPECT_FALSE(stream->isReading());
@@ -117,7 +117,7 @@ TEST_F(DisplayReceiverTest, ResumingWhatIsNotPausedDoesNotReadTwice) {
   EXPECT_EQ(messages, 1);
 }
 
-TEST_F(DisplayReceiverTest, EndTellsWhatWasWrong) {
+TEST_F(DisplayReceiverTest, AnEndOutOfStepNamesTheProblem) {
   stream->deliver(Bytes{3, 0, 0x90, 0});
   EXPECT_THAT(ends, ElementsAre("a message of 3 bytes"));
   EXPECT_TRUE(stream->closed);
@@ -128,7 +128,7 @@ TEST_F(DisplayReceiverTest, EndOfTheStreamIsNoProblem) {
   EXPECT_THAT(ends, ElementsAre(""));
 }
 
-TEST_F(DisplayReceiverTest, ClosingFromWithinAMessageIsTheLastOfIt) {
+TEST_F(DisplayReceiverTest, ClosingFromWithinAMessageEndsReading) {
   closeAtMessage = true;
   stream->deliver(message);
   EXPECT_TRUE(ends.empty());

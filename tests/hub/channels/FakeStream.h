@@ -12,7 +12,7 @@
 
 namespace tessel::hub {
 
-/// A stream of which the test is the peer: handlers run within `deliver`.
+/// A stream whose peer is the test. Handlers run within `deliver`.
 class FakeStream final : public ChannelStream {
  public:
   void handshake(std::function<void(bool)> handler) override { handler(true); }

@@ -77,7 +77,7 @@ Bytes framed(const Bytes& frame) {
   return messages;
 }
 
-// What an assembler makes of `bytes`, given to it `step` at a time.
+// The result of feeding `bytes`, `step` at a time.
 struct Outcome {
   bool inStep = true;
   std::string problem;
@@ -213,7 +213,7 @@ TEST(FrameAssemblerTest, RandomBytesAndBrokenStreamsAreSurvived) {
   for (int round = 0; round < 300; ++round) {
     Bytes stream = valid;
     if (round % 2 == 0) {
-      // Everything random, but often with a command that is looked at.
+      // Random bytes, but often with a command that is known.
       stream.resize(4096);
       std::ranges::generate(stream, [&random] { return static_cast<std::uint8_t>(random()); });
       stream[2] = static_cast<std::uint8_t>(random() % 8);

@@ -43,7 +43,7 @@ TEST(MouseMessagesTest, ReportsMayStandBetweenTheHandshakeAndBeCutAnywhere) {
   }
 }
 
-TEST(MouseMessagesTest, WhatIsNoMessageIsToldAtOnce) {
+TEST(MouseMessagesTest, BytesOfNoMessageFailAtOnce) {
   for (const Bytes& wrong :
        {Bytes{1}, Bytes{8, 0x0E}, Bytes{2, 1}, Bytes{2, 0, 0, 0, 2, 0, 0, 0, 2, 1},
         Bytes{2, 0, 0, 0, 0xFF, 0xFF, 0xFF, 0xFF}}) {

@@ -61,7 +61,7 @@ TEST(SnapshotTest, FileIsAPngAndNothingElseIsLeftBehind) {
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator{folder.path()}, {}), 1);
 }
 
-TEST(SnapshotTest, APlaceThatCannotBeWrittenIsToldWhy) {
+TEST(SnapshotTest, APlaceThatCannotBeWrittenGivesTheReason) {
   const test::TemporaryFolder folder;
   for (const auto& [path, why] :
        {std::pair{std::string{"/nonexistent/a.png"}, "No such file or directory"},
@@ -115,7 +115,7 @@ TEST(SnapshotTest, ADeviceIsWrittenIntoAndStays) {
   EXPECT_EQ(problem, "No space left on device");
 }
 
-TEST(SnapshotTest, APipeIsWrittenIntoIfSomebodyReads) {
+TEST(SnapshotTest, APipeIsWrittenIntoIfItHasAReader) {
   const test::TemporaryFolder folder;
   const std::string pipe = folder / "pipe";
   ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);

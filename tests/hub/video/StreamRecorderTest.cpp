@@ -23,7 +23,7 @@ TEST(StreamRecorderTest, FramesStandOneBehindTheOther) {
   EXPECT_EQ((std::string{std::istreambuf_iterator<char>{file}, {}}), "\x01\x02\x03");
 }
 
-TEST(StreamRecorderTest, AFullDiskIsToldOnce) {
+TEST(StreamRecorderTest, AFullDiskIsReportedOnce) {
   StreamRecorder recorder;
   std::string problem;
   ASSERT_TRUE(recorder.open("/dev/full", problem));
