@@ -13,12 +13,12 @@
 #include <unistd.h>
 #include <vector>
 
-#include "input/MousePacket.h"
 #include "input/TSLMouseConnection.h"
 #include "platform/Services.h"
 #include "tessel/Constants.h"
 #include "tessel/Log.h"
 #include "tessel/TSLSession.h"
+#include "wire/MousePacket.h"
 
 /// How long a mouse packet takes from the socket to the desktop: from the moment at which it has
 /// been read whole to the moment at which its event was posted. Needs a display to post to
@@ -64,7 +64,7 @@ class WatchedConnection final : public platform::NetworkConnection {
   void start() override { inner_->start(); }
   void receive(std::size_t length, ReceiveHandler handler) override {
     inner_->receive(length, [length, handler = std::move(handler)](const auto& received) {
-      if (length == MousePacket::kLength) record.read.push_back(steady_clock::now());
+      if (length == MousePacket::kSize) record.read.push_back(steady_clock::now());
       handler(received);
     });
   }

@@ -13,6 +13,7 @@
 #include "platform/Services.h"
 #include "platform/base/Mutex.h"
 #include "tessel/BVBeaconScanner.h"
+#include "wire/DetailsURL.h"
 
 namespace tessel {
 namespace {
@@ -38,10 +39,6 @@ bool isValidAddress(long major, long minor) {
     return value >= 256 && value <= 65535 && (value & 0xFF) != 0;
   };
   return bothOctets(major) && bothOctets(minor);
-}
-
-std::string deviceDetailsURL(const std::string& address) {
-  return "http://" + address + ":55555/device-details.xml";
 }
 
 [[maybe_unused]] bool onMainQueue() {
@@ -210,7 +207,7 @@ void TSLDiscovery::friendlyNameForBeacon(const std::shared_ptr<BVBeacon>& beacon
   beacon->setIPAddr(address);
   // Any transmitter in range causes these requests: those of the user must not wait for them.
   platform::services().urlSessions->makeBackgroundSession()->dataTask(
-      {.url = deviceDetailsURL(address)},
+      {.url = detailsURL(address)},
       [weak = weak_from_this(), beacon](const Bytes& body, const URLResponse& /*answer*/,
                                         const std::optional<Error>& error) {
         if (error) return;

@@ -5,61 +5,34 @@
 #include <cstdint>
 #include <span>
 
-#include "display/DisplayCommands.h"
 #include "platform/Log.h"
-#include "platform/base/ByteOrder.h"
-#include "tessel/DisplayMessages.h"
+#include "wire/MessageHeader.h"
+#include "wire/TransmitHeader.h"
 
 namespace tessel {
 namespace {
 
-using platform::putLittleEndian;
-
 constexpr const char* kOperation = "-[TSLDisplayConnection sendSampleBuffer:bufferLength:]";
 
-using ExtendedCommand = std::array<std::uint8_t, 4>;
+bool moreThanOnePiece(std::size_t remaining) { return remaining > kMaxPieceLength; }
 
-std::uint8_t moreThanOnePiece(std::size_t remaining) { return remaining > kPieceLimit ? 1 : 0; }
-
-// Header of a frame's first piece: 56 bytes. What is not listed is 0.
-//
-//     at  size  value
-//      0     2  56 + length of the first piece
-//      2     1  0x05   command
-//      3     1  more   1 when the frame is longer than one piece
-//     12     2  12
-//     14     1  1
-//     16     4  length of the frame + 40: what follows offset 16, over all pieces
-//     52     4  length of the frame
 SimpleTransmitMsg transmitHeader(std::size_t frame, std::size_t piece) {
-  SimpleTransmitMsg header;
-  DefaultSimpleTransmitMsg(header);
-  const std::span record{header};
-  putLittleEndian<0>(record, static_cast<std::uint16_t>(header.size() + piece));
-  putLittleEndian<3>(record, moreThanOnePiece(frame));
-  putLittleEndian<16>(record, static_cast<std::uint32_t>(frame + 40));
-  putLittleEndian<52>(record, static_cast<std::uint32_t>(frame));
-  return header;
+  return TransmitHeader{static_cast<std::uint16_t>(piece), moreThanOnePiece(frame),
+                        static_cast<std::uint32_t>(frame)}
+      .bytes();
 }
 
-// Header of each further piece: 4 bytes.
-//
-//     at  size  value
-//      0     2  4 + length of the piece
-//      2     1  0x05   command
-//      3     1  more   1 when what remained before this piece is longer than one piece
-ExtendedCommand extendedCommand(std::size_t remaining, std::size_t piece) {
-  ExtendedCommand header{};
-  const std::span record{header};
-  putLittleEndian<0>(record, static_cast<std::uint16_t>(header.size() + piece));
-  putLittleEndian<2>(record, VSCH_CMD_SIMPLE_TRANSMIT);
-  putLittleEndian<3>(record, moreThanOnePiece(remaining));
-  return header;
+// `remaining`: bytes of the frame that have not been sent, those of this piece included.
+std::array<std::uint8_t, MessageHeader::kSize> extendedCommand(std::size_t remaining,
+                                                               std::size_t piece) {
+  return MessageHeader{static_cast<std::uint16_t>(MessageHeader::kSize + piece),
+                       VSCH_CMD_SIMPLE_TRANSMIT, moreThanOnePiece(remaining)}
+      .bytes();
 }
 
 bool sendExtendedCommand(ByteSink& sink, std::span<const std::uint8_t> remaining,
                          std::size_t piece) {
-  const ExtendedCommand header = extendedCommand(remaining.size(), piece);
+  const auto header = extendedCommand(remaining.size(), piece);
   if (!sink.sendBuffer(header.data(), header.size())) {
     platform::log("%s: Failed to send SIMPLE_TRANSMIT_MSG extended command!", kOperation);
     return false;
@@ -76,7 +49,7 @@ bool sendExtendedCommand(ByteSink& sink, std::span<const std::uint8_t> remaining
 
 void sendFrame(ByteSink& sink, const void* bytes, std::size_t length) {
   std::span remaining{static_cast<const std::uint8_t*>(bytes), length};
-  std::size_t piece = std::min(length, kPieceLimit);
+  std::size_t piece = std::min(length, kMaxPieceLength);
   const SimpleTransmitMsg header = transmitHeader(length, piece);
   if (!sink.sendBuffer(header.data(), header.size())) {
     platform::log("%s: Failed to send SIMPLE_TRANSMIT_MSG!", kOperation);
@@ -89,7 +62,7 @@ void sendFrame(ByteSink& sink, const void* bytes, std::size_t length) {
   }
   for (remaining = remaining.subspan(piece); !remaining.empty();
        remaining = remaining.subspan(piece)) {
-    piece = std::min(remaining.size(), kPieceLimit);
+    piece = std::min(remaining.size(), kMaxPieceLength);
     if (!sendExtendedCommand(sink, remaining, piece)) return;
   }
 }

@@ -6,9 +6,6 @@
 
 namespace tessel {
 
-/// The most payload that one message carries. With its header it fits the 16-bit length.
-inline constexpr std::size_t kPieceLimit = 50000;
-
 /// Sends one encoded frame as a transmit message and, where it is longer than one piece, its
 /// extended commands; each header and each piece is a send of its own. Ends at the first send that
 /// fails. The frames of one channel are sent one after another.

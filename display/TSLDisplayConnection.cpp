@@ -10,6 +10,7 @@
 #include "platform/base/TextLength.h"
 #include "tessel/Constants.h"
 #include "tessel/TSLSession.h"
+#include "wire/Ports.h"
 
 // Life of a display connection: made, launching, stopped. What happens on the channel itself is in
 // TSLDisplayConnectionSocket.cpp, what happens to frames in TSLDisplayConnectionVideo.cpp.
@@ -20,7 +21,7 @@ constexpr long kStopped = 5;
 
 }  // namespace
 
-const char* TSLDisplayConnectorDefaultPort = "1494";
+const char* TSLDisplayConnectorDefaultPort = kChannelsPort.text;
 
 std::shared_ptr<TSLDisplayConnection> TSLDisplayConnection::initWithHub(
     const std::shared_ptr<TSLSession>& hub) {

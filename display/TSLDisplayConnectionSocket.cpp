@@ -1,16 +1,16 @@
 #include <cerrno>
 #include <utility>
 
-#include "display/DisplayCommands.h"
 #include "display/PictureSize.h"
-#include "display/ReceivedHeader.h"
 #include "display/TSLDisplayConnection.h"
 #include "platform/Log.h"
 #include "platform/Services.h"
 #include "platform/base/ErrorText.h"
 #include "tessel/Constants.h"
-#include "tessel/DisplayMessages.h"
 #include "tessel/TSLSession.h"
+#include "wire/ChannelCommand.h"
+#include "wire/ContextRequest.h"
+#include "wire/MessageHeader.h"
 
 // Opening the channel, and its receive loop.
 namespace tessel {
@@ -33,7 +33,18 @@ constexpr std::int64_t kFramesInFlight = 6;
 // The hub has just been told to launch its receiver, which needs a moment until it listens.
 constexpr platform::Clock::Duration kPauseBeforeConnecting = std::chrono::seconds{2};
 constexpr platform::Clock::Duration kContextTimeout = std::chrono::seconds{5};
-constexpr std::uint32_t kBitsPerPixel = 12;
+
+// How the log calls the body that could not be skipped.
+const char* skipName(std::uint8_t command) {
+  switch (command) {
+    case VSCH_CMD_CREATE_CONTEXT_RESPONSE:
+      return "VSCH_CMD_CREATE_CONTEXT_RESPONSE";
+    case VSCH_CMD_CONTROL_C2H:
+      return "VSCH_CMD_CONTROL_C2H";
+    default:
+      return "unknown command";
+  }
+}
 
 bool isRefusal(const std::optional<Error>& error) {
   return error && error->code == platform::kConnectionRefused;
@@ -175,10 +186,9 @@ bool TSLDisplayConnection::sendStartCommand(bool newProtocol) {
 bool TSLDisplayConnection::requestContext(Size size) {
   platform::log("%s: Sending Context Request", kStart);
   const auto picture = PictureSize::from(size);
-  H264ContextRequestMsg request;
-  DefaultH264ContextRequestMsg(request);
-  SetH264ContextRequestMsgResolution(request, static_cast<std::uint32_t>(picture.width),
-                                     static_cast<std::uint32_t>(picture.height), kBitsPerPixel);
+  const auto request = ContextRequest{static_cast<std::uint32_t>(picture.width),
+                                      static_cast<std::uint32_t>(picture.height)}
+                           .bytes();
   return sendBuffer(request.data(), request.size());
 }
 
@@ -192,7 +202,7 @@ bool TSLDisplayConnection::sendBuffer(const void* bytes, std::size_t length) {
 
 void TSLDisplayConnection::doReceive(
     const std::shared_ptr<platform::NetworkConnection>& connection) {
-  connection->receive(ReceivedHeader::kSize,
+  connection->receive(MessageHeader::kSize,
                       [weak = weak_from_this(),
                        weakConnection = std::weak_ptr{connection}](const Received& received) {
                         const auto self = weak.lock();
@@ -203,7 +213,7 @@ void TSLDisplayConnection::doReceive(
 
 void TSLDisplayConnection::didReceiveHeader(
     const std::shared_ptr<platform::NetworkConnection>& connection, const Received& received) {
-  const auto header = received.content ? ReceivedHeader::parse(*received.content) : std::nullopt;
+  const auto header = received.content ? MessageHeader::parse(*received.content) : std::nullopt;
   if (!header) return;  // the stream ended between two messages
   if (header->command == VSCH_CMD_CREATE_CONTEXT_RESPONSE) {
     platform::log("%s: VSCH_CMD_CREATE_CONTEXT_RESPONSE received", kHeader);
@@ -219,7 +229,7 @@ void TSLDisplayConnection::didReceiveHeader(
   connection->receive(
       header->bodyLength(),
       [weak = weak_from_this(), weakConnection = std::weak_ptr{connection},
-       name = header->skipName(), verdict = std::move(verdict)](const Received& body) {
+       name = skipName(header->command), verdict = std::move(verdict)](const Received& body) {
         const auto self = weak.lock();
         const auto strong = weakConnection.lock();
         if (self && strong) self->didSkipBody(strong, name, verdict, body);

@@ -1,6 +1,5 @@
 #include "input/TSLKeyBoardConnection.h"
 
-#include <array>
 #include <cerrno>
 #include <cstddef>
 #include <span>
@@ -15,6 +14,9 @@
 #include "platform/base/ErrorText.h"
 #include "platform/base/Group.h"
 #include "tessel/Constants.h"
+#include "wire/ChannelCommand.h"
+#include "wire/KeyboardRecord.h"
+#include "wire/Ports.h"
 
 namespace tessel {
 
@@ -24,21 +26,8 @@ using platform::NetworkConnection;
 using platform::Received;
 using platform::services;
 
-const char* const TSLKeyBoardConnectorDefaultPort = "1494";
-const char* const TSLKeyBoardConnectorOldPort = "8500";
-
-namespace {
-
-// The opening message, little-endian:
-//   at  size  field
-//    0     4  kind            1
-//    4     4  payload length  1
-//    8     1  payload         0
-constexpr std::array<std::uint8_t, 9> kOpening = {1, 0, 0, 0, 1, 0, 0, 0, 0};
-
-constexpr std::size_t kRecordLength = 8;
-
-}  // namespace
+const char* const TSLKeyBoardConnectorDefaultPort = kChannelsPort.text;
+const char* const TSLKeyBoardConnectorOldPort = kOldInputPort.text;
 
 std::shared_ptr<TSLKeyBoardConnection> TSLKeyBoardConnection::initWithHub(
     const std::shared_ptr<TSLSession>& hub) {
@@ -121,7 +110,7 @@ void TSLKeyBoardConnection::connectAndWait(const std::shared_ptr<NetworkConnecti
 }
 
 bool TSLKeyBoardConnection::newInitialization() {
-  return sendBuffer(kOpening.data(), kOpening.size());
+  return sendBuffer(kKeyboardOpening.data(), kKeyboardOpening.size());
 }
 
 bool TSLKeyBoardConnection::sendBuffer(const void* bytes, std::uint64_t length) {
@@ -130,7 +119,7 @@ bool TSLKeyBoardConnection::sendBuffer(const void* bytes, std::uint64_t length) 
 }
 
 void TSLKeyBoardConnection::rcvKeyBoardEvent(const std::shared_ptr<NetworkConnection>& connection) {
-  connection->receive(kRecordLength,
+  connection->receive(KeyboardRecord::kSize,
                       [weak = weak_from_this(), connection](const Received& received) {
                         if (const auto self = weak.lock()) self->received(received, connection);
                       });
@@ -142,7 +131,7 @@ void TSLKeyBoardConnection::received(const Received& received,
   if (received.content && simulator) {
     const std::span<const std::uint8_t> bytes{*received.content};
     simulator->simulateKeyBoardEvent(
-        platform::getLittleEndian<0, std::uint64_t>(bytes.first<kRecordLength>()));
+        platform::getLittleEndian<0, std::uint64_t>(bytes.first<KeyboardRecord::kSize>()));
   }
   if (receiveEnded(received)) {
     if (simulator) simulator->releaseAll();

@@ -5,6 +5,7 @@
 #include "input/KeyMaps.h"
 #include "platform/Log.h"
 #include "platform/Services.h"
+#include "wire/KeyboardRecord.h"
 
 namespace tessel {
 
@@ -13,21 +14,6 @@ using platform::logPrivate;
 using platform::services;
 
 namespace {
-
-// Keyboard record: 8 bytes, little-endian.
-//   at  size  field         value
-//    0     4  cmd           8
-//    4     1  eventType     0
-//    5     1  key flag      0 to 3, below
-//    6     2  hub key code  signed; the key flag selects its table
-constexpr std::uint64_t kHeaderMask = 0xFF'FFFF'FFFF;  // cmd and eventType
-constexpr std::uint32_t kCmd = 8;
-constexpr std::uint32_t kEventType = 0;
-
-constexpr std::uint8_t KEY_DOWN_FLAG = 0;
-constexpr std::uint8_t KEY_UP_FLAG = 1;
-constexpr std::uint8_t SPECIAL_KEY_DOWN_FLAG = 2;
-constexpr std::uint8_t SPECIAL_KEY_UP_FLAG = 3;
 
 constexpr std::uint64_t kCapsLock = 0x10000;
 constexpr std::uint64_t kShift = 0x20000;
@@ -81,18 +67,17 @@ TSLKeyBoardSimulator::~TSLKeyBoardSimulator() {
   log("%s/%d: TSLKeyBoardSimulator dealloc\n", "-[TSLKeyBoardSimulator dealloc]", __LINE__);
 }
 
-void TSLKeyBoardSimulator::simulateKeyBoardEvent(std::uint64_t record) {
+void TSLKeyBoardSimulator::simulateKeyBoardEvent(std::uint64_t number) {
   static constexpr const char* kName = "-[TSLKeyBoardSimulator simulateKeyBoardEvent:]";
   log("%s: ENTER", kName);
-  if ((record & kHeaderMask) != kCmd) {
-    log("%s/%d:cmd=0x%x, eventType=0x%x, are not 0x%x & 0x%x", kName, __LINE__,
-        static_cast<std::uint32_t>(record), static_cast<unsigned>(record >> 32 & 0xFF), kCmd,
-        kEventType);
+  const auto record = KeyboardRecord::fromNumber(number);
+  if (!record.isValid()) {
+    log("%s/%d:cmd=0x%x, eventType=0x%x, are not 0x%x & 0x%x", kName, __LINE__, record.cmd,
+        record.eventType, KeyboardRecord::kCmd, unsigned{KeyboardRecord::kEventType});
     return;
   }
-  keyCodeFromHub_ = static_cast<std::int16_t>(static_cast<std::uint16_t>(record >> 48));
-  const auto keyFlag = static_cast<std::uint8_t>(record >> 40);
-  switch (keyFlag) {
+  keyCodeFromHub_ = record.keyCode;
+  switch (record.keyFlag) {
     case KEY_DOWN_FLAG:
       log("%s/%d: KEY_DOWN_FLAG", kName, __LINE__);
       simulateNormalKey(true);
@@ -110,7 +95,7 @@ void TSLKeyBoardSimulator::simulateKeyBoardEvent(std::uint64_t record) {
       simulateSpecialKey(false);
       break;
     default:
-      log("%s/%d: unknown command: 0x%x", kName, __LINE__, keyFlag);
+      log("%s/%d: unknown command: 0x%x", kName, __LINE__, record.keyFlag);
   }
 }
 

@@ -1,22 +1,22 @@
 #include "input/TSLMouseConnection.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <limits>
-#include <span>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "input/HubChannel.h"
-#include "input/MousePacket.h"
 #include "input/TSLMouseSimulator.h"
 #include "platform/Log.h"
 #include "platform/Services.h"
 #include "platform/base/ErrorText.h"
 #include "tessel/Constants.h"
 #include "tessel/TSLSession.h"
+#include "wire/ChannelCommand.h"
+#include "wire/MousePacket.h"
+#include "wire/Ports.h"
 
 namespace tessel {
 
@@ -26,21 +26,10 @@ using platform::NetworkConnection;
 using platform::Received;
 using platform::services;
 
-const char* const TSLMouseConnectorDefaultPort = "1494";
-const char* const TSLMouseConnectorOldPort = "8500";
+const char* const TSLMouseConnectorDefaultPort = kChannelsPort.text;
+const char* const TSLMouseConnectorOldPort = kOldInputPort.text;
 
 namespace {
-
-// Handshake messages, little-endian:
-//   at  size  field
-//    0     4  kind            2
-//    4     4  payload length
-//    8     n  payload
-constexpr std::array<std::uint8_t, 9> kStartCommand = {2, 0, 0, 0, 1, 0, 0, 0, 0};
-constexpr std::array<std::uint8_t, 10> kCursorCommand = {2, 0, 0, 0, 2, 0, 0, 0, 1, 1};
-constexpr std::array<std::uint8_t, 10> kCursorReply = {2, 0, 0, 0, 2, 0, 0, 0, 2, 1};
-constexpr std::array<std::uint8_t, 10> kCaptureCommand = {2, 0, 0, 0, 2, 0, 0, 0, 3, 1};
-constexpr std::array<std::uint8_t, 10> kCaptureReply = {2, 0, 0, 0, 2, 0, 0, 0, 4, 1};
 
 constexpr std::chrono::milliseconds kReportInterval{25};
 
@@ -161,7 +150,7 @@ void TSLMouseConnection::newInitialization(Completion completion) {
 bool TSLMouseConnection::sendOpening() {
   static constexpr const char* kName = "-[TSLMouseConnection newInitialization:]";
   log("%s: Sending startCommand", kName);
-  if (!sendBuffer(kStartCommand.data(), kStartCommand.size())) return false;
+  if (!sendBuffer(kMouseOpening.data(), kMouseOpening.size())) return false;
   log("%s: Sending cursorCommand", kName);
   return sendBuffer(kCursorCommand.data(), kCursorCommand.size());
 }
@@ -230,7 +219,7 @@ void TSLMouseConnection::receivedCaptureReply(const Received& received,
 
 void TSLMouseConnection::rcvMouseEvent(const std::shared_ptr<NetworkConnection>& connection) {
   log("%s: Enter", "-[TSLMouseConnection rcvMouseEvent:]");
-  connection->receive(MousePacket::kLength,
+  connection->receive(MousePacket::kSize,
                       [weak = weak_from_this(), connection](const Received& received) {
                         if (const auto self = weak.lock()) {
                           self->receivedMouseEvent(received, connection);
@@ -242,10 +231,8 @@ void TSLMouseConnection::receivedMouseEvent(const Received& received,
                                             const std::shared_ptr<NetworkConnection>& connection) {
   if (received.content) {
     const auto simulator = mouseSimulator();
-    const std::span<const std::uint8_t> bytes{*received.content};
-    if (simulator) {
-      simulator->simulateMouseEvent(MousePacket::fromBytes(bytes.first<MousePacket::kLength>()));
-    }
+    const auto packet = MousePacket::parse(*received.content);
+    if (simulator && packet) simulator->simulateMouseEvent(*packet);
   }
   if (receiveEnded(received)) {
     if (const auto simulator = mouseSimulator()) simulator->releaseAll();

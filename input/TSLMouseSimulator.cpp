@@ -45,7 +45,7 @@ void TSLMouseSimulator::simulateMouseEvent(const MousePacket& packet) {
   log("%s: ENTER", kName);
   if (!packet.isValid()) {
     log("%s/%d size=0x%x, packetType=0x%x, are not 0x%x & 0x%x", kName, 360, packet.size,
-        packet.packetType, unsigned{MousePacket::kLength}, unsigned{MousePacket::kPacketType});
+        packet.packetType, unsigned{MousePacket::kSize}, unsigned{MousePacket::kPacketType});
     return;
   }
   ptX_ = packet.x;

@@ -3,9 +3,9 @@
 #include <cstdint>
 #include <memory>
 
-#include "input/MousePacket.h"
 #include "platform/EventPoster.h"
 #include "tessel/Types.h"
+#include "wire/MousePacket.h"
 
 namespace tessel {
 

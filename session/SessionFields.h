@@ -10,6 +10,7 @@
 #include "session/Heartbeat.h"
 #include "session/StateRecord.h"
 #include "tessel/TSLSession.h"
+#include "wire/Ports.h"
 
 namespace tessel {
 
@@ -23,7 +24,7 @@ struct TSLSession::Fields {
   std::atomic<bool> newProtocol = false;
   std::atomic<bool> multiTokenProtocol = false;
   std::atomic<bool> busyStatus = false;
-  std::atomic<std::int32_t> lauchport = 55555;
+  std::atomic<std::int32_t> lauchport = kDetailsPort.number;
   StateRecord state{TSLSessionStateDisconnected};
   platform::Synchronized<std::shared_ptr<TSLDisplayConnection>> displayConnection;
   const std::optional<std::string> hostName;

@@ -8,6 +8,7 @@
 #include "session/deviceDetail.h"
 #include "tessel/TSLSession.h"
 #include "tessel/URLSession.h"
+#include "wire/DetailsURL.h"
 
 namespace tessel {
 namespace {
@@ -33,7 +34,7 @@ std::optional<Error> evaluate(const std::weak_ptr<TSLSession>& weak, const Bytes
 
 std::string TSLSession::deviceDetailsURL() const {
   platform::log("%s: ENTER/EXIT", "-[TSLSession deviceDetailsURL]");
-  return "http://" + hostName().value_or("(null)") + ":55555/device-details.xml";
+  return detailsURL(hostName().value_or("(null)"));
 }
 
 void TSLSession::fetchDeviceDetailsWithCompletionHandler(

@@ -12,7 +12,7 @@ namespace tessel::apps {
 namespace {
 
 constexpr int kWrongUsage = 2;
-constexpr std::size_t kLongestWord = 60;
+constexpr std::size_t kMaxWordLength = 60;
 
 bool isOption(std::string_view word) { return word.size() > 1 && word.front() == '-'; }
 
@@ -38,14 +38,14 @@ std::string namesOf(const std::vector<const CLI::App*>& commands, const std::str
   return names;
 }
 
-/// Looks the words over before CLI11 takes them: that would take an option for the value of the one
-/// before it, and its complaints are not made for the people who get to read them.
+/// Checks the words before CLI11 parses them: CLI11 accepts an option as the value of the one
+/// before it, and its messages are not meant for users.
 class Inspection {
  public:
   Inspection(const CLI::App& app, std::span<const char* const> words)
       : command_{&app}, words_{words} {}
 
-  /// Throws WrongUsage. Returns how many words count: what follows a call for help does not.
+  /// Throws WrongUsage. Returns how many words count: those after --help and --version do not.
   std::size_t run() {
     bool optionsEnded = false;
     while (taken_ < words_.size() && !answered_) {
@@ -149,7 +149,7 @@ std::optional<CommandLineAnswer> parseCommandLine(CLI::App& app, int argc,
     app.exit(success, text);
     return CommandLineAnswer{0, text.str()};
   } catch (const CLI::ParseError& error) {
-    return mistake(terminalText(error.what(), 4 * kLongestWord));
+    return mistake(terminalText(error.what(), 4 * kMaxWordLength));
   } catch (const WrongUsage& error) {
     return mistake(error.what());
   }
@@ -157,7 +157,7 @@ std::optional<CommandLineAnswer> parseCommandLine(CLI::App& app, int argc,
 }
 
 std::string quotedWord(std::string_view word) {
-  return '"' + terminalText(word, kLongestWord) + '"';
+  return '"' + terminalText(word, kMaxWordLength) + '"';
 }
 
 }  // namespace tessel::apps

@@ -19,22 +19,22 @@ struct CommandLineAnswer {
   std::string text;
 };
 
-/// A mistake in a command line: a plain sentence without its full stop. What parses an option, and
-/// a command's callback, may throw it.
+/// A mistake in a command line: a plain sentence without its full stop. Thrown by the parsers of
+/// options and by the callbacks of commands.
 class WrongUsage : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
 
-/// Parses the command line; none where the program can run. An option that takes a value gets one,
-/// not the next option and not an empty one, and is given once. Help and version are answered with
-/// exit code 0; every mistake with code 2 and one line that says what is wrong and where help is.
+/// Parses the command line; none if the program can run. An option that takes a value is given
+/// once, with a value that is neither empty nor the next option. The answer to help and version has
+/// exit code 0; to a mistake code 2, and one line that says what is wrong and where to find help.
 std::optional<CommandLineAnswer> parseCommandLine(CLI::App& app, int argc, const char* const* argv);
 
-/// A word of the user's in quotes, to stand in a sentence: safe to show, on one line and not long.
+/// A word of the user's in quotes for use in a sentence: safe to show, on one line, and cut.
 std::string quotedWord(std::string_view word);
 
-/// The decimal number that `text` is from its first to its last character, if it is one.
+/// The decimal number that all of `text` is; none if it is not a number.
 template <typename Number>
 std::optional<Number> numberFrom(std::string_view text) {
   Number number{};

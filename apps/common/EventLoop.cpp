@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cassert>
 #include <csignal>
 #include <cstdint>
 #include <poll.h>
@@ -9,15 +10,23 @@
 #include <unistd.h>
 #include <utility>
 
+#include "apps/common/PipeSignal.h"
 #include "tessel/MainQueue.h"
 
 namespace tessel::apps {
+namespace {
+
+constexpr EventLoop::Duration::rep kMaxWaitMilliseconds = 60'000;
+
+}  // namespace
 
 EventLoop::EventLoop() {
+  blockPipeSignal();
   sigset_t set;
   sigemptyset(&set);
-  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE}) sigaddset(&set, signal);
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&set, signal);
   pthread_sigmask(SIG_BLOCK, &set, nullptr);
+  sigaddset(&set, SIGPIPE);
   signals_ = signalfd(-1, &set, SFD_CLOEXEC | SFD_NONBLOCK);
 }
 
@@ -32,6 +41,7 @@ void EventLoop::run() {
 }
 
 bool EventLoop::runUntil(const std::function<bool()>& done, std::optional<Duration> timeout) {
+  assert(thread_.isCurrent());
   const auto deadline =
       timeout ? std::optional{std::chrono::steady_clock::now() + *timeout} : std::nullopt;
   for (;;) {
@@ -41,14 +51,14 @@ bool EventLoop::runUntil(const std::function<bool()>& done, std::optional<Durati
   }
 }
 
-// One wait, and what it woke up for.
+// One wait, then whatever ended it.
 void EventLoop::turn(std::optional<Time> deadline) {
   std::optional<Time> next = deadline;
   for (const Tick& tick : ticks_) next = next ? std::min(*next, tick.due) : tick.due;
   int wait = -1;
   if (next) {
     const auto left = std::chrono::ceil<Duration>(*next - std::chrono::steady_clock::now());
-    wait = static_cast<int>(std::clamp<Duration::rep>(left.count(), 0, 60'000));
+    wait = static_cast<int>(std::clamp<Duration::rep>(left.count(), 0, kMaxWaitMilliseconds));
   }
   std::array<pollfd, 2> sources{{{signals_, POLLIN, 0}, {mainQueueFileDescriptor(), POLLIN, 0}}};
   poll(sources.data(), sources.size(), wait);

@@ -5,15 +5,16 @@
 #include <optional>
 #include <vector>
 
+#include "apps/common/ThreadChecker.h"
+
 namespace tessel::apps {
 
-/// The loop of a program that links the library: runs the library's main queue, ticks, and turns
-/// SIGINT, SIGTERM and SIGHUP into an orderly end. So it does with SIGPIPE: a write to a pipe that
-/// nobody reads any more fails, and the loop ends where it was its own thread that wrote.
-/// Everything it calls, it calls on the thread that runs it.
+/// The loop of a program that links the library: runs the library's main queue and ticks, and turns
+/// SIGINT, SIGTERM and SIGHUP into an orderly end. A write to a pipe without a reader fails and, on
+/// the loop's own thread, ends the loop like those signals.
 ///
-/// Make it first in main(), while the process has one thread: it blocks those signals, and threads
-/// inherit that.
+/// Used on one thread, on which it calls everything. Make it first in main(), while the process has
+/// one thread: it blocks the signals, and threads inherit that.
 class EventLoop {
  public:
   using Duration = std::chrono::milliseconds;
@@ -55,6 +56,7 @@ class EventLoop {
   std::vector<Tick> ticks_;
   bool stopped_ = false;
   bool interrupted_ = false;
+  ThreadChecker thread_;
 };
 
 }  // namespace tessel::apps

@@ -13,8 +13,8 @@ using JsonValue = std::variant<std::nullptr_t, bool, std::int64_t, double, std::
 
 /// One JSON object on one line, its members in the order added.
 ///
-/// Everything but printable ASCII is written as an escape, so a line shown on a terminal does
-/// nothing to it; bytes that are no UTF-8 become U+FFFD.
+/// Everything but printable ASCII is escaped, so that a line is safe to show on a terminal; bytes
+/// that are not UTF-8 become U+FFFD.
 class JsonLine {
  public:
   /// An object whose first member is "event".

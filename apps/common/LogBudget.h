@@ -6,17 +6,17 @@
 
 namespace tessel::apps {
 
-/// Keeps a log file from growing for ever: a peer that sends nonsense causes a line for each piece
-/// of it, megabytes a second. One thread at a time.
+/// Bounds a log file: a peer that sends garbage causes a line for each piece of it, megabytes a
+/// second. One thread at a time.
 class LogBudget {
  public:
-  /// Hours of a mouse that never rests, days of one that mostly does.
-  static constexpr std::size_t kMostBytes = 256 << 20;
+  /// Hours of constant mouse movement, days of ordinary use.
+  static constexpr std::size_t kMaxBytes = 256 << 20;
 
-  explicit LogBudget(std::size_t bytes = kMostBytes) : bytesLeft_{bytes} {}
+  explicit LogBudget(std::size_t bytes = kMaxBytes) : bytesLeft_{bytes} {}
 
-  /// What to write where `line` and its end are to be written: the line; for the first one that
-  /// there is no room for, a sentence that the log ends; nothing from then on.
+  /// What to write for `line`, without its line feed: the line itself; for the first line that does
+  /// not fit, a sentence that the log ends; from then on nothing.
   std::optional<std::string_view> admit(std::string_view line);
 
  private:

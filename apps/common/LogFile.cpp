@@ -8,12 +8,10 @@
 #include "tessel/Log.h"
 
 namespace tessel::apps {
-
 namespace {
 
-// Makes the file if there is none, and keeps it from everybody but its owner: what the hub's user
-// types stands in it. What is no plain file (/dev/null, a pipe) is left as it is. Its descriptor,
-// or -1.
+// Creates the file if it is missing, and leaves only its owner access, since it holds what the
+// hub's user types. A device or a pipe keeps its permissions. The file's descriptor, or -1.
 int openPrivate(const std::string& path) {
   constexpr mode_t kOwnerOnly = S_IRUSR | S_IWUSR;
   const int file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, kOwnerOnly);
@@ -35,10 +33,10 @@ bool LogFile::open(const std::string& path) {
     setLogSink([](std::string_view line) { writeLine(std::cerr, line); });
     return true;
   }
-  const int looked = openPrivate(path);
-  if (looked < 0) return false;
+  const int descriptor = openPrivate(path);
+  if (descriptor < 0) return false;
   file_.open(path, std::ios::trunc);
-  close(looked);  // not before: a pipe's reader would take it for the end
+  close(descriptor);  // only now: to a pipe's reader it would be the end
   if (!file_) return false;
   setLogSink([this](std::string_view line) {
     if (const auto admitted = budget_.admit(line)) writeLine(file_, *admitted);

@@ -9,9 +9,9 @@
 
 namespace tessel::apps {
 
-/// Sends the library's log to a file for as long as it lives. Lines come as they are written, each
-/// flushed at once, so that a crash loses none. Only its owner can read the file: it holds what the
-/// hub's user types, and it does not grow for ever.
+/// Sends the library's log to a file for as long as it lives. Each line is flushed at once, so that
+/// a crash loses none. Only the file's owner can read it, since it holds what the hub's user types;
+/// its size is bounded by a LogBudget.
 class LogFile {
  public:
   explicit LogFile(LogBudget budget = LogBudget{}) : budget_{budget} {}
@@ -22,7 +22,7 @@ class LogFile {
   /// `-` is standard error, which is not bounded. False when the file cannot be written.
   bool open(const std::string& path);
 
-  /// Writes one line of the library's, which may end with a line feed or not.
+  /// Writes one line of the library's log, whether or not it ends with a line feed.
   static void writeLine(std::ostream& out, std::string_view line);
 
  private:

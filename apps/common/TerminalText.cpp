@@ -14,12 +14,12 @@ namespace {
 constexpr std::string_view kCut = "...";
 
 struct Character {
-  std::optional<char32_t> codePoint;  // none: a byte that is no UTF-8
+  std::optional<char32_t> codePoint;  // none: a byte that is not UTF-8
   std::size_t size = 1;               // in bytes
 };
 
 // The character at the start of `text`, which is not empty. Overlong forms, surrogates and code
-// points beyond the last are no UTF-8.
+// points beyond the last are not UTF-8.
 Character firstCharacter(std::string_view text) {
   const auto byteAt = [&text](std::size_t i) { return static_cast<std::uint8_t>(text[i]); };
   const std::uint8_t lead = byteAt(0);
@@ -43,11 +43,11 @@ Character firstCharacter(std::string_view text) {
   return {value, size};
 }
 
-// Whether a terminal would do something else with it than draw it in its place.
+// Whether a terminal would interpret it instead of drawing it.
 bool isInterpreted(char32_t c) {
   return c < 0x20 || (c >= 0x7F && c <= 0x9F) ||  // control characters
          c == 0x061C || (c >= 0x200B && c <= 0x200F) || (c >= 0x2028 && c <= 0x202E) ||
-         (c >= 0x2060 && c <= 0x206F) || c == 0xFEFF ||  // invisible, or turn the direction
+         (c >= 0x2060 && c <= 0x206F) || c == 0xFEFF ||  // invisible, or of writing direction
          (c >= 0xFFF9 && c <= 0xFFFB) || (c >= 0xE0000 && c <= 0xE0FFF);
 }
 
@@ -57,15 +57,15 @@ std::string escaped(std::uint32_t value) {
   return text.data();
 }
 
-// How the character at the start of `text` is shown.
+// The character at the start of `text`, as it is shown.
 std::string shownAs(const Character& character, std::string_view text) {
   if (!character.codePoint) return escaped(static_cast<std::uint8_t>(text[0]));
   if (isInterpreted(*character.codePoint)) return escaped(*character.codePoint);
   return std::string{text.substr(0, character.size)};
 }
 
-// None for an accent that joins the letter before it, two for an ideograph. The C library knows
-// that in a UTF-8 locale, which need not be the user's; what it does not know is taken for one.
+// 0 for a combining accent, 2 for an ideograph. wcwidth() needs a UTF-8 locale, which the user's
+// may not be; a character unknown to it counts as 1.
 std::size_t columnsOf(char32_t c) {
   static const locale_t utf8 = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
   const locale_t before = uselocale(utf8);
@@ -76,25 +76,25 @@ std::size_t columnsOf(char32_t c) {
 
 }  // namespace
 
-std::string terminalText(std::string_view text, std::size_t most) {
+std::string terminalText(std::string_view text, std::size_t maxLength) {
   std::string shown;
   std::size_t columns = 0;
   for (std::size_t count = 0; !text.empty(); ++count) {
     const Character character = firstCharacter(text);
     const std::string piece = shownAs(character, text);
     columns += columnCount(piece);
-    // The characters too: letters can carry accents without end.
-    if (columns > most || count == most) return shown += kCut;
+    // Characters too: a letter can carry any number of accents, which take no column.
+    if (columns > maxLength || count == maxLength) return shown += kCut;
     shown += piece;
     text.remove_prefix(character.size);
   }
   return shown;
 }
 
-std::string cutText(std::string_view text, std::size_t most) {
+std::string cutText(std::string_view text, std::size_t maxLength) {
   std::string_view rest = text;
   for (std::size_t count = 0; !rest.empty(); ++count) {
-    if (count == most) {
+    if (count == maxLength) {
       return std::string{text.substr(0, text.size() - rest.size())}.append(kCut);
     }
     rest.remove_prefix(firstCharacter(rest).size);

@@ -1,38 +1,19 @@
-#include "CastSession.h"
+#include "apps/tessel-hub/CastSession.h"
 
 #include <asio/post.hpp>
+#include <cassert>
 #include <utility>
 
-#include "tessel/DisplayMessages.h"
+#include "apps/tessel-hub/channels/ContextCheck.h"
+#include "wire/ControlMessages.h"
+#include "wire/MessageHeader.h"
 
 namespace tessel::hub {
 namespace {
 
 // Long enough for a sender to start its encoder.
-constexpr std::chrono::seconds kContextPatience{30};
+constexpr std::chrono::seconds kContextTimeout{30};
 constexpr std::chrono::seconds kStatsInterval{1};
-
-// The hub's messages:
-//   at  size  field
-//    0     2  length, little-endian
-//    2     1  command
-//    3     1  0
-// What follows means nothing to a sender.
-constexpr std::uint8_t kContextResponse = 0x81;
-constexpr std::uint8_t kFrameAcknowledgement = 0x87;
-
-std::vector<std::uint8_t> contextResponse() {
-  DestroyContextMsg message = DefaultDestroyContextMsg();
-  message[2] = kContextResponse;
-  return {message.begin(), message.end()};
-}
-
-std::vector<std::uint8_t> frameAcknowledgement() {
-  SimpleControlMsg message{};
-  DefaultSimpleControlMsg(message);
-  message[2] = kFrameAcknowledgement;
-  return {message.begin(), message.end()};
-}
 
 double seconds(std::chrono::steady_clock::duration duration) {
   return std::chrono::duration<double>(duration).count();
@@ -52,8 +33,9 @@ CastSession::CastSession(Surroundings surroundings, std::shared_ptr<ChannelStrea
 CastSession::~CastSession() { closeChannels(); }
 
 void CastSession::start() {
+  assert(isCurrent());
   startedAt_ = lastTickAt_ = std::chrono::steady_clock::now();
-  timer_.expires_after(kContextPatience);
+  timer_.expires_after(kContextTimeout);
   timer_.async_wait([weak = weak_from_this()](const asio::error_code& error) {
     const std::shared_ptr<CastSession> self = weak.lock();
     if (!error && self && !self->request_) self->end("the sender never asked for a context");
@@ -65,7 +47,7 @@ void CastSession::onContextRequest(std::span<const std::uint8_t> message) {
   if (ending_) return;
   if (request_) return end("the sender asked for a second context");
   std::string problem;
-  request_ = ContextRequest::parse(message, problem);
+  request_ = servedRequest(message, problem);
   if (!request_) return end(problem);
   const int width = static_cast<int>(request_->width);
   const int height = static_cast<int>(request_->height);
@@ -75,8 +57,12 @@ void CastSession::onContextRequest(std::span<const std::uint8_t> message) {
   surroundings_.reporter.connected(address(), width, height);
   startedAt_ = lastTickAt_ = std::chrono::steady_clock::now();
   tick();
-  display_->send(contextResponse());
+  display_->send(contextMessage(VSCH_CMD_CREATE_CONTEXT_RESPONSE));
   inputChanged();
+}
+
+bool CastSession::isCurrent() const {
+  return surroundings_.context.get_executor().running_in_this_thread();
 }
 
 void CastSession::makePipeline() {
@@ -118,16 +104,16 @@ void CastSession::onOtherMessage(std::uint8_t command) {
   surroundings_.log.line("display command " + std::to_string(command) + " skipped");
 }
 
-// Every frame is acknowledged, also one that could not be shown: the sender has given a credit for
-// it and would stop after six of them.
+// Acknowledges every frame, shown or not: each has taken one of the sender's six credits.
 void CastSession::frameDone(const FrameReport& report) {
+  assert(isCurrent());
   if (report.shown) ++shown_;
   if (!report.problem.empty()) {
     surroundings_.log.line("frame " + std::to_string(report.number) + ": " + report.problem);
   }
   if (surroundings_.frameEvents) surroundings_.reporter.frame(report);
   if (ending_) return;
-  display_->send(frameAcknowledgement());
+  display_->send(controlMessage(VSCH_CMD_CONTROL_C2H));
   if (player_) player_->framesShown(shown_);
 }
 
@@ -162,6 +148,7 @@ void CastSession::addKeyboard(std::shared_ptr<ChannelStream> stream) {
 }
 
 void CastSession::inputChanged() {
+  assert(isCurrent());
   if (!input_) return;
   const bool wasReady = input_->ready();
   mouse_&& mouseReady_ ? input_->attachMouse(mouse_->stream()) : input_->detachMouse();
@@ -209,6 +196,7 @@ void CastSession::closeChannels() {
 }
 
 void CastSession::end(const std::string& problem) {
+  assert(isCurrent());
   if (std::exchange(ending_, true)) return;
   problem_ = problem;
   if (input_) input_->releaseAll();
@@ -221,6 +209,7 @@ void CastSession::end(const std::string& problem) {
 }
 
 void CastSession::finished() {
+  assert(isCurrent());
   surroundings_.screen.end();
   ended_(statsSince(startedAt_, 0), problem_);
 }

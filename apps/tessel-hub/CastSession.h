@@ -9,29 +9,29 @@
 #include <optional>
 #include <string>
 
-#include "ContextRequest.h"
-#include "DisplayReceiver.h"
-#include "FramePipeline.h"
-#include "HubLog.h"
-#include "HubReporter.h"
-#include "HubScreen.h"
-#include "InputSender.h"
-#include "KeyboardChannel.h"
-#include "MouseChannel.h"
-#include "Script.h"
-#include "ScriptPlayer.h"
-#include "StreamRecorder.h"
+#include "apps/tessel-hub/channels/DisplayReceiver.h"
+#include "apps/tessel-hub/channels/InputSender.h"
+#include "apps/tessel-hub/channels/KeyboardChannel.h"
+#include "apps/tessel-hub/channels/MouseChannel.h"
+#include "apps/tessel-hub/report/HubLog.h"
+#include "apps/tessel-hub/report/HubReporter.h"
+#include "apps/tessel-hub/script/Script.h"
+#include "apps/tessel-hub/script/ScriptPlayer.h"
+#include "apps/tessel-hub/video/FramePipeline.h"
+#include "apps/tessel-hub/video/HubScreen.h"
+#include "apps/tessel-hub/video/StreamRecorder.h"
+#include "wire/ContextRequest.h"
 
 namespace tessel::hub {
 
 /// One sender's cast, from the opening of its display channel to the end of that: its channels,
 /// its pictures and the input that goes back.
 ///
-/// Lives on the thread that runs its io_context. Owned by shared_ptr, so that a report that comes
-/// late can find it gone.
+/// Runs on the thread of its io_context. Owned by shared_ptr: what is posted to that thread holds
+/// it weakly.
 class CastSession final : public std::enable_shared_from_this<CastSession>, FrameAssembler::Sink {
  public:
-  /// What a session works with; all of it outlives every session.
+  /// What a session works with. The references outlive every session.
   struct Surroundings {
     asio::io_context& context;
     HubScreen& screen;
@@ -41,10 +41,10 @@ class CastSession final : public std::enable_shared_from_this<CastSession>, Fram
     const std::optional<Script>& script;
     bool frameEvents = false;
     std::function<void(const Picture&)> decoded;  ///< any thread
-    std::function<void()> quit;                   ///< the script asks the hub to end
+    std::function<void()> quit;                   ///< the script ends the hub
   };
 
-  /// The session is over; `problem` is empty when the sender just ended.
+  /// The session is over; `problem` is empty when the sender ended it.
   using EndHandler =
       std::function<void(const HubReporter::Stats& stats, const std::string& problem)>;
 
@@ -55,8 +55,7 @@ class CastSession final : public std::enable_shared_from_this<CastSession>, Fram
   /// Takes an input channel of this session's sender; a second one of its kind is refused.
   void addMouse(std::shared_ptr<ChannelStream> stream);
   void addKeyboard(std::shared_ptr<ChannelStream> stream);
-  /// Ends the session; the end handler is called once the screen has
-  /// its last picture.
+  /// Ends the session; the end handler is called once the screen has its last picture.
   void end(const std::string& problem);
 
   const std::string& address() const { return display_->address(); }
@@ -71,6 +70,8 @@ class CastSession final : public std::enable_shared_from_this<CastSession>, Fram
   void onFrame(std::vector<std::uint8_t> frame) override;
   void onOtherMessage(std::uint8_t command) override;
 
+  /// Whether this is the io_context's thread.
+  bool isCurrent() const;
   void makePipeline();
   void frameDone(const FrameReport& report);
   void inputChanged();
@@ -101,7 +102,7 @@ class CastSession final : public std::enable_shared_from_this<CastSession>, Fram
   std::uint64_t shown_ = 0;
   std::uint64_t bytes_ = 0;
 
-  std::unique_ptr<FramePipeline> pipeline_;  // the last member: its thread reports to the others
+  std::unique_ptr<FramePipeline> pipeline_;  // the last member: its thread uses the others
 };
 
 }  // namespace tessel::hub

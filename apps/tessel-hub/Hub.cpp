@@ -1,30 +1,25 @@
-#include "Hub.h"
+#include "apps/tessel-hub/Hub.h"
 
 #include <asio/post.hpp>
+#include <cassert>
 #include <csignal>
-#include <cstdlib>
 #include <fstream>
 #include <stdexcept>
 #include <utility>
 
-#include "Addresses.h"
-#include "Snapshot.h"
-#include "tessel/Constants.h"
+#include "apps/tessel-hub/announce/Addresses.h"
+#include "apps/tessel-hub/video/Snapshot.h"
+#include "platform/posix/Thread.h"
+#include "wire/Ports.h"
 
 namespace tessel::hub {
 namespace {
 
-std::uint16_t portNumber(const char* text) {
-  return static_cast<std::uint16_t>(std::strtoul(text, nullptr, 10));
-}
-
-std::uint16_t displayPort() { return portNumber(TSLDisplayConnectorDefaultPort); }
-
 std::uint16_t inputPort(bool newProtocol) {
-  return portNumber(newProtocol ? TSLMouseConnectorDefaultPort : TSLMouseConnectorOldPort);
+  return newProtocol ? kChannelsPort.number : kOldInputPort.number;
 }
 
-// As nohup has it.
+// nohup ignores SIGHUP.
 bool isIgnored(int signal) {
   struct sigaction action {};
   return sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
@@ -60,7 +55,7 @@ void Hub::start(std::optional<Script> script) {
   if (!isIgnored(SIGHUP)) signals_.add(SIGHUP);
   awaitSignal();
   work_.emplace(context_.get_executor());
-  thread_ = std::thread{[this] { context_.run(); }};
+  thread_ = platform::startThread("hub.channels", [this] { context_.run(); });
   reportListening();
 }
 
@@ -82,7 +77,7 @@ void Hub::startChannels() {
   const bool newProtocol = options_.variant.newProtocol;
   ChannelAcceptor::Settings settings{
       .address = asio::ip::make_address(options_.bind),
-      .port = displayPort(),
+      .port = kChannelsPort.number,
       .newProtocol = newProtocol,
       .takesDisplay = true,
       .tls = options_.tlsPort != 0 ? &tls_ : nullptr,
@@ -131,8 +126,8 @@ void Hub::reportListening() {
                        .senderAddresses = addressesForSenders(options_.bind),
                        .name = options_.name,
                        .version = options_.variant.version,
-                       .detailsPort = HttpService::kDetailsPort,
-                       .displayPort = displayPort(),
+                       .detailsPort = kDetailsPort.number,
+                       .displayPort = kChannelsPort.number,
                        .inputPort = inputPort(options_.variant.newProtocol),
                        .tlsPort = options_.tlsPort});
 }
@@ -150,12 +145,13 @@ void Hub::awaitSignal() {
 }
 
 void Hub::opened(ChannelKind kind, const std::shared_ptr<ChannelStream>& stream) {
-  if (kind == ChannelKind::display) return openedDisplay(stream);
+  assert(onChannelsThread());
+  if (kind == ChannelKind::kDisplay) return openedDisplay(stream);
   if (!session_ || session_->address() != stream->address()) {
     log_.line("an input channel from " + stream->address() + ", which does not cast, was closed");
     return stream->close();
   }
-  kind == ChannelKind::mouse ? session_->addMouse(stream) : session_->addKeyboard(stream);
+  kind == ChannelKind::kMouse ? session_->addMouse(stream) : session_->addKeyboard(stream);
 }
 
 void Hub::openedDisplay(const std::shared_ptr<ChannelStream>& stream) {
@@ -175,7 +171,7 @@ void Hub::openedDisplay(const std::shared_ptr<ChannelStream>& stream) {
           .frameEvents = options_.frameEvents,
           .decoded =
               [this](const Picture& picture) {
-                const std::lock_guard lock{pictureMutex_};
+                const platform::MutexLock lock{pictureMutex_};
                 lastPicture_ = picture;
               },
           .quit = [this] { quit(); },
@@ -187,9 +183,10 @@ void Hub::openedDisplay(const std::shared_ptr<ChannelStream>& stream) {
 }
 
 void Hub::sessionEnded(const HubReporter::Stats& stats, const std::string& problem) {
+  assert(onChannelsThread());
   session_.reset();
   application_.end();
-  reporter_.ended(stats, problem);  // who hears of it finds the hub free
+  reporter_.ended(stats, problem);  // last: its reader may cast at once
   if (quitting_) screen_.quit();
 }
 
@@ -197,7 +194,10 @@ void Hub::quit() {
   asio::post(context_, [this] { quitOnThread(); });
 }
 
+bool Hub::onChannelsThread() { return context_.get_executor().running_in_this_thread(); }
+
 void Hub::quitOnThread() {
+  assert(onChannelsThread());
   if (std::exchange(quitting_, true)) return;
   for (const std::unique_ptr<ChannelAcceptor>& acceptor : acceptors_) acceptor->close();
   session_ ? session_->end({}) : screen_.quit();
@@ -211,7 +211,7 @@ void Hub::withInput(std::function<void(InputSender&)> use) {
 
 void Hub::writeSnapshot() {
   if (options_.snapshot.empty()) return;
-  std::unique_lock lock{pictureMutex_};
+  platform::MutexLock lock{pictureMutex_};
   const std::optional<Picture> picture = lastPicture_;
   lock.unlock();
   if (!picture) return reporter_.notice("There is no picture yet to take a snapshot of.");

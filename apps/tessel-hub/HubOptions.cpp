@@ -1,4 +1,4 @@
-#include "HubOptions.h"
+#include "apps/tessel-hub/HubOptions.h"
 
 #include <CLI/CLI.hpp>
 #include <array>
@@ -6,8 +6,7 @@
 #include <unistd.h>
 #include <utility>
 
-#include "HttpService.h"
-#include "tessel/Constants.h"
+#include "wire/Ports.h"
 
 namespace tessel::hub {
 namespace {
@@ -47,10 +46,10 @@ int tlsPortFrom(const std::string& text) {
   if (!port || *port < 1 || *port > 65535) {
     throw WrongUsage{"--tls takes a port from 1 to 65535, not " + quotedWord(text)};
   }
-  const std::string number = std::to_string(*port);
-  if (*port == HttpService::kDetailsPort || number == TSLDisplayConnectorDefaultPort ||
-      number == TSLMouseConnectorOldPort) {
-    throw WrongUsage{"Port " + number + " is one of the hub's others: give --tls another one"};
+  if (*port == kDetailsPort.number || *port == kChannelsPort.number ||
+      *port == kOldInputPort.number) {
+    throw WrongUsage{"Port " + std::to_string(*port) +
+                     " is one of the hub's others: give --tls another one"};
   }
   return *port;
 }

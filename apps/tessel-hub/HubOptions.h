@@ -4,12 +4,12 @@
 #include <string>
 #include <variant>
 
-#include "ProtocolVariant.h"
 #include "apps/common/CommandLine.h"
+#include "apps/tessel-hub/http/ProtocolVariant.h"
 
 namespace tessel::hub {
 
-/// What the command line asks for.
+/// The options of the command line.
 struct HubOptions {
   static constexpr int kDefaultTlsPort = 8443;
 

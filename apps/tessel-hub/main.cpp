@@ -1,4 +1,3 @@
-#include <csignal>
 #include <cstdio>
 #include <exception>
 #include <fstream>
@@ -10,16 +9,17 @@
 #include <utility>
 #include <variant>
 
-#include "Addresses.h"
-#include "Advertiser.h"
-#include "HeadlessScreen.h"
-#include "Hub.h"
-#include "HubLog.h"
-#include "HubOptions.h"
-#include "HubReporter.h"
-#include "HubWindow.h"
-#include "Script.h"
+#include "apps/common/PipeSignal.h"
 #include "apps/common/TerminalText.h"
+#include "apps/tessel-hub/Hub.h"
+#include "apps/tessel-hub/HubOptions.h"
+#include "apps/tessel-hub/announce/Addresses.h"
+#include "apps/tessel-hub/announce/Advertiser.h"
+#include "apps/tessel-hub/report/HubLog.h"
+#include "apps/tessel-hub/report/HubReporter.h"
+#include "apps/tessel-hub/script/Script.h"
+#include "apps/tessel-hub/window/HeadlessScreen.h"
+#include "apps/tessel-hub/window/HubWindow.h"
 
 namespace {
 
@@ -42,7 +42,7 @@ std::optional<Script> loadScript(const std::string& path) {
   throw std::runtime_error{"The script " + path + " cannot be read."};  // a folder, for one
 }
 
-// Null if there is to be none, or if there can be none.
+// Null if the options want none, or if none can be opened.
 std::unique_ptr<HubWindow> openWindow(const HubOptions& options, HubReporter& reporter) {
   if (options.headless) return nullptr;
   try {
@@ -87,8 +87,8 @@ int run(const HubOptions& options, std::optional<Script> script) {
 
 // The sentence may hold words of the user's, such as a path.
 int complain(const std::exception& error, int exitCode) {
-  constexpr std::size_t kLongest = 5000;  // a path and what is said about it
-  const std::string sentence = tessel::apps::terminalText(error.what(), kLongest);
+  constexpr std::size_t kMaxColumns = 5000;  // a path and what is said about it
+  const std::string sentence = tessel::apps::terminalText(error.what(), kMaxColumns);
   std::fprintf(stderr, "tessel-hub: %s\n", sentence.c_str());
   return exitCode;
 }
@@ -112,8 +112,7 @@ int runWithArguments(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  // A reader of standard output that goes away must not end a cast.
-  std::signal(SIGPIPE, SIG_IGN);
+  tessel::apps::blockPipeSignal();
   try {
     return runWithArguments(argc, argv);
   } catch (const std::exception& error) {

@@ -2,11 +2,13 @@
 
 #include <chrono>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "apps/tessel/CastReport.h"
 #include "apps/tessel/Explain.h"
 #include "tessel/TSLSession.h"
+#include "wire/Ports.h"
 
 namespace tessel::apps {
 namespace {
@@ -14,11 +16,33 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto kTick = 250ms;
-// A hub that answers the mouse handshake wrongly leaves the connect waiting for ever; a firewall
-// that swallows what is sent to the channel's port, for half a minute.
-constexpr auto kPatience = 10s;
+// A hub that answers the mouse handshake wrongly leaves the connect waiting without end; a firewall
+// that drops what is sent to the channel's port, for half a minute.
+constexpr auto kMouseStepTimeout = 10s;
 
-/// One run of `tessel cast`. Lives on the loop's thread; the session calls it there too.
+enum class Step { kDetails, kReceiver, kMouse, kKeyboard };
+
+Step currentStep(const TSLSession& session) {
+  if (!session.applicationURL()) return Step::kDetails;
+  if (session.keyBoardConnection()) return Step::kKeyboard;
+  return session.mouseConnection() ? Step::kMouse : Step::kReceiver;
+}
+
+const char* describe(Step step) {
+  switch (step) {
+    case Step::kDetails:
+      return "asking the hub for its details";
+    case Step::kReceiver:
+      return "starting the receiver on the hub";
+    case Step::kMouse:
+      return "opening the mouse channel";
+    case Step::kKeyboard:
+      return "opening the keyboard channel";
+  }
+  return "";
+}
+
+/// One run of `tessel cast`. Runs on the loop's thread, on which the session calls it too.
 class Caster : public TSLSessionDelegate {
  public:
   Caster(EventLoop& loop, const CastOptions& options)
@@ -48,7 +72,7 @@ class Caster : public TSLSessionDelegate {
   }
 
   void connectionFailedWithError(const std::shared_ptr<TSLSession>&, const Error& error) override {
-    if (!ending_) {  // what breaks off because the user ends it is no failure
+    if (!ending_) {  // a session that the user ends has not failed
       report_.failed(error);
       exitCode_ = 1;
     }
@@ -68,29 +92,23 @@ class Caster : public TSLSessionDelegate {
   }
 
   void waitForConnection(std::chrono::steady_clock::time_point now) {
-    const std::string step = currentStep();
-    report_.connecting(step);
+    const Step step = currentStep(*session_);
+    report_.connecting(describe(step));
     if (step != step_) {
       step_ = step;
       stepBegan_ = now;
-    } else if (step == kMouseStep && now - stepBegan_ >= kPatience && !warned_) {
+    } else if (step == Step::kMouse && now - stepBegan_ >= kMouseStepTimeout && !warned_) {
       warned_ = true;
       report_.notice(
-          "The mouse channel is not open yet: the hub has not answered, or its answer was not "
-          "understood. Check that no firewall blocks its ports 1494 and 8500. Still waiting; press "
-          "Ctrl-C to give up.");
+          std::string{"The mouse channel is not open yet: the hub has not answered, or its answer "
+                      "was not understood. Check that no firewall blocks its ports "} +
+          kChannelsPort.text + " and " + kOldInputPort.text +
+          ". Still waiting; press Ctrl-C to give up.");
     }
   }
 
-  std::string currentStep() const {
-    if (!session_->applicationURL()) return "asking the hub for its details";
-    if (session_->keyBoardConnection()) return "opening the keyboard channel";
-    if (session_->mouseConnection()) return kMouseStep;
-    return "starting the receiver on the hub";
-  }
-
   void end() {
-    if (ending_) return loop_.stop();  // asked twice: do not wait for the session
+    if (ending_) return loop_.stop();  // the second request does not wait for the session
     ending_ = true;
     const TSLSessionStatistics last = session_->statistics();
     const bool idle = session_->state() == TSLSessionStateDisconnected;
@@ -103,14 +121,12 @@ class Caster : public TSLSessionDelegate {
     return static_cast<int>((std::chrono::steady_clock::now() - *connectedAt_) / 1s);
   }
 
-  static constexpr const char* kMouseStep = "opening the mouse channel";
-
   EventLoop& loop_;
   const CastOptions& options_;
   CastReport report_;
   const std::shared_ptr<TSLSession> session_;
   std::optional<std::chrono::steady_clock::time_point> connectedAt_;
-  std::string step_;
+  std::optional<Step> step_;
   std::chrono::steady_clock::time_point stepBegan_;
   bool warned_ = false;
   bool ending_ = false;
@@ -124,7 +140,7 @@ int runCast(EventLoop& loop, const CastOptions& options) {
   if (const auto obstacle = selectScreenSource(options.screen, options.patternSize)) {
     const Error error{"AVFoundationErrorDomain", -11800, obstacle->sentence};
     CastReport{options.host, options.json, options.stats}.failed(
-        error, withOption(obstacle->sentence + " " + obstacle->advice));
+        error, explain(*obstacle, options.screen));
     return 1;
   }
   const auto caster = std::make_shared<Caster>(loop, options);

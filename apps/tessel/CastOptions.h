@@ -9,7 +9,7 @@
 
 namespace tessel::apps {
 
-/// What `tessel cast` was asked to do.
+/// The options of `tessel cast`.
 struct CastOptions {
   std::string host;                ///< address or name
   std::optional<double> duration;  ///< seconds; none: until interrupted

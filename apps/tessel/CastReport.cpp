@@ -16,7 +16,7 @@
 namespace tessel::apps {
 namespace {
 
-constexpr std::size_t kLongestHost = 253;  // of a name
+constexpr std::size_t kMaxHostLength = 253;  // of a name
 
 void emit(const JsonLine& line) { std::cout << line.text() << std::endl; }
 
@@ -27,7 +27,7 @@ double encodeMilliseconds(const TSLSessionStatistics& from, const TSLSessionStat
   return rounded(1000 * (to.encodeSeconds - from.encodeSeconds) / static_cast<double>(frames));
 }
 
-// The text as far as it fits on one line: what wraps cannot be taken back.
+// The text, cut to one line: a line that wraps could not be overwritten.
 std::string fitted(const std::string& text, std::size_t columns) {
   constexpr std::size_t kRoomForCut = 4;  // "..." and the cursor
   if (columnCount(text) < columns) return text;
@@ -37,15 +37,15 @@ std::string fitted(const std::string& text, std::size_t columns) {
 }  // namespace
 
 std::optional<std::size_t> CastReport::terminalColumns() {
-  constexpr std::size_t kUsual = 80;
+  constexpr std::size_t kDefault = 80;
   if (isatty(STDERR_FILENO) != 1) return std::nullopt;
   winsize size{};
   const bool known = ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
-  return known ? size.ws_col : kUsual;
+  return known ? size.ws_col : kDefault;
 }
 
 CastReport::CastReport(const std::string& host, bool json, bool stats, Columns columns)
-    : host_{terminalText(host, kLongestHost)}, json_{json}, stats_{stats}, columns_{columns} {}
+    : host_{terminalText(host, kMaxHostLength)}, json_{json}, stats_{stats}, columns_{columns} {}
 
 void CastReport::state(std::int64_t state) {
   if (json_) emit(JsonLine{"state"}.add("state", state));
@@ -98,7 +98,7 @@ void CastReport::casting(Seconds elapsed, const TSLSessionStatistics& now) {
   const double megabits = static_cast<double>(now.bytesSent - before.bytesSent) * 8 / 1e6 / passed;
   std::ostringstream text;
   text << std::fixed << std::setprecision(1);
-  // The line above names the hub; with all the numbers there is no room for it.
+  // An earlier line names the hub; beside all the numbers there is no room for it.
   if (!stats_) text << "Casting to " << host_ << "  ";
   text << seconds / 60 << ":" << std::setw(2) << std::setfill('0') << seconds % 60 << "  " << rate
        << " frames/s  " << megabits << " Mbit/s";

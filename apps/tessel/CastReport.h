@@ -11,30 +11,29 @@
 
 namespace tessel::apps {
 
-/// What `tessel cast` tells its user: to a program as one JSON object a line on standard output, or
-/// to a person as plain lines on standard error, with a line that changes in place on a terminal.
-/// Main thread.
+/// Reports a cast: to a program as one JSON object a line on standard output, or to a person as
+/// plain lines on standard error, with a line that changes in place on a terminal. Main thread.
 class CastReport {
  public:
-  /// How wide the terminal on standard error is now; none where it is none.
+  /// The present width of the terminal on standard error; none if that is no terminal.
   using Columns = std::optional<std::size_t> (*)();
   static std::optional<std::size_t> terminalColumns();
 
-  /// `host` is what the user typed or a hub sent.
+  /// `host` may hold anything: the user typed it, or a hub sent it.
   CastReport(const std::string& host, bool json, bool stats, Columns columns = terminalColumns);
 
   void state(std::int64_t state);
   /// The session failed.
   void failed(const Error& error);
-  /// Something else did, which `sentence` tells a person.
+  /// Something else failed; `sentence` explains it to a person.
   void failed(const Error& error, const std::string& sentence);
-  /// The connect step under way, in plain words. Told as often as one likes.
+  /// The connect step under way, in plain words. May be called again with the same step.
   void connecting(const std::string& step);
-  /// Casting begins; `first` is what has been done until now.
+  /// Casting begins; later rates do not count what `first` does.
   void connected(Size size, const TSLSessionStatistics& first);
   /// Once a second while casting, `elapsed` since it began.
   void casting(Seconds elapsed, const TSLSessionStatistics& now);
-  /// A sentence about something out of the ordinary.
+  /// A sentence about something that the user should know.
   void notice(const std::string& sentence);
   void ended(int seconds, const TSLSessionStatistics& last);
 

@@ -20,10 +20,10 @@ namespace tessel::apps {
 namespace {
 
 constexpr std::chrono::milliseconds kRedraw{500};
-// Every hub in range is heard in a few seconds.
-constexpr std::chrono::seconds kPatience{10};
-constexpr std::size_t kLongestName = 64;
-constexpr int kStrengthUnknown = 127;  // what controllers report that cannot tell
+// Every hub in range is found in a few seconds.
+constexpr std::chrono::seconds kQuietTimeout{10};
+constexpr std::size_t kMaxNameLength = 64;
+constexpr int kStrengthUnknown = 127;  // reported by a controller that does not know it
 
 std::optional<EventLoop::Duration> milliseconds(std::optional<double> seconds) {
   if (!seconds) return std::nullopt;
@@ -55,7 +55,7 @@ void followBluetooth(std::function<void(BVGBluetoothState)> next) {
       ->subscribeNext(std::move(next));
 }
 
-// What cannot be used is something to do something about; the doctor knows what.
+// With a pointer to the doctor where Bluetooth cannot be used.
 std::string sentenceFor(BVGBluetoothState state) {
   std::string sentence = BVBluetoothStateDescription(state);
   if (state == BVGBluetoothStatePoweredOn) return sentence;
@@ -63,7 +63,9 @@ std::string sentenceFor(BVGBluetoothState state) {
          " \"tessel doctor\" says what to do about it.";
 }
 
-std::string quoted(const std::string& name) { return '"' + terminalText(name, kLongestName) + '"'; }
+std::string quoted(const std::string& name) {
+  return '"' + terminalText(name, kMaxNameLength) + '"';
+}
 
 std::string heardSoFar(const std::vector<Hub>& hubs) {
   if (hubs.empty()) return "No hub has been heard so far.";
@@ -120,7 +122,7 @@ class Lister : public std::enable_shared_from_this<Lister> {
     } else {
       report_->present(*hub);
     }
-    // Changes of the signal alone are drawn with the next tick.
+    // A change of the signal alone is drawn at the next tick.
     if (change.kind != BeaconListChange::Kind::kUpdate) draw();
   }
 
@@ -149,7 +151,7 @@ std::optional<std::string> waitForHub(EventLoop& loop, const std::optional<std::
   const std::string wanted = name ? "the hub " + quoted(*name) : "a hub";
   std::cerr << "Listening for " << wanted << " ... (Ctrl-C to stop)" << std::endl;
   const auto discovery = TSLDiscovery::init();
-  // Subscriptions last as long as the scanner: this one is told when nobody waits any more.
+  // A subscription lasts as long as the scanner: `waiting` silences this one after the search.
   const auto waiting = std::make_shared<bool>(true);
   followBluetooth([waiting](BVGBluetoothState state) {
     if (*waiting && state != BVGBluetoothStatePoweredOn) {
@@ -164,13 +166,13 @@ std::optional<std::string> waitForHub(EventLoop& loop, const std::optional<std::
     if (hub != hubs.end()) found = hub->address;
     return found || loop.interrupted();
   };
-  if (!loop.runUntil(done, kPatience)) {
+  if (!loop.runUntil(done, kQuietTimeout)) {
     std::cerr << heardSoFar(hubsOf(*discovery)) << " Still listening for " << wanted << "."
               << std::endl;
     loop.runUntil(done, std::nullopt);
   }
   *waiting = false;
-  // The scanner outlives the search, and a radio that goes on listening takes time from the Wi-Fi.
+  // The scanner outlives the search, and a radio that keeps scanning takes air time from Wi-Fi.
   BVBeaconScanner::sharedBeaconScanner()->stopScanning();
   return found;
 }

@@ -7,7 +7,7 @@
 
 namespace tessel::apps {
 
-/// What `tessel discover` was asked to do.
+/// The options of `tessel discover`.
 struct DiscoverOptions {
   std::optional<double> timeout;  ///< seconds; none: until interrupted
   bool json = false;
@@ -18,9 +18,9 @@ struct DiscoverOptions {
 /// could not be used at the end.
 int runDiscover(EventLoop& loop, const DiscoverOptions& options);
 
-/// Waits for a hub, the one with this friendly name or the first one heard, and returns its
-/// address; none when interrupted. Says on standard error that it listens, when Bluetooth cannot be
-/// used, and what was heard when that takes long.
+/// Waits for a hub, the one with this friendly name or the first in range, and returns its address;
+/// none when interrupted. Reports on standard error that it listens, that Bluetooth cannot be used,
+/// and, when the wait is long, which hubs were found.
 std::optional<std::string> waitForHub(EventLoop& loop, const std::optional<std::string>& name);
 
 }  // namespace tessel::apps

@@ -15,7 +15,7 @@ void show(const Finding& finding) {
   std::cout << (finding.usable ? "ok    " : "NO    ") << std::left << std::setw(15) << finding.area
             << finding.sentence << "\n";
   if (finding.advice.empty()) return;
-  std::cout << std::string(21, ' ') << withOption(finding.advice) << "\n";
+  std::cout << std::string(21, ' ') << advice(finding) << "\n";
 }
 
 void showJson(const Finding& finding) {
@@ -23,7 +23,7 @@ void showJson(const Finding& finding) {
                         .add("area", finding.area)
                         .add("usable", finding.usable)
                         .add("description", finding.sentence)
-                        .add("advice", withOption(finding.advice))
+                        .add("advice", advice(finding))
                         .text();
   std::cout << line << "\n";
 }

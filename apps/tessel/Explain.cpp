@@ -1,11 +1,13 @@
 #include "apps/tessel/Explain.h"
 
-#include <string_view>
+#include "wire/Ports.h"
 
 namespace tessel::apps {
 namespace {
 
-// Codes of HTTP's errors.
+constexpr const char* kPatternRemedy = " The test picture needs no display (--screen pattern).";
+
+// Codes of HTTP errors.
 constexpr const char* kHttpDomain = "tessel.url";
 constexpr long kNotTrusted = 60;
 constexpr long kTooLarge = 63;
@@ -18,8 +20,9 @@ std::string explainOwn(const Error& error, const std::string& host) {
     case 3:
       return error.localizedDescription.empty()
                  ? "A channel to the hub at " + host +
-                       " could not be opened: check that no firewall blocks its ports 1494 and "
-                       "8500 and, where it uses TLS, that its certificate is trusted "
+                       " could not be opened: check that no firewall blocks its ports " +
+                       kChannelsPort.text + " and " + kOldInputPort.text +
+                       " and, where it uses TLS, that its certificate is trusted "
                        "(SSL_CERT_FILE), then try again."
                  : error.localizedDescription + " Check that the hub at " + host +
                        " is still on, then cast again.";
@@ -71,11 +74,15 @@ std::string explain(const Error& error, const std::string& host) {
          "): check the address, and that this computer is in the hub's network.";
 }
 
-std::string withOption(std::string sentence) {
-  static constexpr std::string_view kRemedy = "cast the test picture";
-  const std::size_t at = sentence.find(kRemedy);
-  if (at != std::string::npos) sentence.insert(at + kRemedy.size(), " (--screen pattern)");
-  return sentence;
+std::string explain(const Obstacle& obstacle, ScreenSource source) {
+  std::string text = obstacle.sentence;
+  if (!obstacle.advice.empty()) text += " " + obstacle.advice;
+  return source == ScreenSource::pattern ? text : text + kPatternRemedy;
+}
+
+std::string advice(const Finding& finding) {
+  if (finding.usable || finding.area != "screen") return finding.advice;
+  return finding.advice + kPatternRemedy;
 }
 
 }  // namespace tessel::apps

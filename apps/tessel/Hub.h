@@ -7,11 +7,11 @@
 
 namespace tessel::apps {
 
-/// A hub in range, as `tessel discover` tells of it. Only hubs with an address are told of.
+/// A hub in range, as `tessel discover` lists it. Hubs without an address are not listed.
 struct Hub {
   std::string address;
   std::optional<std::string> name;  ///< as the hub sent it; none until fetched
-  std::optional<int> rssi;          ///< dBm; none when the controller does not tell
+  std::optional<int> rssi;          ///< dBm; none when the controller does not know it
   Date lastHeard;
 };
 

@@ -14,10 +14,10 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr const char* kNoName = "(no name yet)";
-constexpr std::size_t kMostInTable = 32;
-constexpr std::size_t kLeastInTable = 4;  // with less room no name is shown
-constexpr std::size_t kMostInLine = 64;
-constexpr std::size_t kMostInJson = 256;
+constexpr std::size_t kMaxNameInTable = 32;
+constexpr std::size_t kMinNameInTable = 4;  // with less room no name is shown
+constexpr std::size_t kMaxNameInLine = 64;
+constexpr std::size_t kMaxNameInJson = 256;
 // Columns of the table.
 constexpr std::size_t kAfterName = 4;  // "..." and a space
 constexpr std::size_t kAddressWidth = 17;
@@ -38,7 +38,7 @@ std::string strength(const std::optional<int>& rssi) {
   return rssi ? std::to_string(*rssi) + " dBm" : "? dBm";
 }
 
-// Four bars as a telephone shows them.
+// Four bars, as on a telephone.
 std::string bars(const std::optional<int>& rssi) {
   static constexpr int kThresholds[] = {-90, -78, -67, -55};
   std::string text;
@@ -53,24 +53,24 @@ class JsonHubReport final : public HubReport {
   void present(const Hub& hub) override {
     const auto name = cut(hub.name);
     const auto now = now_();
-    const auto told = told_.find(hub.address);
-    if (told != told_.end() && told->second.name == name) {
-      const bool soon = now - told->second.at < 1s;
-      if (told->second.rssi == hub.rssi || soon) return;
+    const auto last = reported_.find(hub.address);
+    if (last != reported_.end() && last->second.name == name) {
+      const bool soon = now - last->second.at < 1s;
+      if (last->second.rssi == hub.rssi || soon) return;
     }
-    told_[hub.address] = {name, hub.rssi, now};
+    reported_[hub.address] = {name, hub.rssi, now};
     JsonLine line{"hub"};
     out_ << line.add("address", hub.address).add("name", name).add("rssi", hub.rssi).text()
          << std::endl;
   }
 
   void gone(const Hub& hub) override {
-    told_.erase(hub.address);
+    reported_.erase(hub.address);
     JsonLine line{"gone"};
     out_ << line.add("address", hub.address).add("name", cut(hub.name)).text() << std::endl;
   }
 
-  // What came too soon to be told.
+  // Reports what came within the second.
   void list(const std::vector<Hub>& hubs, Date) override {
     for (const Hub& hub : hubs) present(hub);
   }
@@ -81,19 +81,19 @@ class JsonHubReport final : public HubReport {
   }
 
  private:
-  struct Told {
+  struct Reported {
     std::optional<std::string> name;
     std::optional<int> rssi;
     std::chrono::steady_clock::time_point at;
   };
 
   static std::optional<std::string> cut(const std::optional<std::string>& name) {
-    return name ? std::optional{cutText(*name, kMostInJson)} : std::nullopt;
+    return name ? std::optional{cutText(*name, kMaxNameInJson)} : std::nullopt;
   }
 
   std::ostream& out_;
   const SteadyClock now_;
-  std::map<std::string, Told> told_;  // what was told last, by address
+  std::map<std::string, Reported> reported_;  // the last report of each hub, by address
 };
 
 class PlainHubReport final : public HubReport {
@@ -101,17 +101,18 @@ class PlainHubReport final : public HubReport {
   explicit PlainHubReport(std::ostream& out) : out_{out} {}
 
   void present(const Hub& hub) override {
-    const auto told = told_.find(hub.address);
-    if (told != told_.end() && told->second == hub.name) return;
-    out_ << padded(told == told_.end() ? "found" : "name", 7) << padded(hub.address, kAddressWidth)
-         << padded(strength(hub.rssi), 10) << nameOf(hub, kMostInLine) << std::endl;
-    told_[hub.address] = hub.name;
+    const auto last = reported_.find(hub.address);
+    if (last != reported_.end() && last->second == hub.name) return;
+    out_ << padded(last == reported_.end() ? "found" : "name", 7)
+         << padded(hub.address, kAddressWidth) << padded(strength(hub.rssi), 10)
+         << nameOf(hub, kMaxNameInLine) << std::endl;
+    reported_[hub.address] = hub.name;
   }
 
   void gone(const Hub& hub) override {
-    told_.erase(hub.address);
-    out_ << padded("gone", 7) << padded(hub.address, kAddressWidth + 10) << nameOf(hub, kMostInLine)
-         << std::endl;
+    reported_.erase(hub.address);
+    out_ << padded("gone", 7) << padded(hub.address, kAddressWidth + 10)
+         << nameOf(hub, kMaxNameInLine) << std::endl;
   }
 
   void list(const std::vector<Hub>&, Date) override {}
@@ -122,7 +123,7 @@ class PlainHubReport final : public HubReport {
 
  private:
   std::ostream& out_;
-  std::map<std::string, std::optional<std::string>> told_;
+  std::map<std::string, std::optional<std::string>> reported_;
 };
 
 class TerminalHubReport final : public HubReport {
@@ -134,7 +135,7 @@ class TerminalHubReport final : public HubReport {
   void gone(const Hub&) override {}
 
   void list(const std::vector<Hub>& hubs, Date now) override {
-    // The cursor goes back over what was drawn; a line too long for the terminal does not wrap.
+    // Moves the cursor back over the last drawing, and turns wrapping off for its lines.
     std::string picture = drawn_ > 0 ? "\r\x1b[" + std::to_string(drawn_) + "A" : "\r";
     picture += "\x1b[?7l";
     const std::vector<std::string> lines = table(hubs, now);
@@ -175,8 +176,8 @@ class TerminalHubReport final : public HubReport {
   // What the other columns leave, since an address is enough to cast to.
   static std::size_t nameWidthIn(std::size_t columns) {
     constexpr std::size_t kOthers = kAddressWidth + kSignalWidth + kHeardWidth;
-    if (columns < kOthers + kLeastInTable + kAfterName) return 0;
-    return std::min(columns - kOthers, kMostInTable + kAfterName);
+    if (columns < kOthers + kMinNameInTable + kAfterName) return 0;
+    return std::min(columns - kOthers, kMaxNameInTable + kAfterName);
   }
 
   static std::string row(std::size_t nameWidth, const std::string& name, const std::string& address,

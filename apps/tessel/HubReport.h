@@ -12,12 +12,12 @@
 
 namespace tessel::apps {
 
-/// Tells a reader what hubs there are. Main thread.
+/// Reports the hubs in range. Main thread.
 class HubReport {
  public:
   virtual ~HubReport() = default;
 
-  /// A hub was found, or something of it changed. Told as often as one likes.
+  /// A hub was found, or something of it changed. May be called again without a change.
   virtual void present(const Hub& hub) = 0;
   virtual void gone(const Hub& hub) = 0;
   /// The whole list, in the order of discovery; after each change and from time to time.
@@ -26,11 +26,11 @@ class HubReport {
   virtual void bluetooth(const std::string& sentence, bool usable) = 0;
 };
 
-/// A clock that never jumps.
+/// A monotonic clock.
 using SteadyClock = std::function<std::chrono::steady_clock::time_point()>;
 
-/// One JSON object a line for every change. A change of the signal alone is told at most once a
-/// second for each hub; the last one when that second is over, with the next list.
+/// One JSON object a line for every change. A change of the signal alone is reported at most once a
+/// second for each hub; the last one in a second with the next list after it.
 std::unique_ptr<HubReport> makeJsonHubReport(std::ostream& out,
                                              SteadyClock now = std::chrono::steady_clock::now);
 
@@ -42,8 +42,8 @@ struct TerminalSize {
   std::size_t columns = 80;
 };
 
-/// A table that changes in place on a terminal. The size is asked for at each drawing: people
-/// resize their windows.
+/// A table that changes in place on a terminal. `size` is called at each drawing, since the
+/// terminal may be resized.
 std::unique_ptr<HubReport> makeTerminalHubReport(std::ostream& out,
                                                  std::function<TerminalSize()> size);
 

@@ -20,10 +20,10 @@
 namespace tessel::apps {
 namespace {
 
-constexpr std::size_t kLongestPath = 4096;
+constexpr std::size_t kMaxPathLength = 4096;
 constexpr const char* kVersion = "tessel " TESSEL_VERSION;
 
-// An ordinary user cannot write the machine-wide folder: use the own configuration folder.
+// An ordinary user cannot write the machine-wide folder: use the configuration folder.
 void chooseSharedFolder() {
   if (std::getenv("TESSEL_SHARED_FOLDER") != nullptr) return;
   const char* xdg = std::getenv("XDG_CONFIG_HOME");
@@ -39,7 +39,7 @@ void chooseSharedFolder() {
   setenv("TESSEL_SHARED_FOLDER", (folder / "tessel").c_str(), 0);
 }
 
-// "WIDTHxHEIGHT", within what a screen may measure; none if it is not.
+// "WIDTHxHEIGHT" within the sizes of screens; else none.
 std::optional<Size> parseSize(std::string_view text) {
   const std::size_t cross = text.find('x');
   if (cross == std::string_view::npos) return std::nullopt;
@@ -74,11 +74,11 @@ void takeScreen(const std::string& text, CastOptions& options) {
   options.patternSize = *size;
 }
 
-// What a clock can count. No number (nan) is neither above nor below.
+// Bounded to what a clock can count. NaN fails both comparisons.
 double secondsFrom(const std::string& option, const std::string& text) {
-  constexpr double kLongest = 365.0 * 24 * 60 * 60;
+  constexpr double kMaxSeconds = 365.0 * 24 * 60 * 60;
   const auto seconds = numberFrom<double>(text);
-  if (seconds && *seconds > 0 && *seconds <= kLongest) return *seconds;
+  if (seconds && *seconds > 0 && *seconds <= kMaxSeconds) return *seconds;
   throw WrongUsage{option +
                    " takes a number of seconds above 0 and at most 31536000 (a year), not " +
                    quotedWord(text)};
@@ -180,7 +180,7 @@ class Program {
   int runCastCommand() {
     LogFile log;
     if (!log_.empty() && !log.open(log_)) {
-      std::cerr << "The log file " << terminalText(log_, kLongestPath)
+      std::cerr << "The log file " << terminalText(log_, kMaxPathLength)
                 << " cannot be written: choose another place." << std::endl;
       return 1;
     }

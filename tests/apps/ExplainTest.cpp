@@ -44,10 +44,22 @@ TEST(ExplainTest, AScreenThatCannotBeCastIsAMatterForTheDoctor) {
   EXPECT_THAT(explained("NSOSStatusErrorDomain", -12902), HasSubstr("tessel doctor"));
 }
 
-TEST(ExplainTest, TheOptionOfTheTestPictureIsNamed) {
-  EXPECT_EQ(withOption("No display: plug one in, or cast the test picture."),
-            "No display: plug one in, or cast the test picture (--screen pattern).");
-  EXPECT_EQ(withOption("Try again."), "Try again.");
+TEST(ExplainTest, WithoutAScreenTheOptionOfTheTestPictureIsNamed) {
+  const Obstacle obstacle{"There is no display.", "Connect one."};
+  const std::string remedy = "The test picture needs no display (--screen pattern).";
+  EXPECT_EQ(explain(obstacle, ScreenSource::automatic),
+            "There is no display. Connect one. " + remedy);
+  EXPECT_EQ(explain(obstacle, ScreenSource::x11), "There is no display. Connect one. " + remedy);
+  EXPECT_EQ(explain({"There is no display.", ""}, ScreenSource::x11),
+            "There is no display. " + remedy);
+  EXPECT_EQ(advice({"screen", false, "There is no display.", "Connect one."}),
+            "Connect one. " + remedy);
+}
+
+TEST(ExplainTest, WhatTheTestPictureDoesNotMendDoesNotNameIt) {
+  EXPECT_EQ(explain({"It is too small.", ""}, ScreenSource::pattern), "It is too small.");
+  EXPECT_EQ(advice({"screen", true, "Yes.", ""}), "");
+  EXPECT_EQ(advice({"bluetooth", false, "No.", "Switch it on."}), "Switch it on.");
 }
 
 }  // namespace

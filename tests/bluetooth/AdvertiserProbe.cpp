@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "apps/tessel-hub/Advertiser.h"
+#include "apps/tessel-hub/announce/Advertiser.h"
 
 int main(int argc, char** argv) {
   const tessel::hub::Advertiser advertiser{

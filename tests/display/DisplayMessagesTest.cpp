@@ -1,62 +1,13 @@
 #include <algorithm>
 #include <gmock/gmock.h>
 
-#include "display/DisplayCommands.h"
 #include "tessel/DisplayMessages.h"
+#include "tests/wire/ContextRequestTable.h"
 
 namespace tessel::test {
 namespace {
 
 using testing::ElementsAre;
-
-// The context request with nothing but its constants.
-constexpr H264ContextRequestMsg kDefaultRequest = {
-    0xE4, 0x00,                                         //   0 length 228
-    0x02,                                               //   2 command
-    0,    0,    0,    0,    0,    0,    0,    0,    0,  //   3 reserved
-    0x00, 0x80, 0xD8, 0x01,                             //  12
-    0x10, 0x00,                                         //  16
-    0x04, 0x00,                                         //  18
-    0x0C, 0x00, 0x00, 0x00,                             //  20
-    0x04, 0x00, 0x00, 0x00,                             //  24
-    0x01, 0x00, 0x00, 0x00,                             //  28
-    0x0C, 0x00, 0x00, 0x00,                             //  32
-    0x02, 0x00, 0x00, 0x00,                             //  36
-    0x00, 0x00, 0x00, 0x00,                             //  40
-    0x18, 0x00, 0x00, 0x00,                             //  44
-    0x00, 0x00, 0x00, 0x00,                             //  48
-    0x03, 0x00, 0x00, 0x00,                             //  52
-    0x00, 0x00, 0x00, 0x00,                             //  56 image size
-    0x00, 0x00, 0x00, 0x00,                             //  60
-    0x00, 0x00, 0x00, 0x00,                             //  64
-    0x48, 0x00, 0x00, 0x00,                             //  68
-    0x01, 0x00, 0x00, 0x00,                             //  72
-    0x76, 0x69, 0x64, 0x73, 0x00, 0x00, 0x10, 0x00,     //  76 major type: vids
-    0x80, 0x00, 0x00, 0xAA, 0x00, 0x38, 0x9B, 0x71,     //
-    0x48, 0x32, 0x36, 0x34, 0x00, 0x00, 0x10, 0x00,     //  92 subtype: H264
-    0x80, 0x00, 0x00, 0xAA, 0x00, 0x38, 0x9B, 0x71,     //
-    0x80, 0x9F, 0x58, 0x05, 0x56, 0xC3, 0xCE, 0x11,     // 108 format type: VideoInfo
-    0xBF, 0x01, 0x00, 0xAA, 0x00, 0x55, 0x59, 0x5A,     //
-    0x58, 0x00, 0x00, 0x00,                             // 124 size of the format block
-    0x00, 0x00, 0x00, 0x00,                             // 128
-    0x01, 0x00, 0x00, 0x00,                             // 132
-    0x00, 0x00, 0x00, 0x00,                             // 136
-    0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00,     // 140 source left, top
-    0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00,     // 148 source right, bottom
-    0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00,     // 156 target left, top
-    0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00,     // 164 target right, bottom
-    0x00, 0x00, 0x00, 0x00,                             // 172 bit rate
-    0x00, 0x00, 0x00, 0x00,                             // 176 bit error rate
-    0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00,     // 180 average time per frame
-    0x28, 0x00, 0x00, 0x00,                             // 188 bitmap header size
-    0x00, 0x00, 0x00, 0x00,                             // 192 bitmap width
-    0x00, 0x00, 0x00, 0x00,                             // 196 bitmap height
-    0x01, 0x00,                                         // 200 planes
-    0x00, 0x00,                                         // 202 bits per pixel
-    0,    0,    0,    0,    0,    0,    0,    0,        // 204 compression, image size
-    0,    0,    0,    0,    0,    0,    0,    0,        // 212 pels per metre
-    0,    0,    0,    0,    0,    0,    0,    0,        // 220 colours
-};
 
 H264ContextRequestMsg requestFor(std::uint32_t width, std::uint32_t height) {
   H264ContextRequestMsg message;
@@ -135,11 +86,6 @@ TEST(DisplayMessagesTest, TheDefaultTransmitMessageIsEmpty) {
 TEST(DisplayMessagesTest, TheDestroyContextMessageIsItsConstants) {
   EXPECT_THAT(DefaultDestroyContextMsg(),
               ElementsAre(0x0C, 0x00, 0x04, 0x00, 0, 0, 0, 0, 0, 0, 0, 0));
-}
-
-TEST(DisplayMessagesTest, TheStartCommandsAreTheirConstants) {
-  EXPECT_THAT(kOldStartCommand, ElementsAre(4, 0, 0, 0));
-  EXPECT_THAT(kNewStartCommand, ElementsAre(0, 0, 0, 0, 1, 0, 0, 0, 0));
 }
 
 }  // namespace

@@ -1,10 +1,8 @@
 #include <limits>
 
-#include "display/DisplayCommands.h"
 #include "display/FrameCredits.h"
 #include "display/FrameStatistics.h"
 #include "display/PictureSize.h"
-#include "display/ReceivedHeader.h"
 #include "tests/display/DisplayTest.h"
 
 // The small values that a display connection is made of.
@@ -12,28 +10,6 @@ namespace tessel::test {
 namespace {
 
 using namespace std::chrono_literals;
-
-TEST(ReceivedHeaderTest, IsLittleEndianAndIgnoresItsLastByte) {
-  const auto header = ReceivedHeader::parse(Bytes{0x34, 0x12, 0x87, 0xFF});
-  ASSERT_TRUE(header);
-  EXPECT_EQ(header->length, 0x1234);
-  EXPECT_EQ(header->command, VSCH_CMD_CONTROL_C2H);
-  EXPECT_EQ(header->bodyLength(), 0x1230U);
-}
-
-TEST(ReceivedHeaderTest, TakesFourBytesOnly) {
-  for (const std::size_t size : {0U, 1U, 2U, 3U, 5U}) {
-    EXPECT_FALSE(ReceivedHeader::parse(Bytes(size))) << size;
-  }
-}
-
-TEST(ReceivedHeaderTest, ALengthBelowFourHasNoBody) {
-  for (std::uint8_t length = 0; length <= 4; ++length) {
-    EXPECT_EQ(ReceivedHeader::parse(Bytes{length, 0, 0x87, 0})->bodyLength(), 0U);
-  }
-  EXPECT_EQ(ReceivedHeader::parse(Bytes{5, 0, 0x87, 0})->bodyLength(), 1U);
-  EXPECT_EQ(ReceivedHeader::parse(Bytes{0xFF, 0xFF, 0x87, 0})->bodyLength(), 65531U);
-}
 
 TEST(FrameCreditsTest, EndWhenTakenAndComeBackWhenGiven) {
   FrameCredits credits;

@@ -16,7 +16,7 @@ PATTERN = ("--screen", "pattern:640x360")
 
 
 def probe(recording):
-    """What a stock player makes of a recorded stream: its video stream, and what it complained of."""
+    """ffprobe's view of a recorded stream: its video stream, and the errors."""
     result = subprocess.run(
         ["ffprobe", "-v", "error", "-f", "h264", "-count_frames", "-show_streams", "-of", "json",
          recording], capture_output=True, text=True, timeout=60, check=True)
@@ -24,7 +24,7 @@ def probe(recording):
 
 
 def psnr(one, other):
-    """Average likeness of two pictures in dB."""
+    """Peak signal-to-noise ratio of two pictures in dB."""
     result = subprocess.run(["ffmpeg", "-hide_banner", "-i", one, "-i", other, "-lavfi", "psnr",
                              "-f", "null", "-"], capture_output=True, text=True, timeout=60,
                             check=True)
@@ -87,7 +87,7 @@ class ProtocolVariants(ProgramTest):
 
 
 class Picture(ProgramTest):
-    """What the receiver shows is what the screen shows."""
+    """The receiver shows what the screen shows."""
 
     def test_the_recorded_stream_plays_and_looks_like_the_screen(self):
         recording, snapshot = self.folder / "cast.h264", self.folder / "hub.png"
@@ -130,7 +130,7 @@ class Picture(ProgramTest):
 
 
 class Ends(ProgramTest):
-    """However it ends, it ends, and says why."""
+    """A cast ends in every case, with its reason."""
 
     def test_duration(self):
         self.hub("127.0.3.20")
@@ -145,7 +145,7 @@ class Ends(ProgramTest):
             caster.process.send_signal(signal.SIGINT)
             self.assertEqual(caster.exit_code(), 0)
 
-    def test_a_mouse_channel_that_does_not_open_is_told_and_waited_for(self):
+    def test_a_mouse_channel_that_does_not_open_is_reported_and_waited_for(self):
         with SilentHub("127.0.3.27"):
             caster = self.cast("127.0.3.27", *PATTERN)
             notice = caster.wait_for("notice", timeout=60)
@@ -168,7 +168,7 @@ class Ends(ProgramTest):
         self.assertIn("-[TSLSession disconnect]: EXIT", log.read_text())
         hub.wait_for("ended")
 
-    def test_nobody_at_the_address(self):
+    def test_an_address_without_a_hub(self):
         caster = self.cast("127.0.3.22", *PATTERN)
         self.assertEqual(caster.exit_code(), 1)
         self.assertRegex(caster.complaints, r"127\.0\.3\.22 cannot be reached")
@@ -226,7 +226,7 @@ class Example(ProgramTest):
 
 
 class Files(ProgramTest):
-    """The log, and a configuration that is not as it should be."""
+    """The log, and a damaged configuration."""
 
     def test_the_log_file_holds_the_sessions_lines(self):
         self.hub("127.0.3.30")
@@ -257,7 +257,7 @@ class Files(ProgramTest):
         self.assertEqual(caster.end(), 0)
         self.assertIn(f"Failed to create '{self.folder}/shared/Lumisk'", log.read_text())
 
-    def test_a_log_that_cannot_be_written_is_said(self):
+    def test_a_log_that_cannot_be_written_is_reported(self):
         caster = self.cast("127.0.3.33", "--log", self.folder / "missing" / "log")
         self.assertEqual(caster.exit_code(), 1)
         self.assertIn("cannot be written", caster.complaints)

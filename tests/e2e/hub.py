@@ -10,7 +10,7 @@ import time
 class Hub:
     """A tessel-hub of its own, on a loopback address of its own.
 
-    Every wait is bounded: what does not happen in time raises TimeoutError with what did happen.
+    Every wait is bounded: it raises TimeoutError, with the events so far, when its time is up.
     """
 
     def __init__(self, program, address, *options, env=None):
@@ -70,8 +70,8 @@ class Hub:
         return self.exit_code()
 
     def exit_code(self, timeout=15):
-        """Of a hub that ends by itself, or has been told to. (A second signal might come when it no
-        longer listens for signals, and kill it.)"""
+        """Of a hub that ends by itself or after a signal. (A second signal could kill it, once it no
+        longer handles signals.)"""
         try:
             self._process.wait(timeout)
         except subprocess.TimeoutExpired:
@@ -85,7 +85,7 @@ class Hub:
         return self._process.returncode
 
     def remaining_events(self):
-        """After the end: the events that nobody has waited for."""
+        """After the end: all events, also those not waited for."""
         while True:
             arrived = self._arrived.get(timeout=5)
             if arrived is None:

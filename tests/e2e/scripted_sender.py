@@ -1,4 +1,4 @@
-"""A sender of which a test decides every byte."""
+"""A sender whose every byte the test decides."""
 
 import re
 import socket
@@ -69,7 +69,7 @@ def test_stream(width, height, frames):
 
 
 class Sender:
-    """Talks to the hub at `address` as version `version` of it asks for.
+    """Speaks to the hub at `address` the protocol of version `version`.
 
     `certificate`: a file with the hub's certificate, for TLS.
     """

@@ -1,4 +1,4 @@
-"""A hub that takes all connections, and answers nothing on its mouse channel."""
+"""A hub that accepts all connections and never answers on its mouse channel."""
 
 import http.server
 import socket

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 #include <vector>
 
-#include "HubOptions.h"
+#include "apps/tessel-hub/HubOptions.h"
 
 namespace tessel::hub {
 namespace {

@@ -150,7 +150,7 @@ class SessionTest(HubTest):
         self.assertEqual(sender.request("POST", url + "CasterApp")[0], 404)
         self.assertEqual(sender.request("POST", url + "ReceiverAppV2")[0], 201)
 
-    def test_input_channels_of_nobody_are_closed(self):
+    def test_input_channels_without_a_cast_are_closed(self):
         self.hub()
         for opening in (MOUSE_OPENING, KEYBOARD_OPENING):
             self.assertTrue(is_closed(self.sender().channel(1494, opening)))
@@ -177,12 +177,12 @@ class SessionTest(HubTest):
 
     def test_a_sender_out_of_step_is_dropped_and_the_next_one_served(self):
         hub = self.hub()
-        nonsense = {
+        mistakes = {
             b"\x03\x00\x90\x00": "a message of 3 bytes",
             frame_messages(b"x"): "the sender sent a frame before it asked for a context",
             context_request(0, 0): "the context request asks for a picture of 0 by 0",
         }
-        for message, problem in nonsense.items():
+        for message, problem in mistakes.items():
             with self.sender() as sender:
                 stream = sender.channel(1494, DISPLAY_OPENING_NEW)
                 stream.sendall(message)
@@ -190,7 +190,7 @@ class SessionTest(HubTest):
                 self.assertTrue(is_closed(stream))
         self.sender().open_display(WIDTH, HEIGHT)
 
-    def test_a_sender_that_never_reads_does_not_hold_the_hub_up(self):
+    def test_a_sender_that_never_reads_does_not_block_the_hub(self):
         hub = self.hub()
         sender = self.sender()
         sender.open_display(WIDTH, HEIGHT)
@@ -199,7 +199,7 @@ class SessionTest(HubTest):
         sender.close()
         hub.wait_for("ended", timeout=30)
 
-    def test_many_connections_that_say_nothing_leave_room_for_a_cast_later(self):
+    def test_many_connections_without_an_opening_leave_room_for_a_cast_later(self):
         hub = self.hub()
         silent = [self.sender().channel(1494, b"") for _ in range(16)]
         self.assertTrue(is_closed(self.sender().channel(1494, b"")))
@@ -213,7 +213,7 @@ class SessionTest(HubTest):
                     break
                 except (EOFError, ConnectionError):
                     # The hub may still be noticing that the silent ones have gone.
-                    self.assertLess(time.monotonic(), deadline, "no room since the silent ones went")
+                    self.assertLess(time.monotonic(), deadline, "no room after the silent ones have gone")
         hub.wait_for("ended")
 
     def test_a_snapshot_is_written_when_asked_for(self):
@@ -312,7 +312,7 @@ class WindowTest(HubTest):
         self.assertEqual(hub.wait_for("ended")["framesShown"], 20)
         self.assertEqual(hub.stop(), 0)
 
-    def test_without_a_display_the_hub_says_so_and_goes_on(self):
+    def test_without_a_display_the_hub_gives_notice_and_goes_on(self):
         bare = {name: "" for name in ("DISPLAY", "WAYLAND_DISPLAY", "XDG_RUNTIME_DIR")}
         hub = Hub(PROGRAM, self.address, env={**os.environ, **bare, "SDL_VIDEODRIVER": "x11"})
         self.addCleanup(hub.stop)
@@ -324,14 +324,14 @@ class CommandLineTest(HubTest):
     def run_hub(self, *options):
         return subprocess.run([PROGRAM, *options], capture_output=True, text=True, timeout=30)
 
-    def test_a_taken_port_is_told_with_what_to_do(self):
+    def test_a_taken_port_is_reported_with_a_remedy(self):
         self.hub()
         result = self.run_hub("--bind", self.address, "--headless")
         self.assertEqual(result.returncode, 1)
         self.assertIn(f"Port 1494 of {self.address} cannot be had", result.stderr)
         self.assertIn("--bind", result.stderr)
 
-    def test_a_faulty_script_is_told_before_anything_starts(self):
+    def test_a_faulty_script_is_reported_before_anything_starts(self):
         script = self.folder / "script"
         script.write_text("move 1 2\nfly\n")
         result = self.run_hub("--script", str(script), "--headless")
@@ -346,13 +346,13 @@ class CommandLineTest(HubTest):
         self.assertEqual(result.stderr,
                          f"tessel-hub: The script {self.folder}/scripts\\x0a cannot be read.\n")
 
-    def test_files_that_cannot_be_written_are_told(self):
+    def test_files_that_cannot_be_written_are_reported(self):
         for option in ("--record", "--log", "--snapshot"):
             result = self.run_hub("--bind", self.address, "--headless", option, "/nonexistent/file")
             self.assertEqual(result.returncode, 1)
             self.assertIn("/nonexistent/file cannot be written", result.stderr)
 
-    def test_a_certificate_that_is_none_is_told(self):
+    def test_a_file_without_a_certificate_is_reported(self):
         result = self.run_hub("--bind", self.address, "--headless", "--tls", "--cert", "/dev/null",
                               "--key", "/dev/null")
         self.assertEqual(result.returncode, 1)

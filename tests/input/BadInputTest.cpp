@@ -1,10 +1,10 @@
 #include <random>
 
-#include "input/MousePacket.h"
 #include "input/TSLKeyBoardSimulator.h"
 #include "input/TSLMouseSimulator.h"
 #include "tessel/Log.h"
 #include "tests/input/InputFixture.h"
+#include "wire/MousePacket.h"
 
 namespace tessel::test {
 namespace {
