@@ -1,4 +1,5 @@
-/* What the parts of vradio share.  One thread. */
+/* clang-format off */
+/* What the parts of vradio share, in the style of its sources.  One thread. */
 #ifndef VRADIO_H
 #define VRADIO_H
 #include <stdint.h>
