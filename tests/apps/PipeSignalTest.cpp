@@ -1,9 +1,9 @@
-#include "apps/common/PipeSignal.h"
-
 #include <cerrno>
 #include <csignal>
 #include <gtest/gtest.h>
 #include <unistd.h>
+
+#include "apps/common/PipeSignal.h"
 
 namespace tessel::apps {
 namespace {

@@ -1,7 +1,7 @@
-#include "apps/common/ThreadChecker.h"
-
 #include <gtest/gtest.h>
 #include <thread>
+
+#include "apps/common/ThreadChecker.h"
 
 namespace tessel::apps {
 namespace {
