@@ -136,13 +136,12 @@ void print(const char* step, Milliseconds time, int frames) {
 std::shared_ptr<platform::CompressionSession> makeEncoder(Size size, Sending& sending) {
   auto made = services().videoEncoding->makeCompressionSession(
       static_cast<int>(size.width), static_cast<int>(size.height),
+      {.expectedFrameRate = kFramesPerSecond},
       [&sending](platform::Status, std::uint32_t, const platform::EncodedSampleBuffer* buffer) {
         sending.frame(buffer);
       });
   if (std::holds_alternative<platform::Status>(made)) return nullptr;
   auto encoder = std::get<std::shared_ptr<platform::CompressionSession>>(made);
-  encoder->setAllowFrameReordering(false);
-  encoder->setExpectedFrameRate(kFramesPerSecond);
   return encoder->prepareToEncodeFrames() == 0 ? encoder : nullptr;
 }
 

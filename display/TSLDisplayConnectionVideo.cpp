@@ -25,6 +25,8 @@ constexpr const char* kCompressed =
     "-[TSLDisplayConnection compressionOutputCompletedWithStatus:infoFlags:sampleBuffer:]";
 
 constexpr int kFramesPerSecond = 30;
+constexpr platform::CompressionSettings kCompression{
+    .allowFrameReordering = false, .realTime = true, .expectedFrameRate = kFramesPerSecond};
 
 // Status of encoding without an encoder: an invalid session.
 constexpr Status kNoEncoder = -12903;
@@ -87,7 +89,7 @@ std::shared_ptr<platform::CompressionSession> TSLDisplayConnection::compressionS
     Size size, std::optional<Error>& error) {
   const auto picture = PictureSize::from(size);
   const auto made = platform::services().videoEncoding->makeCompressionSession(
-      picture.width, picture.height,
+      picture.width, picture.height, kCompression,
       [weak = weak_from_this()](Status status, std::uint32_t infoFlags,
                                 const platform::EncodedSampleBuffer* sampleBuffer) {
         if (const auto self = weak.lock()) {
@@ -101,9 +103,6 @@ std::shared_ptr<platform::CompressionSession> TSLDisplayConnection::compressionS
     return nullptr;
   }
   auto encoder = std::get<std::shared_ptr<platform::CompressionSession>>(made);
-  encoder->setAllowFrameReordering(false);
-  encoder->setRealTime(true);
-  encoder->setExpectedFrameRate(kFramesPerSecond);
   logAcceleration(*encoder);
   if (const Status status = encoder->prepareToEncodeFrames(); status != 0) {
     error = encoderError(status);

@@ -45,20 +45,6 @@ struct Encoded {
   }
 };
 
-inline std::vector<Bytes> splitLengthPrefixed(std::span<const std::uint8_t> data) {
-  std::vector<Bytes> units;
-  while (data.size() > 4) {
-    const std::size_t length = static_cast<std::size_t>(data[0]) << 24U |
-                               static_cast<std::size_t>(data[1]) << 16U |
-                               static_cast<std::size_t>(data[2]) << 8U | data[3];
-    data = data.subspan(4);
-    if (length > data.size()) return {};
-    units.emplace_back(data.begin(), data.begin() + static_cast<std::ptrdiff_t>(length));
-    data = data.subspan(length);
-  }
-  return data.empty() ? units : std::vector<Bytes>{};
-}
-
 /// Takes the encoder's output on its thread; the test waits for it.
 class Output {
  public:
@@ -103,7 +89,9 @@ class Output {
         to.parameterSets.emplace_back(set.begin(), set.end());
       }
     }
-    to.units = splitLengthPrefixed(std::get<std::span<const std::uint8_t>>(buffer.dataBuffer()));
+    for (const NalUnit unit : std::get<std::span<const NalUnit>>(buffer.nalUnits())) {
+      to.units.emplace_back(unit.begin(), unit.end());
+    }
   }
 
   mutable std::mutex mutex_;  // guards frames_
@@ -136,12 +124,9 @@ inline std::shared_ptr<CompressionSession> makeSession(
     int width, int height, Output& output,
     std::shared_ptr<Clock> clock = std::make_shared<ClockByHand>()) {
   auto made =
-      videoEncoding(std::move(clock)).makeCompressionSession(width, height, output.callback());
+      videoEncoding(std::move(clock)).makeCompressionSession(width, height, {}, output.callback());
   if (std::holds_alternative<Status>(made)) return nullptr;
   auto session = std::get<std::shared_ptr<CompressionSession>>(made);
-  session->setAllowFrameReordering(false);
-  session->setRealTime(true);
-  session->setExpectedFrameRate(30);
   return session->prepareToEncodeFrames() == 0 ? session : nullptr;
 }
 

@@ -21,7 +21,7 @@ class Stream {
     for (int frame = 0; frame < frames; ++frame) {
       const int steps = governor.coarseness(now);
       const double out = sharpBits / std::exp2(steps / 6.0);
-      governor.add(static_cast<std::size_t>(out / 8), now);
+      governor.add(static_cast<std::size_t>(out / 8), false, now);
       coarseness.push_back(steps);
       bits += out;
       now += kFrame;
@@ -48,21 +48,21 @@ class Stream {
 TEST(RateGovernorTest, APageMayBeAsSharpAsMeant) {
   RateGovernor governor;
   EXPECT_EQ(governor.coarseness(0s), 0);
-  governor.add(8 * kMegabit, 0s);
+  governor.add(8 * kMegabit, false, 0s);
   EXPECT_EQ(governor.coarseness(0s), 0);
 }
 
 TEST(RateGovernorTest, ManyPagesAreAsSharpAsTheFirst) {
   RateGovernor governor;
   for (auto page = 0s; page < 60s; page += 1s) {
-    governor.add(7 * kMegabit, page);
+    governor.add(7 * kMegabit, false, page);
     EXPECT_EQ(governor.coarseness(page), 0) << page.count();
   }
 }
 
 TEST(RateGovernorTest, MoreThanTheBucketHoldsMakesFramesCoarserAtOnce) {
   RateGovernor governor;
-  governor.add(24 * kMegabit, 0s);
+  governor.add(24 * kMegabit, false, 0s);
   EXPECT_EQ(governor.coarseness(0s), 6) << "twice the rate";
 }
 
@@ -87,9 +87,9 @@ TEST(RateGovernorTest, AStreamOfAnyWeightSettlesBelowTheRateAndStaysThere) {
 
 TEST(RateGovernorTest, WhatStillDoesNotFitIsMadeCoarserAgainAfterHalfASecond) {
   RateGovernor governor;
-  governor.add(24 * kMegabit, 0s);
+  governor.add(24 * kMegabit, false, 0s);
   ASSERT_EQ(governor.coarseness(0s), 6);
-  governor.add(20 * kMegabit, 1ms);
+  governor.add(20 * kMegabit, false, 1ms);
   EXPECT_EQ(governor.coarseness(499ms), 6);
   EXPECT_GT(governor.coarseness(500ms), 6);
 }
@@ -114,7 +114,7 @@ TEST(RateGovernorTest, ABlinkingCaretAfterAFilmIsSharpWithinThreeSeconds) {
   stream.play(3e6, 300);
   ASSERT_GE(stream.coarseness.back(), 15);
   for (int blink = 0; blink < 6; ++blink) {
-    stream.governor.add(kMegabit / 100, stream.now);
+    stream.governor.add(kMegabit / 100, false, stream.now);
     stream.now += 500ms;
     stream.governor.coarseness(stream.now);
   }
@@ -134,7 +134,7 @@ TEST(RateGovernorTest, AStreamThatGetsLighterGetsSharper) {
 
 TEST(RateGovernorTest, AnEnormousFrameAsksForNoMoreThanTheCoarsest) {
   RateGovernor governor;
-  governor.add(1000 * kMegabit, 0s);
+  governor.add(1000 * kMegabit, false, 0s);
   EXPECT_EQ(governor.coarseness(0s), RateGovernor::kCoarsest);
   EXPECT_EQ(governor.coarseness(1s), 0);
 }
