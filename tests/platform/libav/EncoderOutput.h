@@ -27,6 +27,7 @@ namespace tessel::platform {
 /// One encoded frame, copied out of the callback.
 struct Encoded {
   Status status = 0;
+  std::uint32_t infoFlags = 0;
   bool keyFrame = false;
   std::vector<Bytes> parameterSets;
   std::vector<Bytes> units;
@@ -49,9 +50,10 @@ struct Encoded {
 class Output {
  public:
   CompressionOutputCallback callback() {
-    return [this](Status status, std::uint32_t, const EncodedSampleBuffer* buffer) {
+    return [this](Status status, std::uint32_t infoFlags, const EncodedSampleBuffer* buffer) {
       Encoded encoded;
       encoded.status = status;
+      encoded.infoFlags = infoFlags;
       encoded.thread = std::this_thread::get_id();
       if (buffer != nullptr) copy(*buffer, encoded);
       const std::lock_guard lock{mutex_};

@@ -148,6 +148,18 @@ TEST(VideoEncoderTest, ImpossibleSizesAreRefused) {
   }
 }
 
+TEST(VideoEncoderTest, OnlyRealTimeWithoutReorderingIsOffered) {
+  Output output;
+  const auto refuses = [&](const CompressionSettings& settings) {
+    return std::holds_alternative<Status>(
+        videoEncoding().makeCompressionSession(640, 360, settings, output.callback()));
+  };
+  EXPECT_TRUE(refuses({.allowFrameReordering = true}));
+  EXPECT_TRUE(refuses({.realTime = false}));
+  EXPECT_TRUE(refuses({.expectedFrameRate = 0}));
+  EXPECT_FALSE(refuses({}));
+}
+
 TEST(VideoEncoderTest, TellsWhetherItIsHardwareBeforeItIsPrepared) {
   Output output;
   auto made = videoEncoding().makeCompressionSession(640, 360, {}, output.callback());

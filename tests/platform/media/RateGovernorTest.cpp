@@ -14,6 +14,15 @@ using namespace std::chrono_literals;
 constexpr std::size_t kMegabit = 1'000'000 / 8;
 constexpr Clock::Duration kFrame = 33333us;
 
+/// How often the steps of a stream's frames change.
+int changesOf(const std::vector<int>& coarseness) {
+  int count = 0;
+  for (std::size_t i = 1; i < coarseness.size(); ++i) {
+    if (coarseness[i] != coarseness[i - 1]) ++count;
+  }
+  return count;
+}
+
 /// An encoder whose frames are `sharpBits` large, and half of that with every six steps.
 class Stream {
  public:
@@ -27,13 +36,7 @@ class Stream {
       now += kFrame;
     }
   }
-  int changes() const {
-    int count = 0;
-    for (std::size_t i = 1; i < coarseness.size(); ++i) {
-      if (coarseness[i] != coarseness[i - 1]) ++count;
-    }
-    return count;
-  }
+  int changes() const { return changesOf(coarseness); }
   void forget() {
     coarseness.clear();
     bits = 0;
@@ -130,6 +133,28 @@ TEST(RateGovernorTest, AStreamThatGetsLighterGetsSharper) {
   EXPECT_LT(stream.coarseness.back(), heavy);
   EXPECT_GT(stream.coarseness.back(), 0);
   EXPECT_TRUE(std::ranges::is_sorted(stream.coarseness, std::greater{}));
+}
+
+// A page that takes more than the bucket holds, with a small animation on it: a key frame comes
+// every ten seconds and with every change of the coarseness.
+TEST(RateGovernorTest, AHeavyPageWithASmallAnimationIsLeftAlone) {
+  RateGovernor governor;
+  std::vector<int> coarseness;
+  double bits = 0;
+  int sinceKeyFrame = 0;
+  for (int frame = 0; frame < 600; ++frame) {
+    const Clock::Duration now = frame * kFrame;
+    const int steps = governor.coarseness(now);
+    const bool changed = !coarseness.empty() && steps != coarseness.back();
+    coarseness.push_back(steps);
+    if (changed || sinceKeyFrame == 300) sinceKeyFrame = 0;
+    const bool keyFrame = sinceKeyFrame++ == 0;
+    const double out = (keyFrame ? 20e6 : 0.017e6) / std::exp2(steps / 6.0);
+    governor.add(static_cast<std::size_t>(out / 8), keyFrame, now);
+    bits += out;
+  }
+  EXPECT_EQ(changesOf(coarseness), 0);
+  EXPECT_LT(bits, 2 * 20e6 + 600 * 0.017e6 + 1);
 }
 
 TEST(RateGovernorTest, AnEnormousFrameAsksForNoMoreThanTheCoarsest) {
