@@ -160,7 +160,10 @@ TEST_F(DisplayVideoTest, AFrameWithoutAnEncoderIsOneThatCannotBeEncoded) {
   display = TSLDisplayConnection::initWithHub(session);
   startUntilConnecting();
   world.log.clear();
-  display->didOutputSampleBuffer({std::make_shared<platform::PixelBuffer>(), {}});
+  display->sampleBufferDispatchQueue()->async([this] {
+    display->didOutputSampleBuffer({std::make_shared<platform::PixelBuffer>(), {}});
+  });
+  world.run();
   EXPECT_EQ(display->ackedSamples(), 5);
   EXPECT_THAT(world.log.lines(), ElementsAre(kOutput + ": error encoding frame " +
                                              std::to_string(last + 1) + ". status: -12903"));
