@@ -132,9 +132,9 @@ void FramePipeline::submit(const PictureDelivery::Picture& picture) {
   didLoseFrame();
 }
 
-// Any thread. One task at a time, however fast a hub acknowledges.
+// Any thread.
 void FramePipeline::postOwed() {
-  if (!pictures_.owed() || owedPosted_.exchange(true)) return;
+  if (!pictures_.owed()) return;
   queue_->async([weak = weak_from_this()] {
     if (const auto self = weak.lock()) self->deliverOwed();
   });
@@ -142,7 +142,6 @@ void FramePipeline::postOwed() {
 
 void FramePipeline::deliverOwed() {
   assert(queue_->isCurrent());
-  owedPosted_ = false;
   if (restTimer_ || stopped_ || !channel_->connected()) return;
   const auto picture = pictures_.owed();
   if (picture && takeSlot()) submit(picture);

@@ -106,8 +106,7 @@ class FramePipeline final : public platform::CaptureOutputDelegate,
   FrameStatistics statistics_;
   PictureDelivery pictures_;
   std::atomic<bool> stopped_{false};
-  std::atomic<bool> owedPosted_{false};  // a task that delivers what is owed is on the queue
-  std::atomic<int> failures_{0};         // frames lost one after another
+  std::atomic<int> failures_{0};  // frames lost one after another
 
   std::shared_ptr<platform::Timer> restTimer_;  // queue; set while owed pictures have to wait
 

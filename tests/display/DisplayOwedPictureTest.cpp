@@ -238,5 +238,24 @@ TEST_F(DisplayOwedPictureTest, AStopForgetsWhatIsOwed) {
   EXPECT_THAT(encoder()->frames, IsEmpty());
 }
 
+TEST_F(DisplayOwedPictureTest, AStopLetsThePictureGo) {
+  useUpCredits();
+  const std::weak_ptr<const platform::PixelBuffer> owed = change();
+  EXPECT_FALSE(owed.expired());
+  display->stopWithCompletionHandler(nullptr);
+  EXPECT_TRUE(owed.expired());
+}
+
+TEST_F(DisplayOwedPictureTest, AStartAfterALossBeginsWithAnEmptyEncoder) {
+  encoder()->automaticOutput = false;
+  change();
+  change();
+  connection()->enterState(platform::ConnectionState::kFailed);
+  world.run();
+  startUntilCasting();
+  change();
+  EXPECT_EQ(encoded(), 1U);
+}
+
 }  // namespace
 }  // namespace tessel::test

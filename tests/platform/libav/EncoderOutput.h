@@ -9,7 +9,6 @@
 #include <deque>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <thread>
 #include <utility>
@@ -17,6 +16,7 @@
 
 #include "platform/Clock.h"
 #include "platform/VideoEncoder.h"
+#include "platform/base/Mutex.h"
 #include "platform/libav/LibavVideoEncoding.h"
 #include "platform/media/PixelBufferPool.h"
 #include "platform/media/TestPattern.h"
@@ -56,16 +56,17 @@ class Output {
       encoded.infoFlags = infoFlags;
       encoded.thread = std::this_thread::get_id();
       if (buffer != nullptr) copy(*buffer, encoded);
-      const std::lock_guard lock{mutex_};
+      const MutexLock lock{mutex_};
       frames_.push_back(std::move(encoded));
       changed_.notify_all();
     };
   }
 
-  /// The next frame; one with status -1 when none comes in time.
+  /// The next frame; one with status -1 if none comes in time.
   Encoded next() {
-    std::unique_lock lock{mutex_};
-    if (!changed_.wait_for(lock, std::chrono::seconds{20}, [this] { return !frames_.empty(); })) {
+    MutexLock lock{mutex_};
+    if (!changed_.wait_for(lock.native(), std::chrono::seconds{20},
+                           [this]() TESSEL_REQUIRES(mutex_) { return !frames_.empty(); })) {
       Encoded none;
       none.status = -1;
       return none;
@@ -76,7 +77,7 @@ class Output {
   }
 
   std::size_t waiting() const {
-    const std::lock_guard lock{mutex_};
+    const MutexLock lock{mutex_};
     return frames_.size();
   }
 
@@ -96,9 +97,9 @@ class Output {
     }
   }
 
-  mutable std::mutex mutex_;  // guards frames_
+  mutable Mutex mutex_;
   std::condition_variable changed_;
-  std::deque<Encoded> frames_;
+  std::deque<Encoded> frames_ TESSEL_GUARDED_BY(mutex_);
 };
 
 /// Stands still but for the test, which moves it while no frame is under way.
