@@ -1,7 +1,6 @@
-// What a frame costs on its way from the screen to the network, step by step: processor time of the
-// threads that do the work, from a private X server of 1920 by 1080 that changes all the time, from
-// one of which a quarter changes, and from one that stands still; then, scaled to 1280 by 720, from
-// one that changes all the time.
+// Cost of the frame pipeline, step by step: processor time of the threads that do the work, from a
+// private X server of 1920 by 1080 that changes all the time, from one of which a quarter changes,
+// and from one that stands still; then, scaled to 1280 by 720, from one that changes all the time.
 //
 //   frame_road [SECONDS]
 
@@ -11,8 +10,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
-#include <mutex>
 #include <thread>
+#include <utility>
 
 #include "bench/CpuTime.h"
 #include "bench/Drain.h"
@@ -21,6 +20,8 @@
 #include "display/ByteSink.h"
 #include "display/FrameSender.h"
 #include "platform/Services.h"
+#include "platform/base/Mutex.h"
+#include "platform/posix/Thread.h"
 #include "tests/support/PrivateXServer.h"
 
 namespace tessel::bench {
@@ -56,7 +57,15 @@ class Channel final : public ByteSink {
   const std::shared_ptr<platform::NetworkConnection> connection_;
 };
 
-// What the encoder's callback does, and how long it takes.
+// What has been sent, and the processor time that it took.
+struct Sent {
+  int frames = 0;
+  std::size_t bytes = 0;
+  Milliseconds converting{};
+  Milliseconds framing{};
+};
+
+// The work of the encoder's callback, measured. `frame` on the encoder's thread, `sent` on any.
 class Sending {
  public:
   explicit Sending(const std::string& port) : channel_{port} {}
@@ -67,22 +76,23 @@ class Sending {
     if (!convertToAnnexB(*buffer, stream_)) return;
     const Milliseconds converted = threadTime();
     sendFrame(channel_, stream_.data(), stream_.size());
-    const std::lock_guard lock{mutex};
-    ++frames;
-    bytes += stream_.size();
-    converting += converted - begin;
-    framing += threadTime() - converted;
+    const platform::MutexLock lock{mutex_};
+    ++sent_.frames;
+    sent_.bytes += stream_.size();
+    sent_.converting += converted - begin;
+    sent_.framing += threadTime() - converted;
   }
 
-  std::mutex mutex;  // guards what follows
-  int frames = 0;
-  std::size_t bytes = 0;
-  Milliseconds converting{};
-  Milliseconds framing{};
+  Sent sent() const {
+    const platform::MutexLock lock{mutex_};
+    return sent_;
+  }
 
  private:
   Channel channel_;
   Bytes stream_;  // the encoder thread's
+  mutable platform::Mutex mutex_;
+  Sent sent_ TESSEL_GUARDED_BY(mutex_);
 };
 
 // Hands captured frames to the encoder.
@@ -107,8 +117,7 @@ class Encoding final : public platform::CaptureOutputDelegate {
 class Scrolling {
  public:
   explicit Scrolling(ScrollingPage::Extent extent)
-      : painting_{[this, extent] {
-          pthread_setname_np(pthread_self(), "bench-page");
+      : painting_{platform::startThread("bench-page", [this, extent] {
           ScrollingPage page{extent};
           auto next = std::chrono::steady_clock::now();
           while (moving_) {
@@ -116,7 +125,7 @@ class Scrolling {
             next += std::chrono::milliseconds{16};
             std::this_thread::sleep_until(next);
           }
-        }} {}
+        })} {}
   ~Scrolling() {
     moving_ = false;
     painting_.join();
@@ -136,13 +145,12 @@ void print(const char* step, Milliseconds time, int frames) {
 std::shared_ptr<platform::CompressionSession> makeEncoder(Size size, Sending& sending) {
   auto made = services().videoEncoding->makeCompressionSession(
       static_cast<int>(size.width), static_cast<int>(size.height),
+      {.expectedFrameRate = kFramesPerSecond},
       [&sending](platform::Status, std::uint32_t, const platform::EncodedSampleBuffer* buffer) {
         sending.frame(buffer);
       });
   if (std::holds_alternative<platform::Status>(made)) return nullptr;
   auto encoder = std::get<std::shared_ptr<platform::CompressionSession>>(made);
-  encoder->setAllowFrameReordering(false);
-  encoder->setExpectedFrameRate(kFramesPerSecond);
   return encoder->prepareToEncodeFrames() == 0 ? encoder : nullptr;
 }
 
@@ -160,19 +168,10 @@ std::shared_ptr<platform::CaptureSession> makeCapture(Size size,
   return capture == nullptr ? nullptr : *capture;
 }
 
-void reportMoving(const char* scene, Sending& sending, Encoding& encoding, double seconds) {
+void reportMoving(const char* scene, const Sending& sending, const Encoding& encoding,
+                  double seconds) {
   auto before = timeByThread();
-  Milliseconds converting{};
-  Milliseconds framing{};
-  int frames = 0;
-  std::size_t bytes = 0;
-  {
-    const std::lock_guard lock{sending.mutex};
-    frames = sending.frames;
-    bytes = sending.bytes;
-    converting = sending.converting;
-    framing = sending.framing;
-  }
+  const Sent sentBefore = sending.sent();
   const int dropped = encoding.dropped;
   const auto begin = std::chrono::steady_clock::now();
   std::this_thread::sleep_for(duration<double>{seconds});
@@ -180,15 +179,14 @@ void reportMoving(const char* scene, Sending& sending, Encoding& encoding, doubl
   const duration<double> passed = std::chrono::steady_clock::now() - begin;
   const auto spent = [&](const char* thread) { return after[thread] - before[thread]; };
 
-  const std::lock_guard lock{sending.mutex};
-  frames = sending.frames - frames;
-  bytes = sending.bytes - bytes;
-  converting = sending.converting - converting;
-  framing = sending.framing - framing;
+  const Sent sent = sending.sent();
+  const int frames = sent.frames - sentBefore.frames;
+  const std::size_t bytes = sent.bytes - sentBefore.bytes;
+  const Milliseconds sendingTime =
+      sent.converting - sentBefore.converting + sent.framing - sentBefore.framing;
   const Milliseconds capture = spent("tessel-capture");
-  const Milliseconds encode =
-      spent("tessel-encoder") + spent("bench-sample") - converting - framing;
-  const Milliseconds send = converting + framing + spent("bench-socket");
+  const Milliseconds encode = spent("tessel-encoder") + spent("bench-sample") - sendingTime;
+  const Milliseconds send = sendingTime + spent("bench-socket");
   std::printf("%s: %.1f frames a second, %d late, %.2f Mbit/s\n", scene, frames / passed.count(),
               encoding.dropped - dropped, static_cast<double>(bytes) * 8 / passed.count() / 1e6);
   print("capture, scaling, conversion", capture, frames);
@@ -206,7 +204,7 @@ void reportStill(const Encoding& encoding, double seconds) {
               (processTime() - idle).count() / (seconds * 1e3) * 100);
 }
 
-// Puts up the road for a session of this size, and sees what travels along it.
+// Measures a pipeline for a session of this size. False if it cannot be set up.
 bool measure(Size size, double seconds) {
   const Drain drain;
   Sending sending{drain.port()};

@@ -1,6 +1,5 @@
 #include "display/AnnexB.h"
 
-#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -8,27 +7,24 @@
 #include <variant>
 
 #include "platform/Log.h"
-#include "platform/base/ByteOrder.h"
 
 namespace tessel {
 namespace {
 
+using platform::NalUnit;
 using platform::Status;
 
 constexpr const char* kOperation = "-[TSLDisplayConnection elementaryStreamFromSampleBuffer:]";
 
 constexpr std::array<std::uint8_t, 4> kStartCode = {0, 0, 0, 1};
 
-// In front of each NAL unit that comes from the encoder: its length, big-endian.
-constexpr std::size_t kLengthSize = 4;
-
-void append(Bytes& stream, std::span<const std::uint8_t> unit) {
+void append(Bytes& stream, NalUnit unit) {
   stream.insert(stream.end(), kStartCode.begin(), kStartCode.end());
   stream.insert(stream.end(), unit.begin(), unit.end());
 }
 
-// False when the number of sets, or the last one of them, cannot be had. An earlier one that is
-// missing costs only itself: a decoder may have it already.
+// False if the number of sets or the last set is unavailable. An earlier set that is missing is
+// left out: the decoder may have it already.
 bool appendParameterSets(Bytes& stream, const platform::FormatDescription& format) {
   const auto count = format.parameterSetCount();
   if (const auto* status = std::get_if<Status>(&count)) {
@@ -50,17 +46,6 @@ bool appendParameterSets(Bytes& stream, const platform::FormatDescription& forma
   return complete;
 }
 
-// A length that reaches past the end is cut to what is there.
-void appendUnits(Bytes& stream, std::span<const std::uint8_t> data) {
-  while (data.size() > kLengthSize) {
-    const std::size_t length = platform::getBigEndian<0, std::uint32_t>(data.first<kLengthSize>());
-    data = data.subspan(kLengthSize);
-    const std::size_t present = std::min(length, data.size());
-    append(stream, data.first(present));
-    data = data.subspan(present);
-  }
-}
-
 }  // namespace
 
 bool convertToAnnexB(const platform::EncodedSampleBuffer& frame, Bytes& stream) {
@@ -73,15 +58,12 @@ bool convertToAnnexB(const platform::EncodedSampleBuffer& frame, Bytes& stream) 
       platform::log("%s: Unable to get sample buffer format description!", kOperation);
     }
   }
-  const auto data = frame.dataBuffer();
-  if (const auto* status = std::get_if<Status>(&data)) {
+  const auto units = frame.nalUnits();
+  if (const auto* status = std::get_if<Status>(&units)) {
     platform::log("%s: Failed to get block buffer data pointer. status: %d", kOperation, *status);
     return false;
   }
-  const auto units = std::get<std::span<const std::uint8_t>>(data);
-  // A length field makes room for its start code: the units need as many bytes as the data.
-  stream.reserve(stream.size() + units.size());
-  appendUnits(stream, units);
+  for (const NalUnit unit : std::get<std::span<const NalUnit>>(units)) append(stream, unit);
   return true;
 }
 

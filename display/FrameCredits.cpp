@@ -3,24 +3,24 @@
 namespace tessel {
 
 void FrameCredits::set(std::int64_t count) {
-  const std::lock_guard lock{transmitLock_};
+  const platform::MutexLock lock{transmitLock_};
   ackedSamples_ = count;
 }
 
 bool FrameCredits::take() {
-  const std::lock_guard lock{transmitLock_};
+  const platform::MutexLock lock{transmitLock_};
   if (ackedSamples_ <= 0) return false;
   --ackedSamples_;
   return true;
 }
 
 void FrameCredits::give() {
-  const std::lock_guard lock{transmitLock_};
+  const platform::MutexLock lock{transmitLock_};
   ++ackedSamples_;
 }
 
 std::int64_t FrameCredits::count() const {
-  const std::lock_guard lock{transmitLock_};
+  const platform::MutexLock lock{transmitLock_};
   return ackedSamples_;
 }
 

@@ -6,9 +6,9 @@ namespace tessel {
 namespace {
 
 std::int32_t wholePixels(double points) {
-  constexpr std::int32_t kMost = std::numeric_limits<std::int32_t>::max();
+  constexpr std::int32_t kMaxPixels = std::numeric_limits<std::int32_t>::max();
   if (!(points >= 1)) return 0;  // also not a number
-  return points >= kMost ? kMost : static_cast<std::int32_t>(points);
+  return points >= kMaxPixels ? kMaxPixels : static_cast<std::int32_t>(points);
 }
 
 }  // namespace

@@ -6,7 +6,8 @@
 
 namespace tessel {
 
-/// A size in whole pixels: the size in points, truncated. What is no size at all is 0.
+/// A size in whole pixels: the size in points, truncated. Sides that are negative or not a number
+/// are 0.
 struct PictureSize {
   std::int32_t width = 0;
   std::int32_t height = 0;

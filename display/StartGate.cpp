@@ -2,22 +2,26 @@
 
 namespace tessel {
 
+using platform::MutexLock;
+
 void StartGate::signal() {
-  const std::lock_guard lock{mutex_};
+  const MutexLock lock{mutex_};
   signalled_ = true;
   changed_.notify_all();
 }
 
 void StartGate::abandon() {
-  const std::lock_guard lock{mutex_};
+  const MutexLock lock{mutex_};
   abandoned_ = true;
   changed_.notify_all();
 }
 
 bool StartGate::wait() {
-  std::unique_lock lock{mutex_};
-  clock_.wait(lock, changed_, std::nullopt, [this] { return signalled_ || abandoned_; });
-  return clock_.wait(lock, changed_, kGrace, [this] { return signalled_; });
+  MutexLock lock{mutex_};
+  clock_.wait(lock.native(), changed_, std::nullopt,
+              [this]() TESSEL_REQUIRES(mutex_) { return signalled_ || abandoned_; });
+  return clock_.wait(lock.native(), changed_, kAbandonedTimeout,
+                     [this]() TESSEL_REQUIRES(mutex_) { return signalled_; });
 }
 
 }  // namespace tessel

@@ -2,9 +2,9 @@
 
 #include <chrono>
 #include <condition_variable>
-#include <mutex>
 
 #include "platform/Clock.h"
+#include "platform/base/Mutex.h"
 
 namespace tessel {
 
@@ -13,25 +13,24 @@ class StartGate {
  public:
   explicit StartGate(platform::Clock& clock) : clock_{clock} {}
 
-  /// The channel is up, or never will be. A signal that comes before the wait is not lost.
+  /// The channel is up, or never will be. A signal before the wait is not lost.
   void signal();
 
-  /// Nobody is interested in the start any more: it gets a last while to end by itself.
+  /// The caller has given the start up: the wait ends after at most kAbandonedTimeout more.
   void abandon();
 
-  /// Blocks until the signal, however long that takes, unless the start is abandoned. Returns
-  /// whether there was a signal.
+  /// Blocks until the signal, without a time-out unless the start is abandoned. Returns whether
+  /// there was a signal.
   bool wait();
 
-  /// How long an abandoned start may still take.
-  static constexpr platform::Clock::Duration kGrace = std::chrono::seconds{5};
+  static constexpr platform::Clock::Duration kAbandonedTimeout = std::chrono::seconds{5};
 
  private:
   platform::Clock& clock_;
-  std::mutex mutex_;  // guards all below
+  platform::Mutex mutex_;
   std::condition_variable changed_;
-  bool signalled_ = false;
-  bool abandoned_ = false;
+  bool signalled_ TESSEL_GUARDED_BY(mutex_) = false;
+  bool abandoned_ TESSEL_GUARDED_BY(mutex_) = false;
 };
 
 }  // namespace tessel

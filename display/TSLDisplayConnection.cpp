@@ -8,44 +8,49 @@
 #include "platform/XMLParser.h"
 #include "platform/base/ErrorText.h"
 #include "platform/base/TextLength.h"
-#include "tessel/Constants.h"
 #include "tessel/TSLSession.h"
-#include "wire/Ports.h"
 
-// Life of a display connection: made, launching, stopped. What happens on the channel itself is in
-// TSLDisplayConnectionSocket.cpp, what happens to frames in TSLDisplayConnectionVideo.cpp.
 namespace tessel {
 namespace {
 
+constexpr const char* kStart = "-[TSLDisplayConnection startDisplaySocketReturningError:]";
+
+constexpr long kNoHostName = 2;
+constexpr long kNotConnected = 3;
 constexpr long kStopped = 5;
+constexpr long kNoContext = 7;
+
+bool fail(std::optional<Error>& error, long code) {
+  error = Error{TSLErrorDomain, code, {}};
+  return false;
+}
 
 }  // namespace
 
-const char* TSLDisplayConnectorDefaultPort = kChannelsPort.text;
-
 std::shared_ptr<TSLDisplayConnection> TSLDisplayConnection::initWithHub(
     const std::shared_ptr<TSLSession>& hub) {
-  return std::shared_ptr<TSLDisplayConnection>{new TSLDisplayConnection{hub}};
+  return std::shared_ptr<TSLDisplayConnection>{
+      new TSLDisplayConnection{hub, std::make_shared<DisplayChannel>(hub)}};
 }
 
-TSLDisplayConnection::TSLDisplayConnection(const std::shared_ptr<TSLSession>& hub)
+TSLDisplayConnection::TSLDisplayConnection(const std::shared_ptr<TSLSession>& hub,
+                                           std::shared_ptr<DisplayChannel> channel)
     : hub_{hub},
-      socketDispatchQueue_{
-          platform::services().queues->makeSerialQueue("org.tessel.displaySocket")},
-      sampleBufferDispatchQueue_{
-          platform::services().queues->makeSerialQueue("org.tessel.sampleBuffer")} {}
+      channel_{std::move(channel)},
+      pipeline_{std::make_shared<FramePipeline>(channel_)} {
+  channel_->setAcknowledgementHandler([weak = std::weak_ptr{pipeline_}] {
+    if (const auto pipeline = weak.lock()) pipeline->acknowledged();
+  });
+}
 
 TSLDisplayConnection::~TSLDisplayConnection() {
   // The last reference may go inside the encoder's callback, where the encoder cannot be ended.
-  if (auto encoder = compressionSession_.get()) {
-    compressionSession_.set(nullptr);
-    socketDispatchQueue_->async([encoder = std::move(encoder)] { encoder->invalidate(); });
-  }
+  pipeline_->discardEncoder();
   stopWithCompletionHandler(nullptr);
 }
 
 void TSLDisplayConnection::startWithCompletionHandler(CompletionHandler handler) {
-  abandoned_ = false;
+  channel_->setAbandoned(false);
   const auto session = hub();
   const URLRequest request = session ? launchRequest(*session) : URLRequest{"", "POST"};
   URLSession::tsl_sessionWithDefaultConfiguration()->dataTask(
@@ -68,19 +73,51 @@ void TSLDisplayConnection::didLaunch(const Bytes& body, const URLResponse& respo
   std::optional<Error> error;
   startDisplaySocketReturningError(error);
   if (!error) openDebugMovieOutputStream();
-  socketDispatchQueue_->async([handler, error] { handler(error); });
+  socketDispatchQueue()->async([handler, error] { handler(error); });
 }
 
 void TSLDisplayConnection::didStartElement(const std::string& elementName) {
   xmlelementname_.set(elementName);
 }
 
-// The name is not cleared at an end tag: white space behind the token's element, when it is long
-// enough, replaces the token. Hubs rely on nothing else, and the channel never sends the token.
+// End tags do not clear the name: white space after the token's element, if it is long enough,
+// replaces the token. Hubs rely on nothing else, and the channel never sends the token.
 void TSLDisplayConnection::foundCharacters(const std::string& text) {
   if (xmlelementname_.get() == "token" && platform::lengthInUTF16(text) >= 2) {
     sessionToken_.set(text);
   }
+}
+
+bool TSLDisplayConnection::startDisplaySocketReturningError(std::optional<Error>& error) {
+  // The session is not held while this blocks: its host may drop it meanwhile.
+  std::optional<std::string> hostName;
+  bool tls = false;
+  if (const auto session = hub()) {
+    hostName = session->hostName();
+    tls = session->sslEnabled();
+  }
+  if (!hostName) {
+    platform::log("%s: hostName is NULL!", kStart);
+    return fail(error, kNoHostName);
+  }
+  pipeline_->begin();
+  if (!channel_->open(*hostName, tls)) return fail(error, kNotConnected);
+  return negotiate(error);
+}
+
+bool TSLDisplayConnection::negotiate(std::optional<Error>& error) {
+  bool newProtocol = false;
+  Size size;
+  if (const auto session = hub()) {
+    newProtocol = session->newProtocol();
+    if (const auto config = session->sessionConfig()) size = config->sessionSize();
+  }
+  if (!channel_->sendStartCommand(newProtocol)) return fail(error, kNotConnected);
+  if (!pipeline_->setUp(size, error)) return false;
+  if (!channel_->requestContext(size)) return fail(error, kNotConnected);
+  if (!channel_->waitForContext()) return fail(error, kNoContext);
+  pipeline_->start();
+  return true;
 }
 
 void TSLDisplayConnection::openDebugMovieOutputStream() {
@@ -101,29 +138,17 @@ void TSLDisplayConnection::openDebugMovieOutputStream() {
 
 void TSLDisplayConnection::stopWithCompletionHandler(const CompletionHandler& handler) {
   platform::log("%s: ENTER", "-[TSLDisplayConnection stopWithCompletionHandler:]");
-  abandoned_ = true;
-  if (const auto gate = gate_.get()) gate->abandon();
-  const auto connection = HubConnection();
-  if (connection && connected_.exchange(false)) {
-    stopped_ = true;
-    if (const auto capture = captureSession()) capture->stopRunning();
-    if (const auto encoder = compressionSession()) encoder->invalidate();
-    connection->cancel();
+  channel_->setAbandoned(true);
+  if (channel_->takeDown()) {
+    pipeline_->stop();
+    channel_->cancel();
   }
   if (handler) handler(Error{TSLErrorDomain, kStopped, {}});
 }
 
-void TSLDisplayConnection::disconnectSessionDueToConnectionError() {
-  platform::log("%s: ENTER", "-[TSLDisplayConnection disconnectSessionDueToConnectionError]");
-  if (terminateAccidentally_.exchange(true)) return;
-  platform::services().queues->mainQueue()->async([hub = hub_] {
-    if (const auto session = hub.lock()) session->disconnect();
-  });
-}
-
 TSLSessionStatistics TSLDisplayConnection::statistics() const {
-  TSLSessionStatistics statistics = statistics_.snapshot();
-  statistics.credits = ackedSamples();
+  TSLSessionStatistics statistics = pipeline_->statistics();
+  statistics.bytesSent = channel_->bytesSent();
   return statistics;
 }
 

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -8,16 +7,9 @@
 #include <optional>
 #include <string>
 
-#include "display/ByteSink.h"
-#include "display/FrameCredits.h"
-#include "display/FrameStatistics.h"
-#include "display/StartGate.h"
+#include "display/DisplayChannel.h"
+#include "display/FramePipeline.h"
 #include "platform/Files.h"
-#include "platform/NetworkConnection.h"
-#include "platform/Queues.h"
-#include "platform/ScreenCapture.h"
-#include "platform/VideoEncoder.h"
-#include "platform/base/Group.h"
 #include "platform/base/Synchronized.h"
 #include "tessel/Error.h"
 #include "tessel/TSLSessionStatistics.h"
@@ -30,22 +22,21 @@ namespace tessel {
 class TSLSession;
 
 /// The display channel of one session: launches the hub's receiver, opens the channel, agrees on an
-/// H.264 context, then captures, encodes and sends the screen.
+/// H.264 context and casts the screen. The work is done by its two parts, a `DisplayChannel` and a
+/// `FramePipeline`; the operations and properties of theirs that this class offers are forwards.
 ///
 /// Threads. Any thread may call the properties, the start and the stop. What runs where:
 ///
 ///     URL session's callback queue  the launch's answer, its parsing, the whole blocking start
-///     socketDispatchQueue           states and receives of the connection, the start's completion
+///     socketDispatchQueue           the channel's states and receives, the start's completion
 ///     sampleBufferDispatchQueue     captured frames, their way into the encoder
 ///     encoder's callback thread     conversion to Annex B, sending
 ///     main queue                    the call of the session's disconnect
 ///
-/// Ownership. The session holds its display connection, which holds the session weakly. A start
-/// under way holds the connection; every other callback handed to the platform holds it weakly.
-/// The last reference may go on any of the threads above. One object serves one start at a time.
+/// Ownership. The session holds its display connection, which holds the session weakly and both
+/// parts strongly. A start under way holds the connection. The last reference may go on any of the
+/// threads above. One object serves one start at a time.
 class TSLDisplayConnection : public XMLParserDelegate,
-                             public platform::CaptureOutputDelegate,
-                             public ByteSink,
                              public std::enable_shared_from_this<TSLDisplayConnection> {
  public:
   using CompletionHandler = std::function<void(std::optional<Error>)>;
@@ -58,7 +49,7 @@ class TSLDisplayConnection : public XMLParserDelegate,
   TSLDisplayConnection& operator=(const TSLDisplayConnection&) = delete;
 
   /// Launches the receiver, opens the channel and starts casting. `handler` is called once: on the
-  /// URL session's callback queue when the launch fails, else on socketDispatchQueue.
+  /// URL session's callback queue if the launch fails, else on socketDispatchQueue.
   void startWithCompletionHandler(CompletionHandler handler);
 
   /// Ends capture, encoder and connection. `handler` is called before this returns, always with
@@ -69,85 +60,89 @@ class TSLDisplayConnection : public XMLParserDelegate,
   /// it is casting, `error` why not.
   bool startDisplaySocketReturningError(std::optional<Error>& error);
 
-  /// Queues a copy of the bytes on the connection. Always true: what goes wrong shows in the
-  /// connection's state and in the receive loop.
-  bool sendBuffer(const void* bytes, std::size_t length) override;
+  /// What the channel has done so far.
+  TSLSessionStatistics statistics() const;
 
-  /// One pass of the receive loop: a header, then the body that it announces.
-  void doReceive(const std::shared_ptr<platform::NetworkConnection>& connection);
-
-  /// Asks the session to disconnect, on the main queue. Only the first call does.
-  void disconnectSessionDueToConnectionError();
-
-  /// A stopped pipeline that captures the first screen at `size`, 30 frames a second, or null.
-  std::shared_ptr<platform::CaptureSession> screenCaptureSessionWithSize(
-      Size size, std::optional<Error>& error);
-
-  /// A prepared encoder for pictures of `size`, or null.
-  std::shared_ptr<platform::CompressionSession> compressionSessionWithSize(
-      Size size, std::optional<Error>& error);
-
-  /// @name On sampleBufferDispatchQueue
+  /// @name Of the channel
   /// @{
-  void didOutputSampleBuffer(const platform::SampleBuffer& sampleBuffer) override;
-  void didDropSampleBuffer(const platform::SampleBuffer& sampleBuffer) override;
-  /// @}
-
-  /// @name On the encoder's callback thread
-  /// @{
-  void compressionOutputCompletedWithStatus(platform::Status status, std::uint32_t infoFlags,
-                                            const platform::EncodedSampleBuffer* sampleBuffer);
-  /// The frame as Annex B, null when it cannot be converted. Lives until the next call.
-  const Bytes* elementaryStreamFromSampleBuffer(const platform::EncodedSampleBuffer& sampleBuffer);
-  /// Sends one frame in pieces.
-  void sendSampleBuffer(const void* bytes, std::size_t length);
-  /// @}
-
-  /// @name On the thread that parses the launch's answer
-  /// @{
-  void didStartElement(const std::string& elementName) override;
-  void foundCharacters(const std::string& text) override;
-  /// @}
-
-  /// @name Properties
-  /// @{
+  bool sendBuffer(const void* bytes, std::size_t length) {
+    return channel_->sendBuffer(bytes, length);
+  }
+  void doReceive(const std::shared_ptr<platform::NetworkConnection>& connection) {
+    channel_->doReceive(connection);
+  }
+  void disconnectSessionDueToConnectionError() {
+    channel_->disconnectSessionDueToConnectionError();
+  }
   /// The session is being ended by an accident: a link error, or a hub that has fallen silent.
-  bool terminateAccidentally() const { return terminateAccidentally_; }
-  void setTerminateAccidentally(bool accidentally) { terminateAccidentally_ = accidentally; }
+  bool terminateAccidentally() const { return channel_->terminateAccidentally(); }
+  void setTerminateAccidentally(bool accidentally) {
+    channel_->setTerminateAccidentally(accidentally);
+  }
   /// From the connection's ready state until it fails, is cancelled or stopped.
-  bool connected() const { return connected_; }
-  void setConnected(bool connected) { connected_ = connected; }
+  bool connected() const { return channel_->connected(); }
+  void setConnected(bool connected) { channel_->setConnected(connected); }
+  std::shared_ptr<platform::NetworkConnection> HubConnection() const {
+    return channel_->connection();
+  }
+  std::shared_ptr<platform::SerialQueue> socketDispatchQueue() const { return channel_->queue(); }
+  std::shared_ptr<platform::Group> socketDispatchGroup() const { return channel_->contextGroup(); }
+  /// @}
+
+  /// @name Of the frame pipeline
+  /// @{
+  std::shared_ptr<platform::CaptureSession> screenCaptureSessionWithSize(
+      Size size, std::optional<Error>& error) {
+    return pipeline_->makeCapture(size, error);
+  }
+  std::shared_ptr<platform::CompressionSession> compressionSessionWithSize(
+      Size size, std::optional<Error>& error) {
+    return pipeline_->makeEncoder(size, error);
+  }
+  void didOutputSampleBuffer(const platform::SampleBuffer& sampleBuffer) {
+    pipeline_->didOutputSampleBuffer(sampleBuffer);
+  }
+  void didDropSampleBuffer(const platform::SampleBuffer& sampleBuffer) {
+    pipeline_->didDropSampleBuffer(sampleBuffer);
+  }
+  void compressionOutputCompletedWithStatus(platform::Status status, std::uint32_t infoFlags,
+                                            const platform::EncodedSampleBuffer* sampleBuffer) {
+    pipeline_->compressionOutputCompletedWithStatus(status, infoFlags, sampleBuffer);
+  }
+  const Bytes* elementaryStreamFromSampleBuffer(const platform::EncodedSampleBuffer& sampleBuffer) {
+    return pipeline_->elementaryStreamFromSampleBuffer(sampleBuffer);
+  }
+  void sendSampleBuffer(const void* bytes, std::size_t length) {
+    pipeline_->sendSampleBuffer(bytes, length);
+  }
+  std::shared_ptr<platform::CaptureSession> captureSession() const { return pipeline_->capture(); }
+  std::shared_ptr<platform::SerialQueue> sampleBufferDispatchQueue() const {
+    return pipeline_->queue();
+  }
+  std::shared_ptr<platform::CompressionSession> compressionSession() const {
+    return pipeline_->encoder();
+  }
+  /// Frames that may still be encoded before the hub answers.
+  std::int64_t ackedSamples() const { return pipeline_->credits(); }
+  /// @}
+
+  /// @name Of the launch
+  /// @{
+  std::shared_ptr<TSLSession> hub() const { return hub_.lock(); }
   /// The URL that stops the receiver; none before the launch has been answered.
   std::optional<std::string> stopURL() const { return stopURL_.get(); }
   void setStopURL(const std::optional<std::string>& stopURL) { stopURL_.set(stopURL); }
-  std::shared_ptr<TSLSession> hub() const { return hub_.lock(); }
-  std::shared_ptr<platform::NetworkConnection> HubConnection() const {
-    return HubConnection_.get();
-  }
-  std::shared_ptr<platform::SerialQueue> socketDispatchQueue() const {
-    return socketDispatchQueue_;
-  }
-  /// Entered before the context request, left by the hub's response to it.
-  std::shared_ptr<platform::Group> socketDispatchGroup() const {
-    return socketDispatchGroup_.get();
-  }
-  std::shared_ptr<platform::CaptureSession> captureSession() const { return captureSession_.get(); }
-  std::shared_ptr<platform::SerialQueue> sampleBufferDispatchQueue() const {
-    return sampleBufferDispatchQueue_;
-  }
-  std::shared_ptr<platform::CompressionSession> compressionSession() const {
-    return compressionSession_.get();
-  }
-  /// Frames that may still be encoded before the hub answers.
-  std::int64_t ackedSamples() const { return credits_.count(); }
-  /// Opened where the user default "DebugMovieOutputPath" says; nothing is written to it.
-  std::shared_ptr<platform::OutputStream> debugMovieOutputStream() const {
-    return debugMovieOutputStream_.get();
-  }
   /// The token in the launch's answer.
   std::optional<std::string> sessionToken() const { return sessionToken_.get(); }
   /// Name of the element that the parser saw last.
   std::optional<std::string> xmlelementname() const { return xmlelementname_.get(); }
+  /// Opened where the user default "DebugMovieOutputPath" says; nothing is written to it.
+  std::shared_ptr<platform::OutputStream> debugMovieOutputStream() const {
+    return debugMovieOutputStream_.get();
+  }
+  /// On the thread that parses the launch's answer.
+  void didStartElement(const std::string& elementName) override;
+  void foundCharacters(const std::string& text) override;
   /// @}
 
   /// @name Part of the connection's shape, without a function in it
@@ -160,54 +155,25 @@ class TSLDisplayConnection : public XMLParserDelegate,
   std::uint64_t readBufferLength() const { return 0; }
   /// @}
 
-  /// What the channel has done so far.
-  TSLSessionStatistics statistics() const;
-
  protected:
-  explicit TSLDisplayConnection(const std::shared_ptr<TSLSession>& hub);
+  TSLDisplayConnection(const std::shared_ptr<TSLSession>& hub,
+                       std::shared_ptr<DisplayChannel> channel);
 
  private:
   void didLaunch(const Bytes& body, const URLResponse& response, const CompletionHandler& handler);
-  void openDebugMovieOutputStream();
-  std::shared_ptr<StartGate> makeGate();
-  std::shared_ptr<platform::NetworkConnection> openConnection(
-      const std::string& hostName, bool tls, const std::shared_ptr<StartGate>& gate);
   bool negotiate(std::optional<Error>& error);
-  bool sendStartCommand(bool newProtocol);
-  bool requestContext(Size size);
-  void didReceiveHeader(const std::shared_ptr<platform::NetworkConnection>& connection,
-                        const platform::Received& received);
-  // `name` is what the log calls the body, `header` how the read of its header ended.
-  void didSkipBody(const std::shared_ptr<platform::NetworkConnection>& connection, const char* name,
-                   const platform::Received& header, const platform::Received& body);
-  bool mayEncode();
+  void openDebugMovieOutputStream();
 
   const std::weak_ptr<TSLSession> hub_;
-  const std::shared_ptr<platform::SerialQueue> socketDispatchQueue_;
-  const std::shared_ptr<platform::SerialQueue> sampleBufferDispatchQueue_;
+  const std::shared_ptr<DisplayChannel> channel_;
+  const std::shared_ptr<FramePipeline> pipeline_;
   const Bytes readBuffer_ = Bytes(20000);
-
-  std::atomic<bool> terminateAccidentally_{false};
-  std::atomic<bool> connected_{false};
-  std::atomic<bool> stopped_{false};    // the channel was stopped while connected
-  std::atomic<bool> abandoned_{false};  // a stop came after the start
-  FrameCredits credits_;
-  FrameStatistics statistics_;
-
-  // The start waits at the gate, the state handler and the stop let it go.
-  platform::Synchronized<std::shared_ptr<StartGate>> gate_;
 
   // Written by the start, read from anywhere.
   platform::Synchronized<std::optional<std::string>> stopURL_;
   platform::Synchronized<std::optional<std::string>> sessionToken_;
   platform::Synchronized<std::optional<std::string>> xmlelementname_;
-  platform::Synchronized<std::shared_ptr<platform::NetworkConnection>> HubConnection_;
-  platform::Synchronized<std::shared_ptr<platform::Group>> socketDispatchGroup_;
-  platform::Synchronized<std::shared_ptr<platform::CaptureSession>> captureSession_;
-  platform::Synchronized<std::shared_ptr<platform::CompressionSession>> compressionSession_;
   platform::Synchronized<std::shared_ptr<platform::OutputStream>> debugMovieOutputStream_;
-
-  Bytes elementaryStream_;  // encoder's callback thread; reused, so that a frame allocates nothing
 };
 
 }  // namespace tessel

@@ -33,7 +33,10 @@ class FormatDescription {
   virtual StatusOr<std::span<const std::uint8_t>> parameterSet(std::size_t index) const = 0;
 };
 
-/// One encoded frame.
+/// One H.264 NAL unit, without start code or length field.
+using NalUnit = std::span<const std::uint8_t>;
+
+/// One encoded frame. Lives for the callback only.
 class EncodedSampleBuffer {
  public:
   virtual ~EncodedSampleBuffer() = default;
@@ -41,16 +44,15 @@ class EncodedSampleBuffer {
   virtual std::optional<bool> notSync() const = 0;
   /// Null when the encoder gave none.
   virtual const FormatDescription* formatDescription() const = 0;
-  /// NAL units without parameter sets, each behind its length in 4 bytes, big-endian. The bytes
-  /// live as long as this object.
-  virtual StatusOr<std::span<const std::uint8_t>> dataBuffer() const = 0;
+  /// The NAL units without parameter sets, in order. They live as long as this object.
+  virtual StatusOr<std::span<const NalUnit>> nalUnits() const = 0;
 };
 
 /// Bit of `infoFlags`: the encoder dropped the frame.
 inline constexpr std::uint32_t kInfoFrameDropped = 0x2;
 
-/// Called on the encoder's own callback thread, one frame at a time, in the order of encoding.
-/// `sampleBuffer` may be null.
+/// Called on the encoder's own callback thread, one frame at a time, once for each frame that was
+/// accepted and in that order. `sampleBuffer` is null when the encoder produced none.
 using CompressionOutputCallback = std::function<void(Status status, std::uint32_t infoFlags,
                                                      const EncodedSampleBuffer* sampleBuffer)>;
 
@@ -60,17 +62,24 @@ struct PresentationTime {
   std::int32_t timescale = 1;
 };
 
-/// A H.264 encoder. One thread at a time, but `invalidate` may come from any.
+/// The properties of an encoder, in the order in which a backend sets them. What is not here (bit
+/// rate, profile, key-frame interval) is the backend's choice.
+struct CompressionSettings {
+  bool allowFrameReordering = false;
+  bool realTime = true;
+  int expectedFrameRate = 30;  ///< frames a second; greater than zero
+};
+
+/// An H.264 encoder. One thread at a time; `invalidate` and the question about hardware may come
+/// from any thread.
 class CompressionSession {
  public:
   virtual ~CompressionSession() = default;
-  virtual void setAllowFrameReordering(bool allow) = 0;
-  virtual void setRealTime(bool realTime) = 0;
-  virtual void setExpectedFrameRate(int framesPerSecond) = 0;
-  /// Whether the encoder is a piece of hardware.
+  /// Whether the encoder in use is a piece of hardware.
   virtual StatusOr<bool> usingHardwareAcceleratedVideoEncoder() const = 0;
   virtual Status prepareToEncodeFrames() = 0;
-  /// Hands one frame to the encoder. An odd width or height is cut to the next lower even one.
+  /// Hands one frame to the encoder; status 0 means that a callback follows. An odd width or height
+  /// is cut to the next lower even one.
   virtual Status encodeFrame(const std::shared_ptr<const PixelBuffer>& imageBuffer,
                              PresentationTime presentationTime) = 0;
   /// Ends the encoder: once this has returned, frames fail and the callback is not called again.
@@ -78,18 +87,20 @@ class CompressionSession {
   virtual void invalidate() = 0;
 };
 
+/// Makes encoders. Any thread.
 class VideoEncoding {
  public:
   virtual ~VideoEncoding() = default;
 
   /// An encoder for pictures of `width` by `height`: hardware where it works, else software.
   virtual StatusOr<std::shared_ptr<CompressionSession>> makeCompressionSession(
-      std::int32_t width, std::int32_t height, CompressionOutputCallback callback) = 0;
+      std::int32_t width, std::int32_t height, const CompressionSettings& settings,
+      CompressionOutputCallback callback) = 0;
 
   /// A sentence that explains a status.
   virtual std::string describe(Status status) const = 0;
 
-  /// What `diagnose()` tells of the encoder that a cast would get.
+  /// The encoder that a cast would get, for `diagnose()`.
   virtual Finding finding() const = 0;
 };
 

@@ -7,8 +7,7 @@
 namespace tessel::platform {
 namespace {
 
-// Options that keep each encoder from holding frames back. How sharp and how large frames are,
-// LibavEncoder says.
+// The options keep each encoder from holding frames back. LibavEncoder sets quality and rate.
 constexpr std::array<EncoderCandidate, 7> kCandidates{{
     {"h264_vaapi",
      true,

@@ -16,10 +16,10 @@ struct EncoderCandidate {
   const char* name;  ///< libavcodec's
   bool hardware;
   AVPixelFormat format;    ///< of the pictures that it is handed
-  AVHWDeviceType device;   ///< whose memory they lie in; none for ordinary memory
-  const char* folder;      ///< without a file here that begins ...
-  const char* filePrefix;  ///< ... like this it is not worth trying; null for always
-  std::array<std::pair<const char*, const char*>, 8> options;  ///< its own; null ends them
+  AVHWDeviceType device;   ///< whose memory holds them; none for ordinary memory
+  const char* folder;      ///< where its device files are; null if it needs none
+  const char* filePrefix;  ///< how their names begin
+  std::array<std::pair<const char*, const char*>, 8> options;  ///< names and values; null ends them
 };
 
 /// In the order in which they are tried.

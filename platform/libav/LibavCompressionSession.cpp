@@ -2,113 +2,88 @@
 
 #include <algorithm>
 #include <limits>
-#include <pthread.h>
+#include <system_error>
 #include <utility>
-#include <vector>
+#include <variant>
 
 #include "platform/Log.h"
 #include "platform/media/NalUnits.h"
-#include "platform/posix/HostSignals.h"
+#include "platform/posix/Thread.h"
+
+extern "C" {
+#include <libavutil/error.h>
+}
 
 namespace tessel::platform {
 namespace {
 
-// The display's credits allow fewer; this only keeps a mistake from filling the memory.
-constexpr std::size_t kMaximumJobs = 8;
+// Bounds the memory of a caller that submits frames without waiting for callbacks.
+constexpr std::size_t kMaxWaitingFrames = 2;
 
 class EncodedFrame final : public EncodedSampleBuffer {
  public:
-  EncodedFrame(bool keyFrame, std::shared_ptr<const FormatDescription> description, Bytes data)
-      : keyFrame_{keyFrame}, description_{std::move(description)}, data_{std::move(data)} {}
+  EncodedFrame(bool keyFrame, const FormatDescription& description, std::span<const NalUnit> units)
+      : keyFrame_{keyFrame}, description_{description}, units_{units} {}
 
   std::optional<bool> notSync() const override { return !keyFrame_; }
-  const FormatDescription* formatDescription() const override { return description_.get(); }
-  StatusOr<std::span<const std::uint8_t>> dataBuffer() const override {
-    return std::span<const std::uint8_t>{data_};
-  }
+  const FormatDescription* formatDescription() const override { return &description_; }
+  StatusOr<std::span<const NalUnit>> nalUnits() const override { return units_; }
 
  private:
   const bool keyFrame_;
-  const std::shared_ptr<const FormatDescription> description_;
-  const Bytes data_;
+  const FormatDescription& description_;
+  const std::span<const NalUnit> units_;
 };
 
 }  // namespace
 
-// Immutable once a frame refers to it.
-class LibavCompressionSession::ParameterSets final : public FormatDescription {
- public:
-  explicit ParameterSets(std::vector<Bytes> sets) : sets_{std::move(sets)} {}
-
-  const std::vector<Bytes>& sets() const { return sets_; }
-
-  StatusOr<std::size_t> parameterSetCount() const override { return sets_.size(); }
-  StatusOr<std::span<const std::uint8_t>> parameterSet(std::size_t index) const override {
-    if (index >= sets_.size()) return Status{AVERROR(EINVAL)};
-    return std::span<const std::uint8_t>{sets_[index]};
+void LibavCompressionSession::ParameterSets::take(std::span<const NalUnit> units) {
+  std::vector<Bytes> sets;
+  for (const NalUnit unit : units) {
+    if (isParameterSet(unit)) sets.emplace_back(unit.begin(), unit.end());
   }
+  if (!sets.empty()) sets_ = std::move(sets);
+}
 
- private:
-  const std::vector<Bytes> sets_;
-};
+StatusOr<std::span<const std::uint8_t>> LibavCompressionSession::ParameterSets::parameterSet(
+    std::size_t index) const {
+  if (index >= sets_.size()) return Status{AVERROR(EINVAL)};
+  return std::span<const std::uint8_t>{sets_[index]};
+}
 
 LibavCompressionSession::LibavCompressionSession(std::int32_t width, std::int32_t height,
+                                                 const EncoderSettings& settings,
+                                                 EncoderChoice choice,
+                                                 std::unique_ptr<H264Encoder> encoder,
                                                  CompressionOutputCallback callback,
                                                  std::shared_ptr<Clock> clock)
-    : callback_{std::move(callback)},
-      clock_{std::move(clock)},
-      width_{width},
+    : width_{width},
       height_{height},
+      settings_{settings},
+      choice_{std::move(choice)},
+      callback_{std::move(callback)},
+      clock_{std::move(clock)},
       lastTimestamp_{std::numeric_limits<std::int64_t>::min()} {
-  // 4:2:0 knows no odd sizes.
-  settings_.width = width / 2 * 2;
-  settings_.height = height / 2 * 2;
+  use(std::move(encoder));
 }
 
 LibavCompressionSession::~LibavCompressionSession() { invalidate(); }
 
-void LibavCompressionSession::setAllowFrameReordering(bool allow) {
-  const std::lock_guard lock{mutex_};
-  settings_.allowsReordering = allow;
-}
-
-void LibavCompressionSession::setRealTime(bool) {
-  // Every encoder is opened so that it keeps up; there is no other way here.
-}
-
-void LibavCompressionSession::setExpectedFrameRate(int framesPerSecond) {
-  const std::lock_guard lock{mutex_};
-  settings_.framesPerSecond = std::max(1, framesPerSecond);
-}
-
-// Under mutex_.
-Status LibavCompressionSession::open() const {
-  if (invalidated_) return AVERROR_EOF;
-  if (encoder_) return 0;
-  auto opened = LibavEncoder::openBest(settings_);
-  if (std::holds_alternative<Status>(opened)) return std::get<Status>(opened);
-  encoder_ = std::move(std::get<std::unique_ptr<LibavEncoder>>(opened));
-  log("%s: encoding with %s", "-[LibavCompressionSession open]", encoder_->name());
-  return 0;
-}
-
-StatusOr<bool> LibavCompressionSession::usingHardwareAcceleratedVideoEncoder() const {
-  const std::lock_guard lock{mutex_};
-  const Status status = open();
-  if (status != 0) return status;
-  return encoder_->isHardware();
+void LibavCompressionSession::use(std::unique_ptr<H264Encoder> encoder) {
+  encoder_ = std::move(encoder);
+  hardware_ = encoder_->candidate().hardware;
+  log("%s: encoding with %s", "-[LibavCompressionSession open]", encoder_->candidate().name);
 }
 
 Status LibavCompressionSession::prepareToEncodeFrames() {
-  const std::lock_guard lock{mutex_};
-  const Status status = open();
-  if (status != 0 || prepared_) return status;
-  prepared_ = true;
-  const HostSignalsBlocked inherited;
-  thread_ = std::thread{[this] {
-    pthread_setname_np(pthread_self(), "tessel-encoder");
-    run();
-  }};
+  const MutexLock lock{mutex_};
+  if (invalidated_) return AVERROR_EOF;
+  if (thread_.joinable()) return 0;
+  try {
+    thread_ = startThread("tessel-encoder", [this] { run(); });
+  } catch (const std::system_error& error) {
+    return AVERROR(error.code().value());
+  }
   return 0;
 }
 
@@ -120,24 +95,25 @@ Status LibavCompressionSession::encodeFrame(const std::shared_ptr<const PixelBuf
   }
   // An encoder that has not been prepared prepares itself.
   if (const Status status = prepareToEncodeFrames(); status != 0) return status;
-  const std::lock_guard lock{mutex_};
+  const MutexLock lock{mutex_};
   if (invalidated_) return AVERROR_EOF;
-  if (jobs_.size() >= kMaximumJobs) return AVERROR(EAGAIN);
+  if (jobs_.size() >= kMaxWaitingFrames) return AVERROR(EAGAIN);
   jobs_.push_back({imageBuffer, presentationTime});
   changed_.notify_one();
   return 0;
 }
 
 void LibavCompressionSession::invalidate() {
+  const MutexLock joining{joining_};  // a second caller waits for the first one's end
+  std::thread ending;
   {
-    const std::lock_guard lock{mutex_};
+    const MutexLock lock{mutex_};
     invalidated_ = true;
     jobs_.clear();
+    ending = std::move(thread_);
     changed_.notify_one();
   }
-  const std::lock_guard joining{joining_};
-  if (thread_.joinable()) thread_.join();
-  const std::lock_guard lock{mutex_};
+  if (ending.joinable()) ending.join();
   encoder_.reset();
 }
 
@@ -145,31 +121,43 @@ void LibavCompressionSession::run() {
   for (;;) {
     Job job;
     {
-      std::unique_lock lock{mutex_};
-      changed_.wait(lock, [this] { return invalidated_ || !jobs_.empty(); });
+      MutexLock lock{mutex_};
+      while (!invalidated_ && jobs_.empty()) changed_.wait(lock.native());
       if (invalidated_) return;
       job = std::move(jobs_.front());
       jobs_.pop_front();
     }
-    encode(job);
+    const Status status = encode(job);
+    if (status == 0) continue;
+    giveUpEncoder();
+    callback_(status, kInfoFrameDropped, nullptr);
   }
 }
 
-void LibavCompressionSession::encode(const Job& job) {
-  std::int64_t timestamp = job.time.value * encoder_->framesPerSecond() / job.time.timescale;
-  // Encoders insist that time goes on.
-  if (timestamp <= lastTimestamp_) timestamp = lastTimestamp_ + 1;
-  lastTimestamp_ = timestamp;
-
-  Status status = encoder_->holdsQuantiser() ? govern() : 0;
-  if (status == 0) status = encoder_->send(job.picture, timestamp);
-  while (status == 0) {
-    const AVPacket* packet = encoder_->receive(status);
-    if (packet == nullptr) break;
-    governor_.add(static_cast<std::size_t>(packet->size), clock_->uptime());
-    output(*packet);
+Status LibavCompressionSession::encode(const Job& job) {
+  if (!encoder_) {
+    if (const Status status = replaceEncoder(); status != 0) return status;
   }
-  if (status != 0) callback_(status, kInfoFrameDropped, nullptr);
+  if (encoder_->holdsQuantiser()) {
+    if (const Status status = govern(); status != 0) return status;
+  }
+  return encoder_->encode(job.picture, timestampOf(job.time),
+                          [this](const EncoderPacket& packet) { return output(packet); });
+}
+
+Status LibavCompressionSession::replaceEncoder() {
+  auto opened = choice_.openReplacement(settings_, std::exchange(retried_, nullptr));
+  if (const auto* status = std::get_if<Status>(&opened)) return *status;
+  use(std::move(std::get<std::unique_ptr<H264Encoder>>(opened)));
+  return 0;
+}
+
+// Hardware that fails twice is not trusted a third time: each failure costs a frame.
+void LibavCompressionSession::giveUpEncoder() {
+  if (!encoder_) return;
+  const EncoderCandidate& candidate = encoder_->candidate();
+  if (candidate.hardware && !std::exchange(hardwareRetried_, true)) retried_ = &candidate;
+  encoder_.reset();
 }
 
 Status LibavCompressionSession::govern() {
@@ -181,46 +169,25 @@ Status LibavCompressionSession::govern() {
   return encoder_->setCoarseness(coarseness);
 }
 
-void LibavCompressionSession::output(const AVPacket& packet) {
-  const auto keepParameterSets = [this](std::vector<Bytes> sets) {
-    if (sets.empty() || (parameterSets_ && parameterSets_->sets() == sets)) return;
-    parameterSets_ = std::make_shared<ParameterSets>(std::move(sets));
-  };
-  const auto isParameterSet = [](NalUnit unit) {
-    return nalType(unit) == NalType::sequenceParameterSet ||
-           nalType(unit) == NalType::pictureParameterSet;
-  };
+// In the encoder's unit. Encoders insist that time goes on.
+std::int64_t LibavCompressionSession::timestampOf(PresentationTime time) {
+  const std::int64_t timestamp = time.value * settings_.framesPerSecond / time.timescale;
+  lastTimestamp_ = std::max(timestamp, lastTimestamp_ + 1);
+  return lastTimestamp_;
+}
 
-  const bool keyFrame = (packet.flags & AV_PKT_FLAG_KEY) != 0;
-  if (keyFrame) {  // where an encoder may have begun anew
-    std::vector<Bytes> sets;
-    for (const NalUnit unit : splitAnnexB(encoder_->extradata())) {
-      if (isParameterSet(unit)) sets.emplace_back(unit.begin(), unit.end());
-    }
-    keepParameterSets(std::move(sets));
-  }
-
-  std::vector<Bytes> within;  // an encoder may send them in the stream all the same
-  Bytes data;
-  data.reserve(static_cast<std::size_t>(packet.size) + 64);
-  for (const NalUnit unit : splitAnnexB({packet.data, static_cast<std::size_t>(packet.size)})) {
-    switch (nalType(unit)) {
-      case NalType::sequenceParameterSet:
-      case NalType::pictureParameterSet:
-        within.emplace_back(unit.begin(), unit.end());
-        break;
-      // Of no use to a receiver that decodes frame by frame as they come.
-      case NalType::supplementalInformation:
-      case NalType::accessUnitDelimiter:
-      case NalType::fillerData:
-        break;
-      default:
-        appendLengthPrefixed(unit, data);
-    }
-  }
-  keepParameterSets(std::move(within));
-  const EncodedFrame frame{keyFrame, parameterSets_, std::move(data)};
+// Whether the packet held a picture.
+bool LibavCompressionSession::output(const EncoderPacket& packet) {
+  governor_.add(packet.stream.size(), packet.keyFrame, clock_->uptime());
+  // An encoder may have other parameter sets from a key frame on, beside the stream or within it.
+  if (packet.keyFrame) parameterSets_.take(splitAnnexB(encoder_->extradata()));
+  std::vector<NalUnit> units = splitAnnexB(packet.stream);
+  parameterSets_.take(units);
+  std::erase_if(units, [](NalUnit unit) { return !isSlice(unit); });
+  if (units.empty()) return false;
+  const EncodedFrame frame{packet.keyFrame, parameterSets_, units};
   callback_(0, 0, &frame);
+  return true;
 }
 
 }  // namespace tessel::platform

@@ -1,31 +1,36 @@
 #pragma once
 
+#include <atomic>
 #include <condition_variable>
+#include <cstdint>
 #include <deque>
 #include <memory>
-#include <mutex>
-#include <string>
+#include <span>
 #include <thread>
+#include <vector>
 
 #include "platform/Clock.h"
 #include "platform/VideoEncoder.h"
-#include "platform/libav/LibavEncoder.h"
+#include "platform/base/Mutex.h"
+#include "platform/libav/EncoderChoice.h"
 #include "platform/media/RateGovernor.h"
 
 namespace tessel::platform {
 
-/// Encodes with libavcodec, on a thread of its own that also makes the callbacks. The encoder is
-/// chosen and opened when it is first asked about or prepared.
+/// Encodes on a thread of its own ("tessel-encoder"), which also makes the callbacks.
+///
+/// Hardware that fails during the cast is opened again once; after that, or if that fails, software
+/// takes over. The new stream begins with its parameter sets and a key frame. The frame that failed
+/// is reported as dropped.
 class LibavCompressionSession final : public CompressionSession {
  public:
-  LibavCompressionSession(std::int32_t width, std::int32_t height,
+  /// Takes over `encoder`, which `choice` has opened with `settings`.
+  LibavCompressionSession(std::int32_t width, std::int32_t height, const EncoderSettings& settings,
+                          EncoderChoice choice, std::unique_ptr<H264Encoder> encoder,
                           CompressionOutputCallback callback, std::shared_ptr<Clock> clock);
   ~LibavCompressionSession() override;
 
-  void setAllowFrameReordering(bool allow) override;
-  void setRealTime(bool realTime) override;
-  void setExpectedFrameRate(int framesPerSecond) override;
-  StatusOr<bool> usingHardwareAcceleratedVideoEncoder() const override;
+  StatusOr<bool> usingHardwareAcceleratedVideoEncoder() const override { return hardware_.load(); }
   Status prepareToEncodeFrames() override;
   Status encodeFrame(const std::shared_ptr<const PixelBuffer>& imageBuffer,
                      PresentationTime presentationTime) override;
@@ -37,32 +42,47 @@ class LibavCompressionSession final : public CompressionSession {
     PresentationTime time;
   };
 
-  Status open() const;
-  void run();
-  void encode(const Job& job);
-  Status govern();
-  void output(const AVPacket& packet);
+  class ParameterSets final : public FormatDescription {
+   public:
+    /// Replaces the sets by those among `units`, unless there is none.
+    void take(std::span<const NalUnit> units);
+    StatusOr<std::size_t> parameterSetCount() const override { return sets_.size(); }
+    StatusOr<std::span<const std::uint8_t>> parameterSet(std::size_t index) const override;
 
-  const CompressionOutputCallback callback_;
-  const std::shared_ptr<Clock> clock_;
+   private:
+    std::vector<Bytes> sets_;
+  };
+
+  // On the encoder's thread, but the first before it starts.
+  void use(std::unique_ptr<H264Encoder> encoder);
+  void run();
+  Status encode(const Job& job);
+  Status replaceEncoder();
+  void giveUpEncoder();
+  Status govern();
+  std::int64_t timestampOf(PresentationTime time);
+  bool output(const EncoderPacket& packet);
+
   const std::int32_t width_;
   const std::int32_t height_;
+  const EncoderSettings settings_;
+  const EncoderChoice choice_;
+  const CompressionOutputCallback callback_;
+  const std::shared_ptr<Clock> clock_;
+  std::atomic<bool> hardware_{false};
 
-  mutable std::mutex mutex_;  // guards what follows, but see encoder_
-  EncoderSettings settings_;
-  // Opened under the lock; the thread's own once that runs.
-  mutable std::unique_ptr<LibavEncoder> encoder_;
-  bool prepared_ = false;
-  bool invalidated_ = false;
-  std::deque<Job> jobs_;
+  Mutex joining_;  // held while the thread is joined; taken before mutex_
+  Mutex mutex_;
   std::condition_variable changed_;
+  bool invalidated_ TESSEL_GUARDED_BY(mutex_) = false;
+  std::deque<Job> jobs_ TESSEL_GUARDED_BY(mutex_);
+  std::thread thread_ TESSEL_GUARDED_BY(mutex_);
 
-  std::mutex joining_;  // held by whoever ends the thread
-  std::thread thread_;
-
-  // The thread's own.
-  class ParameterSets;
-  std::shared_ptr<ParameterSets> parameterSets_;
+  // The thread's own while it runs.
+  std::unique_ptr<H264Encoder> encoder_;       // null after a failure, until the next frame
+  const EncoderCandidate* retried_ = nullptr;  // hardware to open again in its place
+  bool hardwareRetried_ = false;
+  ParameterSets parameterSets_;
   RateGovernor governor_;
   int coarseness_ = 0;
   std::int64_t lastTimestamp_;

@@ -1,6 +1,6 @@
 #include "platform/libav/LibavSilence.h"
 
-#include <mutex>
+#include "platform/base/Mutex.h"
 
 extern "C" {
 #include <libavutil/log.h>
@@ -9,21 +9,21 @@ extern "C" {
 namespace tessel::platform {
 namespace {
 
-std::mutex mutex;  // guards what follows
-int living = 0;
-int levelBefore = 0;
+Mutex mutex;
+int living TESSEL_GUARDED_BY(mutex) = 0;
+int levelBefore TESSEL_GUARDED_BY(mutex) = 0;
 
 }  // namespace
 
 LibavSilence::LibavSilence() {
-  const std::lock_guard lock{mutex};
+  const MutexLock lock{mutex};
   if (living++ > 0) return;
   levelBefore = av_log_get_level();
   av_log_set_level(AV_LOG_QUIET);
 }
 
 LibavSilence::~LibavSilence() {
-  const std::lock_guard lock{mutex};
+  const MutexLock lock{mutex};
   if (--living == 0 && av_log_get_level() == AV_LOG_QUIET) av_log_set_level(levelBefore);
 }
 

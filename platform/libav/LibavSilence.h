@@ -2,9 +2,9 @@
 
 namespace tessel::platform {
 
-/// While any of these lives, libav says nothing: the devices that it opens have no log level of
-/// their own, only the process has one. That is put back when the last one goes, unless the host
-/// has set another meanwhile. Any thread.
+/// While one of these lives, libav logs nothing: the devices that it opens have no log level of
+/// their own, only the process has one. The last one restores the level, unless the host has set
+/// another meanwhile. Any thread.
 class LibavSilence {
  public:
   LibavSilence();

@@ -15,16 +15,32 @@ extern "C" {
 namespace tessel::platform {
 namespace {
 
-constexpr std::int32_t kLargest = 16384;
+constexpr std::int32_t kMaxSide = 16384;
 
 }  // namespace
 
+LibavVideoEncoding::LibavVideoEncoding(std::shared_ptr<Clock> clock)
+    : LibavVideoEncoding{std::move(clock), EncoderChoice{encoderCandidates(), LibavEncoder::open}} {
+}
+
+LibavVideoEncoding::LibavVideoEncoding(std::shared_ptr<Clock> clock, EncoderChoice choice)
+    : clock_{std::move(clock)}, choice_{std::move(choice)} {}
+
 StatusOr<std::shared_ptr<CompressionSession>> LibavVideoEncoding::makeCompressionSession(
-    std::int32_t width, std::int32_t height, CompressionOutputCallback callback) {
-  if (width < 2 || height < 2 || width > kLargest || height > kLargest) {
+    std::int32_t width, std::int32_t height, const CompressionSettings& settings,
+    CompressionOutputCallback callback) {
+  if (width < 2 || height < 2 || width > kMaxSide || height > kMaxSide ||
+      settings.expectedFrameRate <= 0) {
     return Status{AVERROR(EINVAL)};
   }
-  return std::make_shared<LibavCompressionSession>(width, height, std::move(callback), clock_);
+  if (settings.allowFrameReordering || !settings.realTime) return Status{AVERROR(ENOSYS)};
+  // 4:2:0 has even sizes only.
+  const EncoderSettings asked{width / 2 * 2, height / 2 * 2, settings.expectedFrameRate};
+  auto opened = choice_.openBest(asked);
+  if (const auto* status = std::get_if<Status>(&opened)) return *status;
+  return std::make_shared<LibavCompressionSession>(
+      width, height, asked, choice_, std::move(std::get<std::unique_ptr<H264Encoder>>(opened)),
+      std::move(callback), clock_);
 }
 
 std::string LibavVideoEncoding::describe(Status status) const {
@@ -33,21 +49,18 @@ std::string LibavVideoEncoding::describe(Status status) const {
 
 Finding LibavVideoEncoding::finding() const {
   Finding finding{"encoder", false, {}, {}};
-  EncoderSettings settings;
-  settings.width = 1920;
-  settings.height = 1080;
-  const auto opened = LibavEncoder::openBest(settings);
-  if (const Status* status = std::get_if<Status>(&opened)) {
+  const auto opened = choice_.openBest({1920, 1080, 30});
+  if (const auto* status = std::get_if<Status>(&opened)) {
     finding.sentence = *status == AVERROR_ENCODER_NOT_FOUND
                            ? "There is no H.264 encoder."
                            : "No H.264 encoder works: " + LibavEncoder::describe(*status);
     finding.advice = "Install libavcodec with libx264.";
     return finding;
   }
-  const LibavEncoder& encoder = *std::get<std::unique_ptr<LibavEncoder>>(opened);
+  const EncoderCandidate& candidate = std::get<std::unique_ptr<H264Encoder>>(opened)->candidate();
   finding.usable = true;
-  finding.sentence = std::string{"H.264 with "} + encoder.name() +
-                     (encoder.isHardware() ? " (hardware)." : " (software).");
+  finding.sentence = std::string{"H.264 with "} + candidate.name +
+                     (candidate.hardware ? " (hardware)." : " (software).");
   return finding;
 }
 

@@ -2,26 +2,31 @@
 
 #include <memory>
 #include <string>
-#include <utility>
 
 #include "platform/Clock.h"
 #include "platform/VideoEncoder.h"
+#include "platform/libav/EncoderChoice.h"
 
 namespace tessel::platform {
 
-/// Encoders of libavcodec. Any thread.
+/// Encoders of libavcodec, in real time and without reordering only. Any thread.
 class LibavVideoEncoding final : public VideoEncoding {
  public:
-  explicit LibavVideoEncoding(std::shared_ptr<Clock> clock) : clock_{std::move(clock)} {}
+  /// Chooses among the encoders of this machine.
+  explicit LibavVideoEncoding(std::shared_ptr<Clock> clock);
+  LibavVideoEncoding(std::shared_ptr<Clock> clock, EncoderChoice choice);
 
+  /// Opens the encoder at once.
   StatusOr<std::shared_ptr<CompressionSession>> makeCompressionSession(
-      std::int32_t width, std::int32_t height, CompressionOutputCallback callback) override;
+      std::int32_t width, std::int32_t height, const CompressionSettings& settings,
+      CompressionOutputCallback callback) override;
   std::string describe(Status status) const override;
   /// Opens the encoder that a cast would get.
   Finding finding() const override;
 
  private:
   const std::shared_ptr<Clock> clock_;
+  const EncoderChoice choice_;
 };
 
 }  // namespace tessel::platform

@@ -9,7 +9,7 @@ namespace {
 std::size_t findStartCode(std::span<const std::uint8_t> stream, std::size_t from) {
   std::size_t at = from;
   while (at + 3 <= stream.size()) {
-    // The last of three bytes tells how far no start code can begin.
+    // A byte above 1 is in no start code: none begins before the byte after it.
     if (stream[at + 2] > 1) {
       at += 3;
     } else if (stream[at + 2] == 1 && stream[at + 1] == 0 && stream[at] == 0) {
@@ -25,6 +25,15 @@ std::size_t findStartCode(std::span<const std::uint8_t> stream, std::size_t from
 
 NalType nalType(NalUnit unit) { return static_cast<NalType>(unit.front() & 0x1FU); }
 
+bool isSlice(NalUnit unit) {
+  return nalType(unit) >= NalType::kSlice && nalType(unit) <= NalType::kIdrSlice;
+}
+
+bool isParameterSet(NalUnit unit) {
+  return nalType(unit) == NalType::kSequenceParameterSet ||
+         nalType(unit) == NalType::kPictureParameterSet;
+}
+
 std::vector<NalUnit> splitAnnexB(std::span<const std::uint8_t> stream) {
   std::vector<NalUnit> units;
   std::size_t begin = findStartCode(stream, 0);
@@ -37,14 +46,6 @@ std::vector<NalUnit> splitAnnexB(std::span<const std::uint8_t> stream) {
     begin = next;
   }
   return units;
-}
-
-void appendLengthPrefixed(NalUnit unit, Bytes& to) {
-  const std::size_t length = unit.size();
-  for (const int shift : {24, 16, 8, 0}) {
-    to.push_back(static_cast<std::uint8_t>(length >> shift & 0xFFU));
-  }
-  to.insert(to.end(), unit.begin(), unit.end());
 }
 
 }  // namespace tessel::platform

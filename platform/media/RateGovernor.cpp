@@ -9,29 +9,30 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// What an ordinary Wi-Fi link carries beside its other traffic, in bits a second.
+// Bits a second: an ordinary Wi-Fi link's share beside its other traffic.
 constexpr double kRate = 12e6;
-// Bits: a key frame of 1920 by 1080 full of small text, and what scrolling adds in a moment.
+// Bits: a page of 1920 by 1080 full of small text, and a moment of scrolling.
 constexpr double kBucket = 8e6;
-// What runs over is forgotten where there is nothing left to do about it.
-constexpr double kFull = 2 * kBucket;
-// Seconds after which what has come out counts for a third.
+// Bits above this are forgotten: nothing can be done about them any more.
+constexpr double kMaxBits = 2 * kBucket;
+// Time constant of the output's mean, in seconds.
 constexpr double kMemory = 1;
 constexpr int kStep = 3;
-// A finer quantiser has to leave this much of the rate free: its output is only foretold.
+// Part of the rate that a finer QP may fill: its output is an estimate.
 constexpr double kMargin = 0.8;
-// How long a change is given to show what it does.
+// Time for a change to take effect before the next.
 constexpr auto kBeforeCoarser = 500ms;
 constexpr auto kBeforeFiner = 1s;
 
 }  // namespace
 
-void RateGovernor::add(std::size_t bytes, Clock::Duration uptime) {
+void RateGovernor::add(std::size_t bytes, bool keyFrame, Clock::Duration uptime) {
   passTime(uptime);
-  const double bits = static_cast<double>(bytes) * 8;
-  bucket_ = std::min(bucket_ + bits, kFull);
-  recent_ += bits;
   lastFrame_ = uptime;
+  if (keyFrame) return;
+  const double bits = static_cast<double>(bytes) * 8;
+  bucket_ = std::min(bucket_ + bits, kMaxBits);
+  recent_ += bits;
 }
 
 int RateGovernor::coarseness(Clock::Duration uptime) {
@@ -47,8 +48,7 @@ int RateGovernor::coarseness(Clock::Duration uptime) {
     while (wanted > 0 && rateAt(wanted - kStep) < kMargin * kRate) wanted -= kStep;
   }
   if (wanted != coarseness_) {
-    // What has come out so far was at another coarseness: from now on it counts as it would have
-    // been at this one.
+    // The recent output was made at the old coarseness; it counts as if made at the new one.
     recent_ = rateAt(wanted) * kMemory;
     bucket_ = std::min(bucket_, kBucket);
     coarseness_ = wanted;
@@ -57,7 +57,7 @@ int RateGovernor::coarseness(Clock::Duration uptime) {
   return coarseness_;
 }
 
-// Bits a second, had all been this coarse.
+// Estimate of bits a second at this coarseness.
 double RateGovernor::rateAt(int coarseness) const {
   return recent_ / kMemory * std::exp2((coarseness_ - coarseness) / 6.0);
 }

@@ -6,28 +6,28 @@
 
 namespace tessel::platform {
 
-/// Keeps a stream below a bit rate, for an encoder that is told how coarse its frames may be and
-/// not how large. One thread at a time.
+/// Keeps a stream below a bit rate, for an encoder whose QP is set from outside. One thread at a
+/// time.
 ///
-/// What the encoder puts out flows into a bucket that drains at the rate allowed. As long as the
-/// bucket does not run over, frames are as sharp as they are meant to be: a page that is turned
-/// costs what it costs. When it does, as with a film, frames get so much coarser that no more flows
-/// in than drains. They are sharp again as soon as that would fit, and after a second's rest at
-/// once. A picture that then stands still stays as its last frame has shown it, so none is made so
-/// coarse that it could not be looked at for long.
+/// A token bucket: single large frames pass at the QP meant for text; a sustained overflow, as of a
+/// film, raises the QP until the output fits the rate. The QP falls again as soon as the finer
+/// output would fit, and after a second without frames at once. The last frame before a rest is
+/// what stays on the screen, so there is a limit to how coarse a frame may be.
 ///
-/// Time is the clock's and not the stream's: frames come only when the screen changes, and the time
-/// in which it stands still makes room for the next page.
+/// Time is the clock's and not the stream's: frames come only when the screen changes, and the
+/// bucket drains while it stands still.
 class RateGovernor {
  public:
-  /// In steps of a quantiser, of which six halve what the encoder puts out.
+  /// In QP steps, of which six halve the output.
   static constexpr int kCoarsest = 18;
 
-  /// A frame of this many bytes has come out; `uptime` never goes back.
-  void add(std::size_t bytes, Clock::Duration uptime);
+  /// A frame of this many bytes has come out; `uptime` never goes back. Key frames do not count:
+  /// their size does not foretell the next frame's, and every change of the QP forces one, which
+  /// would be the cause of the next change.
+  void add(std::size_t bytes, bool keyFrame, Clock::Duration uptime);
 
-  /// How much coarser than meant a frame should be now: 0 to kCoarsest. It changes seldom, so that
-  /// an encoder may begin anew for it.
+  /// How much coarser than meant the next frame is to be: 0 to kCoarsest. Changes seldom: for each
+  /// the encoder begins a new stream.
   int coarseness(Clock::Duration uptime);
 
  private:
@@ -35,11 +35,11 @@ class RateGovernor {
   double rateAt(int coarseness) const;
 
   double bucket_ = 0;  // bits
-  double recent_ = 0;  // bits; the older the less they count
+  double recent_ = 0;  // bits; decays with time
   int coarseness_ = 0;
   Clock::Duration now_{};
   Clock::Duration lastFrame_{};
-  Clock::Duration changed_{};  // when the coarseness was
+  Clock::Duration changed_{};  // time of the last change of coarseness_
 };
 
 }  // namespace tessel::platform

@@ -15,10 +15,10 @@ class AnnexBTest : public testing::Test {
     frame.format.emplace();
     frame.format->count = std::size_t{2};
     frame.format->sets = {Bytes{0x67, 1}, Bytes{0x68, 2}};
-    frame.data = Bytes{0, 0, 0, 2, 0x65, 9};
+    frame.units = std::vector<Bytes>{Bytes{0x65, 9}};
   }
 
-  // The frame as a stream; none when it cannot be sent.
+  // The frame as a stream; none if it cannot be sent.
   std::optional<Bytes> converted() {
     Bytes stream = {0xEE, 0xEE};  // left over from the frame before
     if (!convertToAnnexB(frame, stream)) return std::nullopt;
@@ -35,9 +35,7 @@ TEST_F(AnnexBTest, AKeyFrameWithSetsOf20And8BytesAndAUnitOf1000BytesConvertsTo10
   const Bytes slice(1000, 0x65);
   const Bytes startCode = {0, 0, 0, 1};
   frame.format->sets = {sps, pps};
-  Bytes data = {0, 0, 0x03, 0xE8};
-  data.insert(data.end(), slice.begin(), slice.end());
-  frame.data = data;
+  frame.units = std::vector<Bytes>{slice};
 
   Bytes expected;
   for (const Bytes& part : {startCode, sps, startCode, pps, startCode, slice}) {
@@ -53,7 +51,7 @@ TEST_F(AnnexBTest, ANonKeyFrameCarriesNoParameterSets) {
   EXPECT_EQ(converted(), (Bytes{0, 0, 0, 1, 0x65, 9}));
 }
 
-TEST_F(AnnexBTest, AnEncoderThatDoesNotSayMadeAKeyFrame) {
+TEST_F(AnnexBTest, AFrameThatDoesNotSayIsAKeyFrame) {
   const Bytes withSets = {0, 0, 0, 1, 0x67, 1, 0, 0, 0, 1, 0x68, 2, 0, 0, 0, 1, 0x65, 9};
   EXPECT_EQ(converted(), withSets);
   frame.notSyncValue = false;
@@ -67,7 +65,7 @@ TEST_F(AnnexBTest, WithoutAFormatDescriptionAKeyFrameGoesWithoutParameterSets) {
               ElementsAre(kName + ": Unable to get sample buffer format description!"));
 }
 
-TEST_F(AnnexBTest, ANumberOfParameterSetsThatCannotBeHadCostsTheFrame) {
+TEST_F(AnnexBTest, ANumberOfParameterSetsThatIsUnavailableCostsTheFrame) {
   frame.format->count = platform::Status{-12712};
   EXPECT_EQ(converted(), std::nullopt);
   EXPECT_THAT(log.lines(),
@@ -79,22 +77,22 @@ TEST_F(AnnexBTest, NoParameterSetsAddNothing) {
   EXPECT_EQ(converted(), (Bytes{0, 0, 0, 1, 0x65, 9}));
 }
 
-TEST_F(AnnexBTest, AnEarlierParameterSetThatCannotBeHadCostsOnlyItself) {
+TEST_F(AnnexBTest, AnEarlierParameterSetThatIsUnavailableCostsOnlyItself) {
   frame.format->sets[0] = platform::Status{-3};
   EXPECT_EQ(converted(), (Bytes{0, 0, 0, 1, 0x68, 2, 0, 0, 0, 1, 0x65, 9}));
   EXPECT_THAT(log.lines(),
               ElementsAre(kName + ": Unable to get parameter set at index 0. status: -3"));
 }
 
-TEST_F(AnnexBTest, ALastParameterSetThatCannotBeHadCostsTheFrame) {
+TEST_F(AnnexBTest, ALastParameterSetThatIsUnavailableCostsTheFrame) {
   frame.format->sets[1] = platform::Status{-4};
   EXPECT_EQ(converted(), std::nullopt);
   EXPECT_THAT(log.lines(),
               ElementsAre(kName + ": Unable to get parameter set at index 1. status: -4"));
 }
 
-TEST_F(AnnexBTest, ADataBlockThatCannotBeHadCostsTheFrame) {
-  frame.data = platform::Status{-12700};
+TEST_F(AnnexBTest, ADataBlockThatIsUnavailableCostsTheFrame) {
+  frame.units = platform::Status{-12700};
   EXPECT_EQ(converted(), std::nullopt);
   EXPECT_THAT(log.lines(),
               ElementsAre(kName + ": Failed to get block buffer data pointer. status: -12700"));
@@ -102,28 +100,14 @@ TEST_F(AnnexBTest, ADataBlockThatCannotBeHadCostsTheFrame) {
 
 TEST_F(AnnexBTest, UnitsKeepTheirOrderAndAnEmptyOneIsAStartCode) {
   frame.notSyncValue = true;
-  frame.data = Bytes{0, 0, 0, 1, 0x06, 0, 0, 0, 0, 0, 0, 0, 2, 0x41, 7};
+  frame.units = std::vector<Bytes>{Bytes{0x06}, Bytes{}, Bytes{0x41, 7}};
   EXPECT_EQ(converted(), (Bytes{0, 0, 0, 1, 0x06, 0, 0, 0, 1, 0, 0, 0, 1, 0x41, 7}));
 }
 
-TEST_F(AnnexBTest, FourBytesOrFewerYieldNoUnit) {
+TEST_F(AnnexBTest, NoUnitsAddNothing) {
   frame.notSyncValue = true;
-  for (const Bytes& data : {Bytes{}, Bytes{0}, Bytes{0, 0, 0}, Bytes{0, 0, 0, 9}}) {
-    frame.data = data;
-    EXPECT_EQ(converted(), Bytes{});
-  }
-}
-
-TEST_F(AnnexBTest, FourBytesBehindTheLastUnitYieldNoFurtherOne) {
-  frame.notSyncValue = true;
-  frame.data = Bytes{0, 0, 0, 2, 0x41, 7, 0, 0, 0, 9};
-  EXPECT_EQ(converted(), (Bytes{0, 0, 0, 1, 0x41, 7}));
-}
-
-TEST_F(AnnexBTest, ALengthPastTheEndIsCutToWhatIsThere) {
-  frame.notSyncValue = true;
-  frame.data = Bytes{0xFF, 0xFF, 0xFF, 0xFF, 0x41, 7};
-  EXPECT_EQ(converted(), (Bytes{0, 0, 0, 1, 0x41, 7}));
+  frame.units = std::vector<Bytes>{};
+  EXPECT_EQ(converted(), Bytes{});
 }
 
 TEST_F(AnnexBTest, AReusedStreamIsNotAllocatedAgain) {

@@ -2,6 +2,7 @@
 
 #include "display/FrameCredits.h"
 #include "display/FrameStatistics.h"
+#include "display/PictureDelivery.h"
 #include "display/PictureSize.h"
 #include "tests/display/DisplayTest.h"
 
@@ -36,39 +37,106 @@ TEST(PictureSizeTest, TruncatesAndTakesWhatIsNoSizeAsNone) {
   EXPECT_EQ(PictureSize::from({1e300, 1}).width, std::numeric_limits<std::int32_t>::max());
 }
 
-TEST(FrameStatisticsTest, TimesEachFrameFromItsStartToItsOutput) {
+TEST(FrameStatisticsTest, CountsFramesAndAddsUpTheirTimes) {
   FrameStatistics statistics;
-  statistics.encodingStarted(100ms);
-  statistics.encodingStarted(110ms);
-  statistics.encodingFinished(125ms, true);
-  statistics.encodingFinished(130ms, false);
-  EXPECT_DOUBLE_EQ(statistics.snapshot().encodeSeconds, 0.045);
-  EXPECT_EQ(statistics.snapshot().framesEncoded, 1);
-}
-
-TEST(FrameStatisticsTest, ARefusedFrameIsNotWaitedFor) {
-  FrameStatistics statistics;
-  statistics.encodingRefused();
-  statistics.encodingStarted(100ms);
-  statistics.encodingStarted(110ms);
-  statistics.encodingRefused();
-  statistics.encodingFinished(120ms, true);
-  statistics.encodingFinished(500ms, true);
-  EXPECT_DOUBLE_EQ(statistics.snapshot().encodeSeconds, 0.020);
-}
-
-TEST(FrameStatisticsTest, CountsWhatItIsTold) {
-  FrameStatistics statistics;
+  statistics.captured();
   statistics.captured();
   statistics.captured();
   statistics.dropped();
-  statistics.sent(56);
-  statistics.sent(1000);
+  statistics.encoded(25ms, true);
+  statistics.encoded(20ms, false);
   const auto snapshot = statistics.snapshot();
-  EXPECT_EQ(snapshot.framesCaptured, 2);
+  EXPECT_EQ(snapshot.framesCaptured, 3);
   EXPECT_EQ(snapshot.framesDropped, 1);
-  EXPECT_EQ(snapshot.bytesSent, 1056);
-  EXPECT_EQ(snapshot.framesEncoded, 0);
+  EXPECT_EQ(snapshot.framesEncoded, 1);
+  EXPECT_DOUBLE_EQ(snapshot.encodeSeconds, 0.045);
+}
+
+class PictureDeliveryTest : public testing::Test {
+ protected:
+  static PictureDelivery::Picture picture() {
+    return std::make_shared<const platform::PixelBuffer>();
+  }
+
+  PictureDelivery pictures;
+  const PictureDelivery::Picture first = picture();
+  const PictureDelivery::Picture second = picture();
+};
+
+TEST_F(PictureDeliveryTest, ACapturedPictureIsOwedUntilItIsSubmitted) {
+  EXPECT_EQ(pictures.owed(), nullptr);
+  pictures.captured(first);
+  EXPECT_EQ(pictures.owed(), first);
+  pictures.submitted(1s);
+  EXPECT_EQ(pictures.owed(), nullptr);
+  pictures.finished(true);
+  EXPECT_EQ(pictures.owed(), nullptr);
+}
+
+TEST_F(PictureDeliveryTest, ANewerPictureReplacesTheOneThatIsOwed) {
+  pictures.captured(first);
+  pictures.captured(second);
+  EXPECT_EQ(pictures.owed(), second);
+}
+
+TEST_F(PictureDeliveryTest, ALostPictureIsOwedAgain) {
+  pictures.captured(first);
+  pictures.submitted(1s);
+  pictures.finished(false);
+  EXPECT_EQ(pictures.owed(), first);
+  pictures.submitted(2s);
+  pictures.refused();
+  EXPECT_EQ(pictures.owed(), first);
+}
+
+TEST_F(PictureDeliveryTest, ALostPictureIsNotOwedIfANewerOneIsInTheEncoder) {
+  pictures.captured(first);
+  pictures.submitted(1s);
+  pictures.captured(second);
+  pictures.submitted(1s);
+  pictures.finished(false);
+  EXPECT_EQ(pictures.owed(), nullptr);
+  pictures.finished(true);
+  EXPECT_EQ(pictures.owed(), nullptr);
+}
+
+TEST_F(PictureDeliveryTest, AnOlderPicturesDeliveryDoesNotSettleANewerOne) {
+  pictures.captured(first);
+  pictures.submitted(1s);
+  pictures.captured(second);
+  pictures.finished(true);
+  EXPECT_EQ(pictures.owed(), second);
+}
+
+TEST_F(PictureDeliveryTest, CountsAndTimesWhatIsInTheEncoder) {
+  EXPECT_EQ(pictures.oldestSubmission(), std::nullopt);
+  pictures.captured(first);
+  pictures.submitted(1s);
+  pictures.submitted(2s);
+  EXPECT_EQ(pictures.inEncoder(), 2U);
+  EXPECT_EQ(pictures.oldestSubmission(), 1s);
+  pictures.finished(true);
+  EXPECT_EQ(pictures.oldestSubmission(), 2s);
+  pictures.finished(true);
+  pictures.finished(true);
+  EXPECT_EQ(pictures.inEncoder(), 0U);
+}
+
+TEST_F(PictureDeliveryTest, AResetForgets) {
+  pictures.captured(first);
+  pictures.submitted(1s);
+  pictures.reset();
+  EXPECT_EQ(pictures.owed(), nullptr);
+  EXPECT_EQ(pictures.inEncoder(), 0U);
+}
+
+TEST_F(PictureDeliveryTest, ADeliveredPictureIsLetGo) {
+  auto shown = picture();
+  const std::weak_ptr<const platform::PixelBuffer> weak = shown;
+  pictures.captured(std::move(shown));
+  pictures.submitted(1s);
+  pictures.finished(true);
+  EXPECT_TRUE(weak.expired());
 }
 
 }  // namespace

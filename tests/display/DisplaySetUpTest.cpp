@@ -61,13 +61,15 @@ TEST_F(DisplaySetUpTest, AnOutputThatCannotBeAddedIsAnError) {
 
 // Encoder set-up.
 
-TEST_F(DisplaySetUpTest, TheEncoderGetsItsThreePropertiesInOrder) {
+TEST_F(DisplaySetUpTest, TheEncoderGetsItsThreePropertiesAndIsPrepared) {
   const auto made = display->compressionSessionWithSize({1280.9, 720.2}, setUpError);
   EXPECT_EQ(made, encoder());
   EXPECT_EQ(encoder()->width, 1280);
   EXPECT_EQ(encoder()->height, 720);
-  EXPECT_THAT(encoder()->calls, ElementsAre("AllowFrameReordering 0", "RealTime 1",
-                                            "ExpectedFrameRate 30", "UsingHardware", "Prepare"));
+  EXPECT_FALSE(encoder()->settings.allowFrameReordering);
+  EXPECT_TRUE(encoder()->settings.realTime);
+  EXPECT_EQ(encoder()->settings.expectedFrameRate, 30);
+  EXPECT_THAT(encoder()->calls, ElementsAre("UsingHardware", "Prepare"));
   EXPECT_THAT(
       world.log.lines(),
       ElementsAre(kEncoderSetup + ": Compression session using hardware acceleration: YES"));

@@ -238,16 +238,22 @@ TEST_F(DisplaySocketTest, AnEncoderThatCannotBeMadeEndsTheStartWithItsError) {
   EXPECT_EQ(connection()->sends.size(), 1U);
 }
 
-// A connection whose sends fail from a given one on.
-class DeafConnection final : public TSLDisplayConnection {
+// A channel whose sends fail from a given one on.
+class DeafChannel final : public DisplayChannel {
  public:
-  DeafConnection(const std::shared_ptr<TSLSession>& hub, int deafAfter)
-      : TSLDisplayConnection{hub}, left_{deafAfter} {}
+  DeafChannel(const std::shared_ptr<TSLSession>& hub, int deafAfter)
+      : DisplayChannel{hub}, left_{deafAfter} {}
 
   bool sendBuffer(const void*, std::size_t) override { return left_-- > 0; }
 
  private:
   int left_;
+};
+
+class DeafConnection final : public TSLDisplayConnection {
+ public:
+  DeafConnection(const std::shared_ptr<TSLSession>& hub, int deafAfter)
+      : TSLDisplayConnection{hub, std::make_shared<DeafChannel>(hub, deafAfter)} {}
 };
 
 TEST_F(DisplaySocketTest, AFailedStartCommandEndsTheStartWithCode3) {

@@ -175,10 +175,12 @@ TEST_F(DisplayThreadsTest, TheLastReferenceMayGoOnAnyThread) {
     const std::weak_ptr<TSLDisplayConnection> weak = display;
     const auto queue = queueOf(*display);
     const auto socketQueue = display->socketDispatchQueue();
+    const auto sampleQueue = display->sampleBufferDispatchQueue();
     queue->async([held = std::move(display)] {});
     takeRest(*hub);
     EXPECT_TRUE(weak.expired());
     settle(*socketQueue);
+    settle(*sampleQueue);  // where the encoder ends
   }
 }
 

@@ -21,11 +21,11 @@ constexpr std::int64_t kFrameOnTheWire = 56 + 5;
 
 class DisplayVideoTest : public DisplayTest {
  protected:
-  // A frame without a block of data.
+  // A frame whose NAL units are unavailable.
   static std::shared_ptr<FakeEncodedSampleBuffer> brokenFrame() {
     auto frame = std::make_shared<FakeEncodedSampleBuffer>();
     frame->notSyncValue = true;
-    frame->data = platform::Status{-1};
+    frame->units = platform::Status{-1};
     return frame;
   }
 };
@@ -160,7 +160,10 @@ TEST_F(DisplayVideoTest, AFrameWithoutAnEncoderIsOneThatCannotBeEncoded) {
   display = TSLDisplayConnection::initWithHub(session);
   startUntilConnecting();
   world.log.clear();
-  display->didOutputSampleBuffer({std::make_shared<platform::PixelBuffer>(), {}});
+  display->sampleBufferDispatchQueue()->async([this] {
+    display->didOutputSampleBuffer({std::make_shared<platform::PixelBuffer>(), {}});
+  });
+  world.run();
   EXPECT_EQ(display->ackedSamples(), 5);
   EXPECT_THAT(world.log.lines(), ElementsAre(kOutput + ": error encoding frame " +
                                              std::to_string(last + 1) + ". status: -12903"));
@@ -197,7 +200,7 @@ TEST_F(DisplayVideoTest, AFailedCompressionIsLoggedWithWhetherTheFrameWasDropped
   const std::size_t before = connection()->sends.size();
   world.log.clear();
   auto frame = std::make_shared<FakeEncodedSampleBuffer>();
-  frame->data = Bytes{0, 0, 0, 1, 0x41};
+  frame->units = std::vector<Bytes>{Bytes{0x41}};
   encoder()->output(-12909, 0x2, frame);
   encoder()->output(-12909, 0x1, frame);
   world.run();

@@ -14,7 +14,7 @@ void FakeCaptureSession::deliver(const platform::SampleBuffer& sampleBuffer) {
   });
 }
 
-void FakeCaptureSession::deliverPicture() {
+std::shared_ptr<const platform::PixelBuffer> FakeCaptureSession::deliverPicture() {
   const int width = static_cast<int>(output.size.width);
   const int height = static_cast<int>(output.size.height);
   const auto luma = static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
@@ -26,6 +26,7 @@ void FakeCaptureSession::deliverPicture() {
   picture->strides = {width, (width + 1) / 2, (width + 1) / 2};
   picture->storage = storage;
   deliver({picture, {}});
+  return picture;
 }
 
 void FakeCaptureSession::drop() {
@@ -52,17 +53,21 @@ StatusOr<std::span<const std::uint8_t>> FakeFormatDescription::parameterSet(
   return std::span<const std::uint8_t>{std::get<Bytes>(set)};
 }
 
-StatusOr<std::span<const std::uint8_t>> FakeEncodedSampleBuffer::dataBuffer() const {
-  if (const auto* status = std::get_if<Status>(&data)) return *status;
-  return std::span<const std::uint8_t>{std::get<Bytes>(data)};
+StatusOr<std::span<const platform::NalUnit>> FakeEncodedSampleBuffer::nalUnits() const {
+  if (const auto* status = std::get_if<Status>(&units)) return *status;
+  const auto& bytes = std::get<std::vector<Bytes>>(units);
+  views_.assign(bytes.begin(), bytes.end());
+  return std::span<const platform::NalUnit>{views_};
 }
 
 FakeCompressionSession::FakeCompressionSession(std::int32_t pictureWidth,
                                                std::int32_t pictureHeight,
+                                               const platform::CompressionSettings& asked,
                                                platform::CompressionOutputCallback callback,
                                                std::shared_ptr<platform::SerialQueue> queue)
     : width{pictureWidth},
       height{pictureHeight},
+      settings{asked},
       callback_{std::make_shared<platform::CompressionOutputCallback>(std::move(callback))},
       queue_{std::move(queue)} {}
 
@@ -71,18 +76,6 @@ void FakeCompressionSession::output(Status status, std::uint32_t infoFlags,
   queue_->async([callback = callback_, status, infoFlags, sampleBuffer = std::move(sampleBuffer)] {
     (*callback)(status, infoFlags, sampleBuffer.get());
   });
-}
-
-void FakeCompressionSession::setAllowFrameReordering(bool allow) {
-  calls.push_back("AllowFrameReordering " + std::to_string(static_cast<int>(allow)));
-}
-
-void FakeCompressionSession::setRealTime(bool realTime) {
-  calls.push_back("RealTime " + std::to_string(static_cast<int>(realTime)));
-}
-
-void FakeCompressionSession::setExpectedFrameRate(int framesPerSecond) {
-  calls.push_back("ExpectedFrameRate " + std::to_string(framesPerSecond));
 }
 
 StatusOr<bool> FakeCompressionSession::usingHardwareAcceleratedVideoEncoder() const {
@@ -95,13 +88,15 @@ Status FakeCompressionSession::prepareToEncodeFrames() {
   return prepareStatus;
 }
 
-Status FakeCompressionSession::encodeFrame(const std::shared_ptr<const platform::PixelBuffer>&,
-                                           platform::PresentationTime presentationTime) {
+Status FakeCompressionSession::encodeFrame(
+    const std::shared_ptr<const platform::PixelBuffer>& imageBuffer,
+    platform::PresentationTime presentationTime) {
+  pictures.push_back(imageBuffer);
   frames.push_back(presentationTime);
   if (encodeStatus == 0 && automaticOutput) {
     auto frame = std::make_shared<FakeEncodedSampleBuffer>();
     frame->notSyncValue = true;
-    frame->data = Bytes{0, 0, 0, 1, 0x41};
+    frame->units = std::vector<Bytes>{Bytes{0x41}};
     output(0, 0, std::move(frame));
   }
   return encodeStatus;
@@ -117,10 +112,11 @@ std::shared_ptr<FakeCompressionSession> FakeVideoEncoding::last() const {
 }
 
 StatusOr<std::shared_ptr<platform::CompressionSession>> FakeVideoEncoding::makeCompressionSession(
-    std::int32_t width, std::int32_t height, platform::CompressionOutputCallback callback) {
+    std::int32_t width, std::int32_t height, const platform::CompressionSettings& settings,
+    platform::CompressionOutputCallback callback) {
   if (createStatus != 0) return createStatus;
   auto session = std::make_shared<FakeCompressionSession>(
-      width, height, std::move(callback), queues_.makeSerialQueue("encoder callback"));
+      width, height, settings, std::move(callback), queues_.makeSerialQueue("encoder callback"));
   sessions.push_back(session);
   if (onCreate) onCreate(*session);
   return std::shared_ptr<platform::CompressionSession>{session};

@@ -34,8 +34,8 @@ class FakeCaptureSession final : public platform::CaptureSession {
 
   /// Hands a frame to the delegate on its queue; nothing happens while stopped.
   void deliver(const platform::SampleBuffer& sampleBuffer);
-  /// A frame with a black picture of the output's size.
-  void deliverPicture();
+  /// Hands a black picture of the output's size to the delegate, and returns it.
+  std::shared_ptr<const platform::PixelBuffer> deliverPicture();
   /// Tells the delegate of a frame that came too late.
   void drop();
 
@@ -62,31 +62,37 @@ class FakeEncodedSampleBuffer final : public platform::EncodedSampleBuffer {
  public:
   std::optional<bool> notSyncValue;
   std::optional<FakeFormatDescription> format;
-  platform::StatusOr<Bytes> data = Bytes{};
+  platform::StatusOr<std::vector<Bytes>> units = std::vector<Bytes>{};
 
   std::optional<bool> notSync() const override { return notSyncValue; }
   const platform::FormatDescription* formatDescription() const override {
     return format ? &*format : nullptr;
   }
-  platform::StatusOr<std::span<const std::uint8_t>> dataBuffer() const override;
+  platform::StatusOr<std::span<const platform::NalUnit>> nalUnits() const override;
+
+ private:
+  mutable std::vector<platform::NalUnit> views_;  // of `units`
 };
 
-/// An encoder that remembers what it was told. By default every frame comes out as one NAL unit of
-/// one byte, on the encoder's own queue.
+/// An encoder that records its calls. By default every frame comes out as one NAL unit of one byte,
+/// on the encoder's own queue.
 class FakeCompressionSession final : public platform::CompressionSession {
  public:
   FakeCompressionSession(std::int32_t width, std::int32_t height,
+                         const platform::CompressionSettings& settings,
                          platform::CompressionOutputCallback callback,
                          std::shared_ptr<platform::SerialQueue> queue);
 
   const std::int32_t width;
   const std::int32_t height;
-  mutable std::vector<std::string> calls;  ///< "AllowFrameReordering 0", ... in order
+  const platform::CompressionSettings settings;
+  mutable std::vector<std::string> calls;  ///< "UsingHardware", "Prepare", in order
   platform::StatusOr<bool> hardware = true;
   platform::Status prepareStatus = 0;
   platform::Status encodeStatus = 0;
   bool automaticOutput = true;
   std::vector<platform::PresentationTime> frames;
+  std::vector<std::shared_ptr<const platform::PixelBuffer>> pictures;  ///< of the frames
   int invalidations = 0;
   std::function<void()> onInvalidate;  ///< called in invalidate()
 
@@ -94,9 +100,6 @@ class FakeCompressionSession final : public platform::CompressionSession {
   void output(platform::Status status, std::uint32_t infoFlags,
               std::shared_ptr<const FakeEncodedSampleBuffer> sampleBuffer);
 
-  void setAllowFrameReordering(bool allow) override;
-  void setRealTime(bool realTime) override;
-  void setExpectedFrameRate(int framesPerSecond) override;
   platform::StatusOr<bool> usingHardwareAcceleratedVideoEncoder() const override;
   platform::Status prepareToEncodeFrames() override;
   platform::Status encodeFrame(const std::shared_ptr<const platform::PixelBuffer>& imageBuffer,
@@ -116,12 +119,12 @@ class FakeVideoEncoding final : public platform::VideoEncoding {
   platform::Status createStatus = 0;
   Finding found{"encoder", true, "An encoder.", {}};
   std::vector<std::shared_ptr<FakeCompressionSession>> sessions;
-  /// Called for every encoder made: a place to set what it answers.
+  /// Called for every encoder made, to script it.
   std::function<void(FakeCompressionSession&)> onCreate;
 
   std::shared_ptr<FakeCompressionSession> last() const;
   platform::StatusOr<std::shared_ptr<platform::CompressionSession>> makeCompressionSession(
-      std::int32_t width, std::int32_t height,
+      std::int32_t width, std::int32_t height, const platform::CompressionSettings& settings,
       platform::CompressionOutputCallback callback) override;
   std::string describe(platform::Status status) const override;
   Finding finding() const override { return found; }

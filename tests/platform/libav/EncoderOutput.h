@@ -9,7 +9,6 @@
 #include <deque>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <thread>
 #include <utility>
@@ -17,6 +16,7 @@
 
 #include "platform/Clock.h"
 #include "platform/VideoEncoder.h"
+#include "platform/base/Mutex.h"
 #include "platform/libav/LibavVideoEncoding.h"
 #include "platform/media/PixelBufferPool.h"
 #include "platform/media/TestPattern.h"
@@ -27,6 +27,7 @@ namespace tessel::platform {
 /// One encoded frame, copied out of the callback.
 struct Encoded {
   Status status = 0;
+  std::uint32_t infoFlags = 0;
   bool keyFrame = false;
   std::vector<Bytes> parameterSets;
   std::vector<Bytes> units;
@@ -45,39 +46,27 @@ struct Encoded {
   }
 };
 
-inline std::vector<Bytes> splitLengthPrefixed(std::span<const std::uint8_t> data) {
-  std::vector<Bytes> units;
-  while (data.size() > 4) {
-    const std::size_t length = static_cast<std::size_t>(data[0]) << 24U |
-                               static_cast<std::size_t>(data[1]) << 16U |
-                               static_cast<std::size_t>(data[2]) << 8U | data[3];
-    data = data.subspan(4);
-    if (length > data.size()) return {};
-    units.emplace_back(data.begin(), data.begin() + static_cast<std::ptrdiff_t>(length));
-    data = data.subspan(length);
-  }
-  return data.empty() ? units : std::vector<Bytes>{};
-}
-
 /// Takes the encoder's output on its thread; the test waits for it.
 class Output {
  public:
   CompressionOutputCallback callback() {
-    return [this](Status status, std::uint32_t, const EncodedSampleBuffer* buffer) {
+    return [this](Status status, std::uint32_t infoFlags, const EncodedSampleBuffer* buffer) {
       Encoded encoded;
       encoded.status = status;
+      encoded.infoFlags = infoFlags;
       encoded.thread = std::this_thread::get_id();
       if (buffer != nullptr) copy(*buffer, encoded);
-      const std::lock_guard lock{mutex_};
+      const MutexLock lock{mutex_};
       frames_.push_back(std::move(encoded));
       changed_.notify_all();
     };
   }
 
-  /// The next frame; one with status -1 when none comes in time.
+  /// The next frame; one with status -1 if none comes in time.
   Encoded next() {
-    std::unique_lock lock{mutex_};
-    if (!changed_.wait_for(lock, std::chrono::seconds{20}, [this] { return !frames_.empty(); })) {
+    MutexLock lock{mutex_};
+    if (!changed_.wait_for(lock.native(), std::chrono::seconds{20},
+                           [this]() TESSEL_REQUIRES(mutex_) { return !frames_.empty(); })) {
       Encoded none;
       none.status = -1;
       return none;
@@ -88,7 +77,7 @@ class Output {
   }
 
   std::size_t waiting() const {
-    const std::lock_guard lock{mutex_};
+    const MutexLock lock{mutex_};
     return frames_.size();
   }
 
@@ -103,12 +92,14 @@ class Output {
         to.parameterSets.emplace_back(set.begin(), set.end());
       }
     }
-    to.units = splitLengthPrefixed(std::get<std::span<const std::uint8_t>>(buffer.dataBuffer()));
+    for (const NalUnit unit : std::get<std::span<const NalUnit>>(buffer.nalUnits())) {
+      to.units.emplace_back(unit.begin(), unit.end());
+    }
   }
 
-  mutable std::mutex mutex_;  // guards frames_
+  mutable Mutex mutex_;
   std::condition_variable changed_;
-  std::deque<Encoded> frames_;
+  std::deque<Encoded> frames_ TESSEL_GUARDED_BY(mutex_);
 };
 
 /// Stands still but for the test, which moves it while no frame is under way.
@@ -136,12 +127,9 @@ inline std::shared_ptr<CompressionSession> makeSession(
     int width, int height, Output& output,
     std::shared_ptr<Clock> clock = std::make_shared<ClockByHand>()) {
   auto made =
-      videoEncoding(std::move(clock)).makeCompressionSession(width, height, output.callback());
+      videoEncoding(std::move(clock)).makeCompressionSession(width, height, {}, output.callback());
   if (std::holds_alternative<Status>(made)) return nullptr;
   auto session = std::get<std::shared_ptr<CompressionSession>>(made);
-  session->setAllowFrameReordering(false);
-  session->setRealTime(true);
-  session->setExpectedFrameRate(30);
   return session->prepareToEncodeFrames() == 0 ? session : nullptr;
 }
 

@@ -97,5 +97,33 @@ TEST_F(EncoderRateTest, APageAfterAFilmIsSharp) {
   EXPECT_GT(sharpness(page(30)), 38);
 }
 
+// Its key frame takes more than a second of the link: one that came of every change of the
+// quantiser would cause the next change.
+TEST(EncoderRateOfAHeavyPageTest, APageThatStandsStillKeepsItsQuantiser) {
+  Output output;
+  const auto clock = std::make_shared<ClockByHand>();
+  const auto session = makeSession(1920, 1080, output, clock);
+  ASSERT_NE(session, nullptr);
+  const PooledPicture noise = PixelBufferPool{1920, 1080}.take();
+  paint({{0, 0, 1920, 1080, 0x808080}}, noise.picture);
+  std::uint32_t random = 1;
+  for (int y = 0; y < 1080; ++y) {
+    for (int x = 0; x < 1920; ++x) {
+      random = random * 1664525U + 1013904223U;
+      noise.picture.planes[0][y * noise.picture.strides[0] + x] =
+          static_cast<std::uint8_t>(16 + random % 220);
+    }
+  }
+  for (int frame = 0; frame < 4; ++frame) {
+    ASSERT_EQ(session->encodeFrame(noise.buffer, {frame, 30}), 0);
+    const Encoded encoded = output.next();
+    EXPECT_EQ(encoded.keyFrame, frame == 0) << "frame " << frame;
+    if (frame == 0) {
+      ASSERT_GT(encoded.annexB().size() * 8, 12'000'000U) << "too easy";
+    }
+    clock->advance(kFrameTime);
+  }
+}
+
 }  // namespace
 }  // namespace tessel::platform

@@ -49,11 +49,11 @@ TEST(VideoEncoderTest, ParameterSetsStandApartFromTheFrames) {
     ASSERT_EQ(session->encodeFrame(patternPicture(640, 360, counter).buffer, {counter, 30}), 0);
     const Encoded encoded = output.next();
     ASSERT_EQ(encoded.parameterSets.size(), 2U);
-    EXPECT_EQ(nalType(encoded.parameterSets[0]), NalType::sequenceParameterSet);
-    EXPECT_EQ(nalType(encoded.parameterSets[1]), NalType::pictureParameterSet);
+    EXPECT_EQ(nalType(encoded.parameterSets[0]), NalType::kSequenceParameterSet);
+    EXPECT_EQ(nalType(encoded.parameterSets[1]), NalType::kPictureParameterSet);
     ASSERT_FALSE(encoded.units.empty());
     for (const Bytes& unit : encoded.units) {
-      EXPECT_EQ(nalType(unit), counter == 1 ? NalType::idrSlice : NalType::slice);
+      EXPECT_EQ(nalType(unit), counter == 1 ? NalType::kIdrSlice : NalType::kSlice);
     }
   }
 }
@@ -144,13 +144,25 @@ TEST(VideoEncoderTest, ImpossibleSizesAreRefused) {
   Output output;
   for (const auto& [width, height] : {std::pair{0, 0}, {1, 720}, {1280, -1}, {100000, 720}}) {
     EXPECT_TRUE(std::holds_alternative<Status>(
-        videoEncoding().makeCompressionSession(width, height, output.callback())));
+        videoEncoding().makeCompressionSession(width, height, {}, output.callback())));
   }
+}
+
+TEST(VideoEncoderTest, OnlyRealTimeWithoutReorderingIsOffered) {
+  Output output;
+  const auto refuses = [&](const CompressionSettings& settings) {
+    return std::holds_alternative<Status>(
+        videoEncoding().makeCompressionSession(640, 360, settings, output.callback()));
+  };
+  EXPECT_TRUE(refuses({.allowFrameReordering = true}));
+  EXPECT_TRUE(refuses({.realTime = false}));
+  EXPECT_TRUE(refuses({.expectedFrameRate = 0}));
+  EXPECT_FALSE(refuses({}));
 }
 
 TEST(VideoEncoderTest, TellsWhetherItIsHardwareBeforeItIsPrepared) {
   Output output;
-  auto made = videoEncoding().makeCompressionSession(640, 360, output.callback());
+  auto made = videoEncoding().makeCompressionSession(640, 360, {}, output.callback());
   const auto session = std::get<std::shared_ptr<CompressionSession>>(made);
   EXPECT_TRUE(std::holds_alternative<bool>(session->usingHardwareAcceleratedVideoEncoder()));
   session->invalidate();

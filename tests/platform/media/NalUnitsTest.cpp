@@ -13,20 +13,13 @@ TEST(NalUnitsTest, StartCodesOfBothLengthsSplit) {
   EXPECT_EQ(Bytes(units[0].begin(), units[0].end()), (Bytes{0x67, 1}));
   EXPECT_EQ(Bytes(units[1].begin(), units[1].end()), (Bytes{0x68, 2}));
   EXPECT_EQ(Bytes(units[2].begin(), units[2].end()), (Bytes{0x65, 0, 0, 3, 1}));
-  EXPECT_EQ(nalType(units[2]), NalType::idrSlice);
+  EXPECT_EQ(nalType(units[2]), NalType::kIdrSlice);
 }
 
 TEST(NalUnitsTest, StreamWithoutStartCodeHasNoUnits) {
   EXPECT_TRUE(splitAnnexB({}).empty());
   EXPECT_TRUE(splitAnnexB(Bytes{0, 0, 1}).empty());
   EXPECT_TRUE(splitAnnexB(Bytes{0, 0, 2, 0, 0}).empty());
-}
-
-TEST(NalUnitsTest, LengthGoesInFrontBigEndian) {
-  Bytes data{9};
-  appendLengthPrefixed(Bytes(258, 7), data);
-  ASSERT_EQ(data.size(), 263U);
-  EXPECT_EQ(Bytes(data.begin(), data.begin() + 6), (Bytes{9, 0, 0, 1, 2, 7}));
 }
 
 }  // namespace
