@@ -149,8 +149,14 @@ void XPainter::warpPointer(int x, int y) {
 }
 
 std::uint32_t XPainter::pixel(std::uint32_t rgb) const {
-  if (screen_->root_depth != 16) return rgb;
-  return (rgb >> 8U & 0xF800U) | (rgb >> 5U & 0x07E0U) | (rgb >> 3U & 0x001FU);
+  if (screen_->root_depth == 16) {
+    return (rgb >> 8U & 0xF800U) | (rgb >> 5U & 0x07E0U) | (rgb >> 3U & 0x001FU);
+  }
+  if (screen_->root_depth == 30) {
+    const auto tenBits = [rgb](std::uint32_t shift) { return (rgb >> shift & 0xFFU) * 1023 / 255; };
+    return tenBits(16) << 20U | tenBits(8) << 10U | tenBits(0);
+  }
+  return rgb;
 }
 
 void XPainter::roundTrip() const {

@@ -4,7 +4,6 @@
 #include <string>
 #include <thread>
 
-#include "platform/linux/x11/XConnection.h"
 #include "platform/media/TestPattern.h"
 #include "tests/platform/linux/x11/Capture.h"
 #include "tests/support/PrivateXServer.h"
@@ -104,16 +103,6 @@ TEST(ScreensTest, WaylandDesktopIsRefusedInOneSentence) {
 
   EXPECT_EQ(obstacle(ScreenSource::x11), "");
   EXPECT_EQ(services().desktops->current()->screens().size(), 1U);
-}
-
-TEST(ScreensTest, XServerBesideAWaylandDesktopIsKnownByItsOutputs) {
-  EXPECT_TRUE(isXwaylandOutput("XWAYLAND0"));
-  EXPECT_TRUE(isXwaylandOutput("XWAYLAND12"));
-  for (const char* name : {"", "screen", "DP-1", "HDMI-A-1", "eDP-1", "VGA-XWAYLAND0", "XWAY"}) {
-    EXPECT_FALSE(isXwaylandOutput(name)) << name;
-  }
-  const PrivateXServer server;
-  EXPECT_FALSE(XConnection::open(server.display())->isXwayland());
 }
 
 TEST(ScreensTest, NoDisplayIsToldInOneSentence) {
