@@ -148,6 +148,16 @@ void XPainter::warpPointer(int x, int y) {
   roundTrip();
 }
 
+void XPainter::grabServer() {
+  xcb_grab_server(connection());
+  roundTrip();
+}
+
+void XPainter::ungrabServer() {
+  xcb_ungrab_server(connection());
+  roundTrip();
+}
+
 std::uint32_t XPainter::pixel(std::uint32_t rgb) const {
   if (screen_->root_depth == 16) {
     return (rgb >> 8U & 0xF800U) | (rgb >> 5U & 0x07E0U) | (rgb >> 3U & 0x001FU);

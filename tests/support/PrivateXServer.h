@@ -69,6 +69,10 @@ class XPainter {
   /// Moves the pointer.
   void warpPointer(int x, int y);
 
+  /// Keeps all other clients' requests waiting, until it is ungrabbed.
+  void grabServer();
+  void ungrabServer();
+
   xcb_connection_t* connection() const { return connection_.get(); }
   const xcb_screen_t& screen() const { return *screen_; }
 
