@@ -68,18 +68,6 @@ TEST(XCaptureTest, CaptureTimeIsTheClocksUptime) {
   EXPECT_LE(capture.frames->frames()[0].captured, services().clock->uptime());
 }
 
-// The minimum between two frames that a capture of these tests is given.
-constexpr Clock::Duration kFrameDuration = std::chrono::nanoseconds{std::chrono::seconds{1}} / 30;
-
-// The shortest time between two of the frames, by their capture times.
-Clock::Duration shortestInterval(const std::vector<SampleBuffer>& frames) {
-  Clock::Duration shortest = Clock::Duration::max();
-  for (std::size_t i = 1; i < frames.size(); ++i) {
-    shortest = std::min(shortest, frames[i].captured - frames[i - 1].captured);
-  }
-  return shortest;
-}
-
 TEST(XCaptureTest, FramesOfAScreenThatAlwaysChangesAreTheMinimumApart) {
   const PrivateXServer server{{.width = 320, .height = 240}};
   chooseScreen();
