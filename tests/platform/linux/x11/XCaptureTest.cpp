@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <cstring>
 #include <gtest/gtest.h>
 #include <memory>
 #include <string>
@@ -122,6 +123,37 @@ TEST(XCaptureTest, PictureIsScaledToTheWholeSize) {
   ASSERT_TRUE(capture.frames->waitForCount(2));
   EXPECT_TRUE(isNear(lumaAt(*capture.frames->frames()[1].imageBuffer, 100, 300), kWhiteLuma));
   EXPECT_TRUE(isNear(lumaAt(*picture, 100, 300), kGreyLuma));
+}
+
+TEST(XCaptureTest, ScaledPictureIsTheSameInPartsAsInWhole) {
+  const PrivateXServer server{{.width = 1029, .height = 601}};
+  chooseScreen();
+  XPainter painter;
+  painter.clear(kGrey);
+  const Capture inParts{{640, 360}};
+  ASSERT_TRUE(inParts.frames->waitForCount(1));
+  std::uint32_t colour = 0x123456;
+  for (std::size_t frame = 2; frame < 22; ++frame) {
+    const int place = static_cast<int>(frame) * 37;
+    colour = colour * 5 + 0x030507;
+    painter.paint({{place, place / 2 + 3, 13, 7, colour & 0xFFFFFFU},
+                   {1028 - place, 600 - place / 2, 1, 1, kWhite}});
+    ASSERT_TRUE(inParts.frames->waitForCount(frame));
+  }
+  const Capture inWhole{{640, 360}};
+  ASSERT_TRUE(inWhole.frames->waitForCount(1));
+  const auto parts = inParts.frames->frames().back().imageBuffer;
+  const auto whole = inWhole.frames->frames().front().imageBuffer;
+  for (std::size_t plane = 0; plane < 3; ++plane) {
+    const int shrink = plane == 0 ? 1 : 2;
+    for (int y = 0; y < 360 / shrink; ++y) {
+      ASSERT_EQ(std::memcmp(parts->planes[plane] + y * parts->strides[plane],
+                            whole->planes[plane] + y * whole->strides[plane],
+                            static_cast<std::size_t>(640 / shrink)),
+                0)
+          << "plane " << plane << ", row " << y;
+    }
+  }
 }
 
 TEST(XCaptureTest, OddSizesAreCapturedToTheLastPixel) {

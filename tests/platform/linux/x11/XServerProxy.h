@@ -2,9 +2,9 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <functional>
-#include <memory>
 #include <poll.h>
 #include <string>
 #include <sys/socket.h>
@@ -16,18 +16,18 @@
 
 namespace tessel::test {
 
-/// Relays between clients and a real X server, and lets a test change what they send one another.
-/// Carries no file descriptors, so a client that shares memory does not get through.
+/// Relays between clients and a real X server, and lets a test change the messages. Carries no file
+/// descriptors, so clients of a server with MIT-SHM cannot share memory with it.
 class XServerProxy {
  public:
-  /// Edits bytes that have just arrived, on the proxy's thread. What one side sends at once is
-  /// taken to arrive at once.
+  /// Changes a whole message: a request, or a reply, event or error; the first one each way is that
+  /// of the connection's setup. Runs on the proxy's thread.
   using Edit = std::function<void(std::string&)>;
 
-  XServerProxy(const std::string& display, Edit editRequests, Edit editReplies)
+  XServerProxy(const std::string& display, Edit editRequest, Edit editReply)
       : server_{std::stoi(display.substr(1))},
-        editRequests_{std::move(editRequests)},
-        editReplies_{std::move(editReplies)} {
+        editRequest_{std::move(editRequest)},
+        editReply_{std::move(editReply)} {
     const int listener = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
     const sockaddr_un address = addressOf(number());
     bind(listener, reinterpret_cast<const sockaddr*>(&address), lengthOf(address));
@@ -47,6 +47,34 @@ class XServerProxy {
   std::string display() const { return ":" + std::to_string(number()); }
 
  private:
+  // One direction of a connection.
+  struct Stream {
+    int from = -1;
+    int to = -1;
+    bool fromClient = false;
+    bool setUp = false;        // the setup's message has passed
+    std::string arrived = {};  // not yet a whole message
+
+    std::uint32_t word(std::size_t at, std::size_t bytes) const {
+      std::uint32_t value = 0;
+      std::memcpy(&value, arrived.data() + at, bytes);
+      return value;
+    }
+
+    // The size of the message that begins; 0 when that is not known yet.
+    std::size_t messageSize() const {
+      const auto padded = [](std::uint32_t size) { return (size + 3) / 4 * 4; };
+      if (fromClient && !setUp) {
+        return arrived.size() < 12 ? 0 : 12 + padded(word(6, 2)) + padded(word(8, 2));
+      }
+      if (fromClient) return arrived.size() < 4 ? 0 : std::size_t{4} * word(2, 2);
+      if (arrived.size() < 8) return 0;
+      if (!setUp) return 8 + std::size_t{4} * word(6, 2);
+      constexpr char kReply = 1;
+      return 32 + (arrived[0] == kReply ? std::size_t{4} * word(4, 4) : 0);
+    }
+  };
+
   // Beyond the numbers of all servers.
   int number() const { return server_ + 100000; }
 
@@ -64,39 +92,44 @@ class XServerProxy {
   }
 
   void run(int listener) {
-    std::vector<pollfd> files{{stop_[0], 0, 0}, {listener, POLLIN, 0}};  // then clients and servers
+    std::vector<pollfd> files{{stop_[0], 0, 0}, {listener, POLLIN, 0}};
+    std::vector<Stream> streams;  // two for a connection; of files[2] and so on
     while (poll(files.data(), files.size(), -1) > 0 && files[0].revents == 0) {
-      for (std::size_t at = 2; at < files.size(); ++at) {
-        if (files[at].revents == 0) continue;
-        const bool fromClient = at % 2 == 0;
-        const std::size_t peer = fromClient ? at + 1 : at - 1;
-        if (relay(files[at].fd, files[peer].fd, fromClient ? editRequests_ : editReplies_))
-          continue;
-        for (const std::size_t end : {at, peer}) close(std::exchange(files[end].fd, -1));
+      for (std::size_t at = 0; at < streams.size(); ++at) {
+        if (files[at + 2].revents == 0 || relay(streams[at])) continue;
+        for (const std::size_t end : {at, at ^ 1U}) close(std::exchange(files[end + 2].fd, -1));
       }
-      if (files[1].revents != 0) {
-        const int server = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-        const sockaddr_un address = addressOf(server_);
-        connect(server, reinterpret_cast<const sockaddr*>(&address), lengthOf(address));
-        files.push_back({accept(listener, nullptr, nullptr), POLLIN, 0});
-        files.push_back({server, POLLIN, 0});
-      }
+      if (files[1].revents == 0) continue;
+      const int client = accept(listener, nullptr, nullptr);
+      const int server = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+      const sockaddr_un address = addressOf(server_);
+      connect(server, reinterpret_cast<const sockaddr*>(&address), lengthOf(address));
+      files.insert(files.end(), {{client, POLLIN, 0}, {server, POLLIN, 0}});
+      streams.push_back({.from = client, .to = server, .fromClient = true});
+      streams.push_back({.from = server, .to = client});
     }
     for (std::size_t at = 1; at < files.size(); ++at) close(files[at].fd);
   }
 
-  static bool relay(int from, int to, const Edit& edit) {
-    std::string bytes(65536, '\0');
-    const ssize_t count = recv(from, bytes.data(), bytes.size(), 0);
+  bool relay(Stream& stream) const {
+    std::array<char, 65536> bytes{};
+    const ssize_t count = recv(stream.from, bytes.data(), bytes.size(), 0);
     if (count <= 0) return false;
-    bytes.resize(static_cast<std::size_t>(count));
-    edit(bytes);
-    return send(to, bytes.data(), bytes.size(), MSG_NOSIGNAL) == static_cast<ssize_t>(bytes.size());
+    stream.arrived.append(bytes.data(), static_cast<std::size_t>(count));
+    for (;;) {
+      const std::size_t size = stream.messageSize();
+      if (size == 0 || stream.arrived.size() < size) return true;
+      std::string message = stream.arrived.substr(0, size);
+      stream.arrived.erase(0, size);
+      (stream.fromClient ? editRequest_ : editReply_)(message);
+      stream.setUp = true;
+      if (send(stream.to, message.data(), message.size(), MSG_NOSIGNAL) < 0) return false;
+    }
   }
 
   const int server_;
-  const Edit editRequests_;
-  const Edit editReplies_;
+  const Edit editRequest_;
+  const Edit editReply_;
   std::array<int, 2> stop_{-1, -1};
   std::thread thread_;
 };

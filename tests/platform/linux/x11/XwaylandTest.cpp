@@ -15,23 +15,22 @@ using namespace std::string_literals;
 using test::PrivateXServer;
 using test::XServerProxy;
 
-void keep(std::string&) {}
+void keep(std::string& /*message*/) {}
 
 // An extension that the server does have takes the place of the one asked for.
-void claimXwaylandExtension(std::string& requests) {
+void claimXwaylandExtension(std::string& request) {
   const std::string asked = "\x62\0\x04\0\x08\0\0\0XWAYLAND"s;  // QueryExtension
   const std::string known = "\x62\0\x04\0\x07\0\0\0MIT-SHM\0"s;
-  const std::size_t at = requests.find(asked);
-  if (at != std::string::npos) requests.replace(at, asked.size(), known);
+  if (request == asked) request = known;
 }
 
-// As Xwayland before version 23, which does not have that extension.
-void claimXwaylandOutput(std::string& replies) {
-  constexpr std::size_t kNameLength = 34;  // of a GetOutputInfo reply
-  const std::size_t at = replies.rfind("screen");
-  if (at == std::string::npos || replies[0] != 1 || replies[kNameLength] != 6) return;
-  replies.replace(at, 8, "XWAYLAND");
-  replies[kNameLength] = 8;
+// As Xwayland before version 23, which does not have that extension: a reply to GetOutputInfo with
+// another name.
+void claimXwaylandOutput(std::string& reply) {
+  constexpr std::size_t kNameLength = 34;
+  if (reply.rfind("screen") != reply.size() - 8 || reply[kNameLength] != 6) return;
+  reply.replace(reply.size() - 8, 8, "XWAYLAND");
+  reply[kNameLength] = 8;
 }
 
 // Whether the screen that DISPLAY names is cast, and driven.
