@@ -2,6 +2,8 @@
 
 #include <memory>
 #include <optional>
+#include <string>
+#include <utility>
 #include <variant>
 #include <vector>
 
@@ -22,6 +24,11 @@ enum class CaptureRefusal {
   kInput,   ///< there is no such screen, or its pixels cannot be read or converted
   kOutput,  ///< it cannot be delivered at that size
 };
+
+/// The finding of a part that cannot be used.
+inline Finding unusable(std::string area, Obstacle obstacle) {
+  return {std::move(area), false, std::move(obstacle.sentence), std::move(obstacle.advice)};
+}
 
 /// One desktop: its screens, its cursor, the capture of its picture and the posting of its input.
 /// Any thread; every call but `mouseLocation` and `screens` may wait for a display server.
@@ -64,7 +71,7 @@ class Desktops {
   /// holds in spite of one. See tessel::selectScreenSource.
   virtual std::optional<Obstacle> select(ScreenSource source, Size patternSize) = 0;
 
-  /// The desktop chosen; never null. Before the first choice, that of ScreenSource::automatic.
+  /// The desktop chosen; never null. Before the first choice, that of ScreenSource::kAutomatic.
   virtual std::shared_ptr<Desktop> current() = 0;
 };
 

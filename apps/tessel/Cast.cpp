@@ -123,8 +123,8 @@ class Caster : public TSLSessionDelegate {
 int runCast(EventLoop& loop, const CastOptions& options) {
   if (const auto obstacle = selectScreenSource(options.screen, options.patternSize)) {
     const Error error{"AVFoundationErrorDomain", -11800, obstacle->sentence};
-    CastReport{options.host, options.json, options.stats}.failed(
-        error, withOption(obstacle->sentence + " " + obstacle->advice));
+    CastReport{options.host, options.json, options.stats}.failed(error, obstacle->sentence,
+                                                                 withOption(obstacle->advice));
     return 1;
   }
   const auto caster = std::make_shared<Caster>(loop, options);

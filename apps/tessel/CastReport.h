@@ -26,8 +26,8 @@ class CastReport {
   void state(std::int64_t state);
   /// The session failed.
   void failed(const Error& error);
-  /// Something else did, which `sentence` tells a person.
-  void failed(const Error& error, const std::string& sentence);
+  /// Something else did: `sentence` says what, `advice` what the user may do, if anything.
+  void failed(const Error& error, const std::string& sentence, const std::string& advice = {});
   /// The connect step under way, in plain words. Told as often as one likes.
   void connecting(const std::string& step);
   /// Casting begins; `first` is what has been done until now.

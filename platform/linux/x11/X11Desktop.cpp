@@ -79,7 +79,7 @@ std::optional<Obstacle> X11Desktop::obstacle() {
 Finding X11Desktop::screenFinding() {
   const auto described = describeFirstScreen();
   if (const auto* const obstacle = std::get_if<Obstacle>(&described)) {
-    return {"screen", false, obstacle->sentence, obstacle->advice};
+    return unusable("screen", *obstacle);
   }
   return {"screen", true, std::get<std::string>(described), {}};
 }
@@ -87,7 +87,7 @@ Finding X11Desktop::screenFinding() {
 Finding X11Desktop::inputFinding() {
   const auto connected = connectInput();
   if (const auto* const obstacle = std::get_if<Obstacle>(&connected)) {
-    return {"input", false, obstacle->sentence, obstacle->advice};
+    return unusable("input", *obstacle);
   }
   return {"input", true, "The hub's mouse and keyboard can drive this desktop (XTEST).", {}};
 }

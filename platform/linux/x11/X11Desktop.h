@@ -15,8 +15,8 @@ namespace tessel::platform {
 /// thread; connects when it is first used.
 class X11Desktop final : public Desktop {
  public:
-  /// What becomes of Xwayland, which does not have the pixels of its Wayland desktop. Environment
-  /// variables do not tell where they were not passed on (ssh, sudo).
+  /// Whether to cast Xwayland, which does not have the pixels of its Wayland desktop. Where the
+  /// environment variables of the desktop are missing (ssh, sudo), only the server itself shows it.
   enum class Xwayland { kRefused, kAccepted };
 
   X11Desktop(std::string display, Xwayland xwayland, std::shared_ptr<Clock> clock);

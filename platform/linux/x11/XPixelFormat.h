@@ -12,7 +12,7 @@ namespace tessel::platform {
 /// The pixel format of an X server's root window, and its conversion. Immutable.
 class XPixelFormat {
  public:
-  /// None for a format that cannot be converted.
+  /// The format of the first screen; none when it cannot be converted.
   static std::optional<XPixelFormat> of(const XConnection& connection);
 
   /// Bytes from row to row of an image of that width.

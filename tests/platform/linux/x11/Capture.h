@@ -28,7 +28,7 @@ inline int lumaAt(const PixelBuffer& picture, int x, int y) {
 inline bool isNear(int level, int wanted) { return std::abs(level - wanted) <= 4; }
 
 /// Lets the library choose again: the environment has changed.
-inline void chooseScreen(ScreenSource source = ScreenSource::automatic) {
+inline void chooseScreen(ScreenSource source = ScreenSource::kAutomatic) {
   ASSERT_EQ(services().desktops->select(source, {1920, 1080}), std::nullopt);
 }
 

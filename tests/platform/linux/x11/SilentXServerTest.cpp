@@ -68,7 +68,7 @@ constexpr int kKeyCodeA = KEY_A + 8;
 
 class SilentXServerTest : public testing::Test {
  protected:
-  // Whoever still waits for the server is answered before the process may end.
+  // Threads that still wait for the server get their answer before the process ends.
   ~SilentXServerTest() override {
     server.resume();
     EXPECT_TRUE(becomes([] { return XConnection::open(std::getenv("DISPLAY")) != nullptr; }));
@@ -149,12 +149,12 @@ TEST_F(SilentXServerTest, CursorIsWaitedForOnce) {
 TEST_F(SilentXServerTest, ChoiceIsRefusedInTime) {
   server.suspend();
   std::optional<Obstacle> obstacle;
-  EXPECT_LT(timeOf([&] { obstacle = services().desktops->select(ScreenSource::automatic, {}); }),
+  EXPECT_LT(timeOf([&] { obstacle = services().desktops->select(ScreenSource::kAutomatic, {}); }),
             kTwoWaits);
   ASSERT_TRUE(obstacle.has_value());
   EXPECT_NE(obstacle->sentence.find(server.display()), std::string::npos);
   server.resume();
-  EXPECT_TRUE(becomes([] { return !services().desktops->select(ScreenSource::automatic, {}); }));
+  EXPECT_TRUE(becomes([] { return !services().desktops->select(ScreenSource::kAutomatic, {}); }));
 }
 
 TEST_F(SilentXServerTest, PostingEndsInTimeHoweverMuchIsPosted) {

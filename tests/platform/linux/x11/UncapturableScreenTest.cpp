@@ -29,7 +29,8 @@ std::optional<CaptureRefusal> refusal(Size size = {640, 480}) {
 
 // Chooses the display's screen, and expects an obstacle that the doctor reports as well.
 void expectObstacle(const std::string& words) {
-  const std::optional<Obstacle> obstacle = services().desktops->select(ScreenSource::automatic, {});
+  const std::optional<Obstacle> obstacle =
+      services().desktops->select(ScreenSource::kAutomatic, {});
   ASSERT_TRUE(obstacle.has_value());
   EXPECT_NE(obstacle->sentence.find(words), std::string::npos) << obstacle->sentence;
   EXPECT_FALSE(obstacle->advice.empty());

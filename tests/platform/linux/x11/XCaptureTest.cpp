@@ -33,7 +33,7 @@ TEST(XCaptureTest, FirstFrameComesAtOnceAndNoneWhileNothingChanges) {
   EXPECT_EQ(first.imageBuffer->width, 1280);
   EXPECT_EQ(first.imageBuffer->height, 720);
   EXPECT_TRUE(isNear(lumaAt(*first.imageBuffer, 640, 360), kGreyLuma));
-  // Longer than the interval at which the server's word is checked.
+  // Longer than the interval of the check for unreported changes.
   EXPECT_FALSE(capture.frames->waitForCount(2, milliseconds{1500}));
 }
 

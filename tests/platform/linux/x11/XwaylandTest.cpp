@@ -36,7 +36,7 @@ void claimXwaylandOutput(std::string& reply) {
 // Whether the screen that DISPLAY names is cast, and driven.
 void expectRefusedUnlessNamed() {
   const auto& desktops = services().desktops;
-  const std::optional<Obstacle> obstacle = desktops->select(ScreenSource::automatic, {});
+  const std::optional<Obstacle> obstacle = desktops->select(ScreenSource::kAutomatic, {});
   ASSERT_TRUE(obstacle.has_value());
   EXPECT_NE(obstacle->sentence.find("Wayland"), std::string::npos);
   EXPECT_TRUE(desktops->current()->screens().empty());
@@ -45,7 +45,7 @@ void expectRefusedUnlessNamed() {
   EXPECT_FALSE(desktops->current()->inputFinding().usable);
   EXPECT_FALSE(desktops->current()->makeEventPoster()->createScrollWheelEvent(1).has_value());
 
-  EXPECT_EQ(desktops->select(ScreenSource::x11, {}), std::nullopt);
+  EXPECT_EQ(desktops->select(ScreenSource::kX11, {}), std::nullopt);
   EXPECT_EQ(desktops->current()->screens().size(), 1U);
   EXPECT_TRUE(desktops->current()->screenFinding().usable);
   EXPECT_TRUE(desktops->current()->makeEventPoster()->createScrollWheelEvent(1).has_value());
@@ -69,7 +69,7 @@ TEST(XwaylandTest, OrdinaryServerIsAcceptedEitherWay) {
   const PrivateXServer server{{.arguments = {"-extension", "MIT-SHM"}}};
   const XServerProxy proxy{server.display(), keep, keep};
   setenv("DISPLAY", proxy.display().c_str(), 1);
-  for (const ScreenSource source : {ScreenSource::automatic, ScreenSource::x11}) {
+  for (const ScreenSource source : {ScreenSource::kAutomatic, ScreenSource::kX11}) {
     EXPECT_EQ(services().desktops->select(source, {}), std::nullopt);
     EXPECT_EQ(services().desktops->current()->screens().size(), 1U);
     EXPECT_NE(Capture({1280, 720}).session, nullptr);
