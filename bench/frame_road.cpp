@@ -241,7 +241,7 @@ int run(double seconds) {
   options.width = static_cast<int>(kScreen.width);
   options.height = static_cast<int>(kScreen.height);
   const test::PrivateXServer server{options};
-  if (services().desktops->select(ScreenSource::automatic, kScreen)) {
+  if (services().desktops->select(ScreenSource::kAutomatic, kScreen)) {
     std::fputs("frame_road: no X server; is Xvfb installed?\n", stderr);
     return 1;
   }

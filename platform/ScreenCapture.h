@@ -1,10 +1,8 @@
 #pragma once
 
 #include <array>
-#include <chrono>
 #include <cstdint>
 #include <memory>
-#include <optional>
 
 #include "platform/Clock.h"
 #include "tessel/Types.h"
@@ -13,13 +11,13 @@ namespace tessel::platform {
 
 class SerialQueue;
 
-/// Domain and code of the error with which a capture pipeline that cannot be assembled ends.
+/// Domain and code of the error of a capture pipeline that cannot be assembled.
 inline constexpr const char* kCaptureErrorDomain = "AVFoundationErrorDomain";
 inline constexpr long kCaptureErrorUnknown = -11800;
 
-/// One picture in planar 4:2:0: a plane of luma, then two of chroma at half width and half height
-/// (rounded up). Immutable once delivered; held for as long as anybody needs it, so a capture
-/// never writes into one that is still referenced.
+/// One picture in planar 4:2:0, BT.601 with limited range: a plane of luma, then two of chroma at
+/// half width and half height (rounded up). Immutable once delivered: a capture never writes into
+/// one that is still referenced.
 struct PixelBuffer {
   int width = 0;
   int height = 0;
@@ -39,26 +37,25 @@ class CaptureOutputDelegate {
  public:
   virtual ~CaptureOutputDelegate() = default;
   virtual void didOutputSampleBuffer(const SampleBuffer& sampleBuffer) = 0;
-  /// A frame came while an earlier one was still being handled.
+  /// A frame was discarded because an earlier one was still being handled.
   virtual void didDropSampleBuffer(const SampleBuffer& sampleBuffer) = 0;
 };
 
 /// What is captured: a screen without its cursor.
 struct CaptureInput {
   std::uint32_t displayID = 0;
-  Clock::Duration minFrameDuration{};  ///< between two frames, at least; greater than zero
+  Clock::Duration minFrameDuration{};  ///< minimum time between two frames; greater than zero
 };
 
-/// In which form it is delivered: scaled to the whole size, in the format that encoders take.
-/// Frames that come while the delegate is busy are late, and discarded.
+/// The form in which frames are delivered: scaled to the whole of `size`, in the format that
+/// encoders take. Frames that come while the delegate is busy are late, and discarded.
 struct CaptureOutput {
   Size size;
 };
 
-/// A capture pipeline. Made stopped. `startRunning` and `stopRunning` may be called from any
-/// thread, stop also twice. A frame comes at once when it starts, then one for every change, and
-/// none while nothing changes. After `stopRunning` has returned no delegate call begins; dropping
-/// the session stops it.
+/// A capture pipeline, stopped when made. Any thread; both calls may be repeated. Delivers a frame
+/// when it starts, then one when the picture changes, and none while it does not. After
+/// `stopRunning` has returned no delegate call begins; dropping the session stops it.
 class CaptureSession {
  public:
   virtual ~CaptureSession() = default;

@@ -139,8 +139,8 @@ class Caster : public TSLSessionDelegate {
 int runCast(EventLoop& loop, const CastOptions& options) {
   if (const auto obstacle = selectScreenSource(options.screen, options.patternSize)) {
     const Error error{"AVFoundationErrorDomain", -11800, obstacle->sentence};
-    CastReport{options.host, options.json, options.stats}.failed(
-        error, explain(*obstacle, options.screen));
+    CastReport{options.host, options.json, options.stats}.failed(error, obstacle->sentence,
+                                                                 advice(*obstacle, options.screen));
     return 1;
   }
   const auto caster = std::make_shared<Caster>(loop, options);

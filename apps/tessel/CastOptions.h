@@ -14,7 +14,7 @@ struct CastOptions {
   std::string host;                ///< address or name
   std::optional<double> duration;  ///< seconds; none: until interrupted
   std::int64_t displayMode = 0;
-  ScreenSource screen = ScreenSource::automatic;
+  ScreenSource screen = ScreenSource::kAutomatic;
   Size patternSize{1920, 1080};
   bool stats = false;
   bool json = false;

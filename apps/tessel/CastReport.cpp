@@ -53,14 +53,18 @@ void CastReport::state(std::int64_t state) {
 
 void CastReport::failed(const Error& error) { failed(error, explain(error, host_)); }
 
-void CastReport::failed(const Error& error, const std::string& sentence) {
+void CastReport::failed(const Error& error, const std::string& sentence,
+                        const std::string& advice) {
   if (json_) {
-    emit(JsonLine{"failed"}
-             .add("domain", error.domain)
-             .add("code", std::int64_t{error.code})
-             .add("description", error.localizedDescription));
+    JsonLine event{"failed"};
+    event.add("domain", error.domain)
+        .add("code", std::int64_t{error.code})
+        .add("description", error.localizedDescription);
+    if (!advice.empty()) event.add("advice", advice);
+    emit(event);
   }
   line(sentence);
+  if (!advice.empty()) line(advice);
 }
 
 void CastReport::connecting(const std::string& step) {

@@ -25,8 +25,8 @@ class CastReport {
   void state(std::int64_t state);
   /// The session failed.
   void failed(const Error& error);
-  /// Something else failed; `sentence` explains it to a person.
-  void failed(const Error& error, const std::string& sentence);
+  /// Something else failed: `sentence` says what, `advice` what the user may do, if anything.
+  void failed(const Error& error, const std::string& sentence, const std::string& advice = {});
   /// The connect step under way, in plain words. May be called again with the same step.
   void connecting(const std::string& step);
   /// Casting begins; later rates do not count what `first` does.

@@ -5,7 +5,7 @@
 namespace tessel::apps {
 namespace {
 
-constexpr const char* kPatternRemedy = " The test picture needs no display (--screen pattern).";
+constexpr const char* kPatternRemedy = "The test picture needs no display (--screen pattern).";
 
 // Codes of HTTP errors.
 constexpr const char* kHttpDomain = "tessel.url";
@@ -74,15 +74,14 @@ std::string explain(const Error& error, const std::string& host) {
          "): check the address, and that this computer is in the hub's network.";
 }
 
-std::string explain(const Obstacle& obstacle, ScreenSource source) {
-  std::string text = obstacle.sentence;
-  if (!obstacle.advice.empty()) text += " " + obstacle.advice;
-  return source == ScreenSource::pattern ? text : text + kPatternRemedy;
+std::string advice(const Obstacle& obstacle, ScreenSource source) {
+  if (source == ScreenSource::kPattern) return obstacle.advice;
+  return obstacle.advice.empty() ? kPatternRemedy : obstacle.advice + " " + kPatternRemedy;
 }
 
 std::string advice(const Finding& finding) {
   if (finding.usable || finding.area != "screen") return finding.advice;
-  return finding.advice + kPatternRemedy;
+  return finding.advice.empty() ? kPatternRemedy : finding.advice + " " + kPatternRemedy;
 }
 
 }  // namespace tessel::apps

@@ -52,9 +52,9 @@ std::optional<Size> parseSize(std::string_view text) {
 
 // "auto", "x11", "pattern" or "pattern:WIDTHxHEIGHT".
 void takeScreen(const std::string& text, CastOptions& options) {
-  static const std::map<std::string, ScreenSource> kSources{{"auto", ScreenSource::automatic},
-                                                            {"x11", ScreenSource::x11},
-                                                            {"pattern", ScreenSource::pattern}};
+  static const std::map<std::string, ScreenSource> kSources{{"auto", ScreenSource::kAutomatic},
+                                                            {"x11", ScreenSource::kX11},
+                                                            {"pattern", ScreenSource::kPattern}};
   constexpr std::string_view kPattern = "pattern:";
   if (const auto found = kSources.find(text); found != kSources.end()) {
     options.screen = found->second;
@@ -70,7 +70,7 @@ void takeScreen(const std::string& text, CastOptions& options) {
         "--screen pattern:WIDTHxHEIGHT takes a size between 64x64 and 7680x4320, not " +
         quotedWord(text.substr(kPattern.size()))};
   }
-  options.screen = ScreenSource::pattern;
+  options.screen = ScreenSource::kPattern;
   options.patternSize = *size;
 }
 

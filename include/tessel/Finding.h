@@ -4,12 +4,12 @@
 
 namespace tessel {
 
-/// One thing that was looked at on this machine.
+/// The state of one part of this machine.
 struct Finding {
   std::string area;      ///< "screen", "encoder", "input", "bluetooth", "configuration"
   bool usable = false;   ///< whether the library can use it as it is
-  std::string sentence;  ///< what was found, for a person
-  std::string advice;    ///< what to do about it; empty when nothing needs doing
+  std::string sentence;  ///< what was found, for the user
+  std::string advice;    ///< what the user may do; empty when nothing needs doing
 };
 
 }  // namespace tessel

@@ -4,10 +4,10 @@
 
 namespace tessel {
 
-/// Why something of this machine cannot be used, for a person.
+/// Why a part of this machine cannot be used: two texts for the user, each of whole sentences.
 struct Obstacle {
-  std::string sentence;  ///< what is in the way
-  std::string advice;    ///< what to do about it; empty when nothing helps
+  std::string sentence;  ///< the cause
+  std::string advice;    ///< what the user may do; empty when nothing helps
   bool operator==(const Obstacle&) const = default;
 };
 

@@ -12,17 +12,17 @@
 namespace tessel::platform {
 namespace {
 
-bool isWaylandDesktop() {
+bool isWaylandSession() {
   return *environment("WAYLAND_DISPLAY") != '\0' ||
          std::string_view{environment("XDG_SESSION_TYPE")} == "wayland";
 }
 
-std::shared_ptr<Desktop> waylandDesktop() {
+std::shared_ptr<Desktop> unsupportedWayland() {
   return std::make_shared<NoDesktop>(X11Desktop::waylandObstacle(),
                                      X11Desktop::waylandInputObstacle());
 }
 
-std::shared_ptr<Desktop> withoutDisplay() {
+std::shared_ptr<Desktop> missingDisplay() {
   return std::make_shared<NoDesktop>(
       Obstacle{"There is no display to cast (DISPLAY is not set).",
                "Start from within an X11 session, or cast the test picture."},
@@ -47,18 +47,18 @@ std::optional<Obstacle> DesktopChoice::select(ScreenSource source, Size patternS
 
 std::shared_ptr<Desktop> DesktopChoice::current() {
   const MutexLock lock{mutex_};
-  if (!current_) current_ = make(ScreenSource::automatic, {});
+  if (!current_) current_ = make(ScreenSource::kAutomatic, {});
   return current_;
 }
 
 std::shared_ptr<Desktop> DesktopChoice::make(ScreenSource source, Size patternSize) const {
-  if (source == ScreenSource::pattern) {
+  if (source == ScreenSource::kPattern) {
     return std::make_shared<PatternDesktop>(patternSize, queues_, clock_);
   }
-  const bool automatic = source == ScreenSource::automatic;
-  if (automatic && isWaylandDesktop()) return waylandDesktop();
+  const bool automatic = source == ScreenSource::kAutomatic;
+  if (automatic && isWaylandSession()) return unsupportedWayland();
   const std::string display = environment("DISPLAY");
-  if (display.empty()) return withoutDisplay();
+  if (display.empty()) return missingDisplay();
   return std::make_shared<X11Desktop>(
       display, automatic ? X11Desktop::Xwayland::kRefused : X11Desktop::Xwayland::kAccepted,
       clock_);

@@ -9,8 +9,8 @@
 
 namespace tessel::platform {
 
-/// The one place that chooses the desktop: by what the host asks for and by the desktop's
-/// environment variables, which are read when the choice is made. Any thread.
+/// Chooses the desktop by the source that the host selects and by the login session's environment
+/// variables, which are read when the choice is made. Any thread.
 class DesktopChoice final : public Desktops {
  public:
   DesktopChoice(std::shared_ptr<Queues> queues, std::shared_ptr<Clock> clock);

@@ -1,4 +1,4 @@
-// The place in the source is that of the one call below, so it tells nothing.
+// The source location would be that of the one call below for every line.
 #define SD_JOURNAL_SUPPRESS_LOCATION
 
 #include "platform/linux/JournalLog.h"
@@ -14,7 +14,7 @@ namespace {
 
 class JournalLog final : public SystemLog {
  public:
-  // Looked at once: a journal does not come or go while a program runs.
+  // Checked once: a journal does not come or go while a program runs.
   explicit JournalLog(const std::string& socketPath)
       : available_{access(socketPath.c_str(), W_OK) == 0} {}
 
@@ -23,7 +23,7 @@ class JournalLog final : public SystemLog {
   void write(std::string_view line) override {
     std::string message = "MESSAGE=";
     message += line;
-    std::string priority = "PRIORITY=6";  // informational: the lines have no levels
+    std::string priority = "PRIORITY=6";  // LOG_INFO: the lines have no levels
     const std::array<iovec, 2> fields{
         {{message.data(), message.size()}, {priority.data(), priority.size()}}};
     sd_journal_sendv(fields.data(), static_cast<int>(fields.size()));

@@ -7,7 +7,7 @@
 
 namespace tessel::platform {
 
-/// The journal; not available where nothing listens at `socketPath`.
+/// The system journal; not available without a socket at `socketPath`.
 std::shared_ptr<SystemLog> makeSystemLog(
     const std::string& socketPath = "/run/systemd/journal/socket");
 

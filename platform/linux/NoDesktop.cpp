@@ -23,12 +23,8 @@ std::unique_ptr<EventPoster> NoDesktop::makeEventPoster() {
   return std::make_unique<NullEventPoster>();
 }
 
-Finding NoDesktop::screenFinding() {
-  return {"screen", false, obstacle_.sentence, obstacle_.advice};
-}
+Finding NoDesktop::screenFinding() { return unusable("screen", obstacle_); }
 
-Finding NoDesktop::inputFinding() {
-  return {"input", false, inputObstacle_.sentence, inputObstacle_.advice};
-}
+Finding NoDesktop::inputFinding() { return unusable("input", inputObstacle_); }
 
 }  // namespace tessel::platform

@@ -4,10 +4,10 @@
 
 namespace tessel::platform {
 
-/// Stands in where nothing can be cast, and says why. Any thread; immutable.
+/// The desktop of a machine that has none to cast: gives the reason. Immutable; any thread.
 class NoDesktop final : public Desktop {
  public:
-  /// `inputObstacle`: why the hub's user cannot drive this computer.
+  /// `obstacle`: why it cannot be cast. `inputObstacle`: why it cannot be driven.
   NoDesktop(Obstacle obstacle, Obstacle inputObstacle);
 
   std::vector<Screen> screens() override { return {}; }

@@ -13,7 +13,7 @@ struct KeyPair {
   std::uint8_t evdev;
 };
 
-// In the order of the virtual key codes, which follow a keyboard's places, not the alphabet.
+// In ascending order of the virtual key codes, which number physical positions.
 constexpr auto kKeys = std::to_array<KeyPair>({
     {0x00, KEY_A},          {0x01, KEY_S},          {0x02, KEY_D},
     {0x03, KEY_F},          {0x04, KEY_H},          {0x05, KEY_G},

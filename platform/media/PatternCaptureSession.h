@@ -12,7 +12,8 @@
 namespace tessel::platform {
 
 /// Captures a screen that shows the moving test picture: a frame every `minFrameDuration`, with a
-/// counter that begins at 1. Stands on queues and timers alone, so it works on every platform.
+/// counter that begins at 1. Uses queues and timers only, so it works on every platform. Any
+/// thread.
 class PatternCaptureSession final : public CaptureSession {
  public:
   PatternCaptureSession(std::shared_ptr<Queues> queues, std::shared_ptr<Clock> clock,
@@ -28,7 +29,7 @@ class PatternCaptureSession final : public CaptureSession {
   class Painter;
 
   const std::shared_ptr<Queues> queues_;
-  const std::shared_ptr<SerialQueue> queue_;  // where frames are painted
+  const std::shared_ptr<SerialQueue> queue_;  // of the painter
   const Clock::Duration period_;
   const std::shared_ptr<SampleDelivery> delivery_;
   const std::shared_ptr<Painter> painter_;

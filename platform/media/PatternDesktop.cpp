@@ -39,17 +39,15 @@ std::optional<Obstacle> PatternDesktop::obstacle() {
 }
 
 Finding PatternDesktop::screenFinding() {
-  if (const auto obstacle = this->obstacle()) {
-    return {"screen", false, obstacle->sentence, obstacle->advice};
-  }
+  if (const auto obstacle = this->obstacle()) return unusable("screen", *obstacle);
   return {"screen", true, "The test picture.", {}};
 }
 
 Finding PatternDesktop::inputFinding() {
-  return {"input",
-          false,
-          "The hub's mouse and keyboard drive nothing while the test picture is cast.",
-          {}};
+  return unusable("input",
+                  {"The hub's mouse and keyboard do not drive this computer while the test "
+                   "picture is cast.",
+                   {}});
 }
 
 }  // namespace tessel::platform

@@ -6,7 +6,7 @@
 
 namespace tessel::platform {
 
-/// A desktop of one screen that shows the moving test picture. Nothing drives it. Any thread.
+/// A desktop of one screen with the moving test picture; it cannot be driven. Any thread.
 class PatternDesktop final : public Desktop {
  public:
   PatternDesktop(Size size, std::shared_ptr<Queues> queues, std::shared_ptr<Clock> clock);

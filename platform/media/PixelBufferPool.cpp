@@ -1,14 +1,15 @@
 #include "platform/media/PixelBufferPool.h"
 
-#include <mutex>
 #include <new>
 #include <utility>
 #include <vector>
 
+#include "platform/base/Mutex.h"
+
 namespace tessel::platform {
 namespace {
 
-// Rows begin where vector instructions like it.
+// Rows are 64-byte aligned for SIMD.
 constexpr std::size_t kAlignment = 64;
 
 struct AlignedDelete {
@@ -24,14 +25,14 @@ std::size_t alignedStride(int width) {
 
 }  // namespace
 
-// Memory that waits for its next use.
-class PixelBufferPool::Shelf {
+// Memory that is not in use. Any thread.
+class PixelBufferPool::FreeList {
  public:
-  explicit Shelf(std::size_t size) : size_{size} {}
+  explicit FreeList(std::size_t size) : size_{size} {}
 
   Memory take() {
     {
-      const std::lock_guard lock{mutex_};
+      const MutexLock lock{mutex_};
       if (!free_.empty()) {
         Memory memory = std::move(free_.back());
         free_.pop_back();
@@ -42,22 +43,22 @@ class PixelBufferPool::Shelf {
   }
 
   void giveBack(Memory memory) {
-    const std::lock_guard lock{mutex_};
+    const MutexLock lock{mutex_};
     free_.push_back(std::move(memory));
   }
 
  private:
   const std::size_t size_;
-  std::mutex mutex_;          // guards free_
-  std::vector<Memory> free_;  // as many as were in use at the same time
+  Mutex mutex_;
+  std::vector<Memory> free_ TESSEL_GUARDED_BY(mutex_);  // as many as were in use at the same time
 };
 
 PixelBufferPool::PixelBufferPool(int width, int height)
     : width_{width},
       height_{height},
-      shelf_{std::make_shared<Shelf>(alignedStride(width) * static_cast<std::size_t>(height) +
-                                     2 * alignedStride((width + 1) / 2) *
-                                         static_cast<std::size_t>((height + 1) / 2))} {}
+      freeList_{std::make_shared<FreeList>(alignedStride(width) * static_cast<std::size_t>(height) +
+                                           2 * alignedStride((width + 1) / 2) *
+                                               static_cast<std::size_t>((height + 1) / 2))} {}
 
 PooledPicture PixelBufferPool::take() {
   const std::size_t lumaStride = alignedStride(width_);
@@ -65,10 +66,10 @@ PooledPicture PixelBufferPool::take() {
   const std::size_t lumaSize = lumaStride * static_cast<std::size_t>(height_);
   const std::size_t chromaSize = chromaStride * static_cast<std::size_t>((height_ + 1) / 2);
 
-  Memory memory = shelf_->take();
+  Memory memory = freeList_->take();
   std::uint8_t* const first = memory.get();
   std::shared_ptr<const void> storage{
-      memory.release(), [shelf = shelf_](std::uint8_t* used) { shelf->giveBack(Memory{used}); }};
+      memory.release(), [list = freeList_](std::uint8_t* used) { list->giveBack(Memory{used}); }};
 
   PooledPicture taken;
   taken.picture = {width_,

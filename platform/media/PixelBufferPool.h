@@ -7,8 +7,8 @@
 
 namespace tessel::platform {
 
-/// A picture to fill and then to hand out: `buffer` shows `picture`'s memory, which must not be
-/// written any more once others have seen `buffer`.
+/// A picture to fill and then to hand out: `buffer` refers to `picture`'s memory, which must not be
+/// written any more once `buffer` has been handed out.
 struct PooledPicture {
   PlanarPicture picture;
   std::shared_ptr<const PixelBuffer> buffer;
@@ -16,8 +16,8 @@ struct PooledPicture {
   explicit operator bool() const { return buffer != nullptr; }
 };
 
-/// Pictures of one size whose memory is used again once nobody refers to them. A picture may
-/// outlive the pool. Any thread.
+/// Pictures of one size whose memory is used again once they are no longer referred to. A picture
+/// may outlive the pool. Any thread.
 class PixelBufferPool {
  public:
   PixelBufferPool(int width, int height);
@@ -25,15 +25,15 @@ class PixelBufferPool {
   int width() const { return width_; }
   int height() const { return height_; }
 
-  /// A picture that nobody else refers to; what it shows is left over from an earlier use.
+  /// A picture with no other reference; its content is left over from an earlier use.
   PooledPicture take();
 
  private:
-  class Shelf;
+  class FreeList;
 
   int width_;
   int height_;
-  std::shared_ptr<Shelf> shelf_;
+  std::shared_ptr<FreeList> freeList_;
 };
 
 }  // namespace tessel::platform

@@ -5,8 +5,8 @@
 
 namespace tessel::platform {
 
-/// Writable planes in 4:2:0: luma, then two of chroma at half width and height, rounded up. Whoever
-/// made it says how long the memory lives.
+/// Writable planes in 4:2:0: luma, then two of chroma at half width and height, rounded up. Does
+/// not own its memory.
 struct PlanarPicture {
   int width = 0;
   int height = 0;

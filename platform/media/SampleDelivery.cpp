@@ -1,5 +1,6 @@
 #include "platform/media/SampleDelivery.h"
 
+#include <cassert>
 #include <utility>
 
 namespace tessel::platform {
@@ -9,7 +10,7 @@ SampleDelivery::SampleDelivery(std::weak_ptr<CaptureOutputDelegate> delegate,
     : delegate_{std::move(delegate)}, queue_{std::move(queue)} {}
 
 void SampleDelivery::start() {
-  const std::lock_guard lock{mutex_};
+  const MutexLock lock{mutex_};
   if (running_) return;
   running_ = true;
   frames_ = 0;
@@ -17,14 +18,14 @@ void SampleDelivery::start() {
 }
 
 void SampleDelivery::stop() {
-  std::unique_lock lock{mutex_};
+  MutexLock lock{mutex_};
   running_ = false;
   if (queue_->isCurrent()) return;
-  ended_.wait(lock, [this] { return !calling_; });
+  while (calling_) ended_.wait(lock.native());
 }
 
 bool SampleDelivery::busy() const {
-  const std::lock_guard lock{mutex_};
+  const MutexLock lock{mutex_};
   return frames_ > 0;
 }
 
@@ -43,7 +44,7 @@ void SampleDelivery::drop(SampleBuffer sampleBuffer) {
 void SampleDelivery::post(Call call, SampleBuffer sampleBuffer, bool counted) {
   std::uint64_t current = 0;
   {
-    const std::lock_guard lock{mutex_};
+    const MutexLock lock{mutex_};
     if (!running_) return;
     if (counted) ++frames_;
     current = run_;
@@ -54,13 +55,14 @@ void SampleDelivery::post(Call call, SampleBuffer sampleBuffer, bool counted) {
 
 void SampleDelivery::run(Call call, const SampleBuffer& sampleBuffer, bool counted,
                          std::uint64_t run) {
+  assert(queue_->isCurrent());
   {
-    const std::lock_guard lock{mutex_};
+    const MutexLock lock{mutex_};
     if (!running_ || run != run_) return;
     calling_ = true;
   }
   if (const auto delegate = delegate_.lock()) ((*delegate).*call)(sampleBuffer);
-  const std::lock_guard lock{mutex_};
+  const MutexLock lock{mutex_};
   calling_ = false;
   if (counted && run == run_) --frames_;
   ended_.notify_all();

@@ -17,14 +17,13 @@ struct FilledRectangle {
   std::uint32_t rgb = 0;  ///< 0xRRGGBB
 };
 
-/// The moving test picture: colour bars, a block that travels, and a number ("counter") that is
-/// drawn twice, in digits for a person and as a strip of black and white cells for a program. It
-/// is given as rectangles, painted in order, so that anything that can fill a rectangle can show
-/// it. The picture depends on the size only through proportions: scaled, it still reads.
+/// The moving test picture: colour bars, a travelling block, and a counter that is drawn twice, in
+/// digits for people and as a strip of black and white cells for programs. It is a list of
+/// rectangles, painted in order, so that any client that can fill a rectangle can show it. All
+/// places are proportional to the size, so a scaled picture can still be read.
 ///
 /// The strip lies along the upper edge and may be drawn by itself on any screen. Its cells hold a
-/// 32-bit number, so a program that measures delay may draw a clock's milliseconds instead of a
-/// frame number.
+/// 32-bit number: a frame number, or a clock's milliseconds to measure delay with.
 ///
 /// Immutable; any thread.
 class TestPattern {
@@ -32,11 +31,11 @@ class TestPattern {
   /// For a picture of `width` by `height` pixels.
   TestPattern(int width, int height) : width_{width}, height_{height} {}
 
-  /// What never changes. Covers the whole picture.
+  /// The constant part. Covers the whole picture.
   std::vector<FilledRectangle> background() const;
 
-  /// What changes with the counter, painted over the background; it covers all that an earlier
-  /// counter painted. Contains the strip.
+  /// The part that depends on the counter, painted over the background; covers everything that an
+  /// earlier counter painted. Contains the strip.
   std::vector<FilledRectangle> foreground(std::uint32_t counter) const;
 
   /// The strip alone: the rectangles lie within the upper `stripHeight` rows.
@@ -48,11 +47,11 @@ class TestPattern {
   int height_;
 };
 
-/// Paints rectangles in order, as BT.601 with limited range. What lies outside is cut off.
+/// Paints rectangles in order, as BT.601 with limited range, clipped to the picture.
 void paint(const std::vector<FilledRectangle>& rectangles, const PlanarPicture& picture);
 
-/// Reads the strip from the luma plane of a whole picture; none when there is no strip or when it
-/// cannot be read for sure. `stride` is the number of bytes from row to row.
+/// Reads the strip from the luma plane of a whole picture; none when there is no strip or its check
+/// fails. `stride` is the number of bytes from row to row.
 std::optional<std::uint32_t> readFrameCounter(const std::uint8_t* luma, int stride, int width,
                                               int height);
 

@@ -11,4 +11,7 @@ namespace tessel::platform {
 /// Throws std::system_error when the system has no thread left.
 std::thread startThread(std::string_view name, std::function<void()> run);
 
+/// Whether startThread has started the calling thread.
+bool isOwnThread();
+
 }  // namespace tessel::platform

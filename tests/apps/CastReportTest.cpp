@@ -113,6 +113,17 @@ TEST(CastReportTest, AFailureIsAnEventAndASentence) {
             "\n");
 }
 
+TEST(CastReportTest, AdviceIsALineAndAFieldOfItsOwn) {
+  CastReport report{kHost, true, false, noTerminal};
+  const Error error{"tessel", 3, "It broke."};
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(shown([&] { report.failed(error, "It broke.", "Mend it."); }), "It broke.\nMend it.\n");
+  EXPECT_EQ(
+      testing::internal::GetCapturedStdout(),
+      R"({"event":"failed","domain":"tessel","code":3,"description":"It broke.","advice":"Mend it."})"
+      "\n");
+}
+
 TEST(CastReportTest, TheHostIsShownSafely) {
   CastReport report{"\x1b[31mhub", false, false, terminal<80>};
   EXPECT_THAT(standardError([&] {

@@ -45,19 +45,19 @@ TEST(ExplainTest, AScreenThatCannotBeCastIsAMatterForTheDoctor) {
 }
 
 TEST(ExplainTest, WithoutAScreenTheOptionOfTheTestPictureIsNamed) {
-  const Obstacle obstacle{"There is no display.", "Connect one."};
   const std::string remedy = "The test picture needs no display (--screen pattern).";
-  EXPECT_EQ(explain(obstacle, ScreenSource::automatic),
-            "There is no display. Connect one. " + remedy);
-  EXPECT_EQ(explain(obstacle, ScreenSource::x11), "There is no display. Connect one. " + remedy);
-  EXPECT_EQ(explain({"There is no display.", ""}, ScreenSource::x11),
-            "There is no display. " + remedy);
+  for (const ScreenSource source : {ScreenSource::kAutomatic, ScreenSource::kX11}) {
+    EXPECT_EQ(advice(Obstacle{"There is no display.", "Connect one."}, source),
+              "Connect one. " + remedy);
+    EXPECT_EQ(advice(Obstacle{"There is no display.", ""}, source), remedy);
+  }
   EXPECT_EQ(advice({"screen", false, "There is no display.", "Connect one."}),
             "Connect one. " + remedy);
 }
 
 TEST(ExplainTest, WhatTheTestPictureDoesNotMendDoesNotNameIt) {
-  EXPECT_EQ(explain({"It is too small.", ""}, ScreenSource::pattern), "It is too small.");
+  EXPECT_EQ(advice(Obstacle{"It is too small.", "Enlarge it."}, ScreenSource::kPattern),
+            "Enlarge it.");
   EXPECT_EQ(advice({"screen", true, "Yes.", ""}), "");
   EXPECT_EQ(advice({"bluetooth", false, "No.", "Switch it on."}), "Switch it on.");
 }

@@ -51,7 +51,7 @@ class PromptHTTP final : public platform::URLSessions, public URLSession {
 
 platform::Services servicesWithPattern() {
   auto services = platform::makeServices();
-  services.desktops->select(ScreenSource::pattern, {320, 240});
+  services.desktops->select(ScreenSource::kPattern, {320, 240});
   services.clock = std::make_shared<ImpatientClock>(services.clock);
   services.urlSessions = std::make_shared<PromptHTTP>(*services.queues);
   services.files = std::make_shared<FakeFiles>();

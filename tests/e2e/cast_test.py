@@ -124,7 +124,7 @@ class Picture(ProgramTest):
         caster = self.cast("127.0.3.12", "--screen", "auto", WAYLAND_DISPLAY="wayland-0",
                            DISPLAY=":0")
         self.assertEqual(caster.exit_code(), 1)
-        self.assertRegex(caster.complaints, r"^[^\n]*Wayland[^\n]*\(--screen pattern\)\.\n$")
+        self.assertRegex(caster.complaints, r"^[^\n]*Wayland[^\n]*\.\n[^\n]*\(--screen pattern\)\.\n$")
         self.assertEqual([event["event"] for event in caster.events], ["failed"])
         self.assertIn("Wayland", caster.events[0]["description"])
 

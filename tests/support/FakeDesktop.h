@@ -11,13 +11,13 @@
 
 namespace tessel::test {
 
-/// Screens and a cursor that the test places.
+/// Screens and a cursor at places that the test sets.
 struct FakeScreens {
   std::vector<Screen> list = {Screen{7, {{0, 0}, {1920, 1080}}}};
   Point mouse{960, 540};
 };
 
-/// What a fake desktop captures: whether it can, and the captures made.
+/// The captures of a fake desktop: which it accepts, and those it has made.
 struct FakeCaptures {
   bool inputAccepted = true;
   bool outputAccepted = true;
@@ -28,7 +28,7 @@ struct FakeCaptures {
   }
 };
 
-/// A desktop that the test plays.
+/// A desktop whose state and answers the test sets.
 class FakeDesktop final : public platform::Desktop {
  public:
   FakeScreens placed;

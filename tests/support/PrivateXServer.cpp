@@ -15,11 +15,11 @@ namespace {
 
 constexpr int kStartTimeoutMs = 20000;
 
-// A number that nobody else takes, also once its server has ended: servers that look for a free one
-// begin at 0, and each process has eight of its own.
-std::string ownDisplay() {
+// A number that no other process takes, also once its server has ended: servers that look for a
+// free one begin at 0, and each process has eight of its own.
+std::string ownNumber() {
   static int count = 0;
-  return ":" + std::to_string(1000 + getpid() % 7000 * 8 + count++ % 8);
+  return std::to_string(1000 + getpid() % 7000 * 8 + count++ % 8);
 }
 
 // Reads up to a line feed; empty when it does not come in time.
@@ -36,17 +36,25 @@ std::string readLine(int file) {
 
 }  // namespace
 
-PrivateXServer::PrivateXServer(const Options& options) {
-  std::array<int, 2> number{};
-  if (pipe(number.data()) != 0) return;
-  const std::string screen = std::to_string(options.width) + "x" + std::to_string(options.height) +
-                             "x" + std::to_string(options.depth);
-  const std::string numberFile = std::to_string(number[1]);
-  const std::string display = ownDisplay();
-  std::vector<std::string> words{"Xvfb", display, "-displayfd", numberFile, "-screen",
-                                 "0",    screen,  "-nolisten",  "tcp",      "-noreset",
-                                 "-s",   "0",     "-dpms"};
-  words.insert(words.end(), options.arguments.begin(), options.arguments.end());
+PrivateXServer::PrivateXServer(const Options& options) : options_{options}, number_{ownNumber()} {
+  if (!start()) return;
+  display_ = ":" + number_;
+  setVariable("DISPLAY", display_.c_str());
+  setVariable("WAYLAND_DISPLAY", nullptr);
+  setVariable("XDG_SESSION_TYPE", nullptr);
+}
+
+// Waits for the server to answer; false when it does not.
+bool PrivateXServer::start() {
+  std::array<int, 2> ready{};
+  if (pipe(ready.data()) != 0) return false;
+  const std::string screen = std::to_string(options_.width) + "x" +
+                             std::to_string(options_.height) + "x" + std::to_string(options_.depth);
+  std::vector<std::string> words{"Xvfb",    ":" + number_, "-displayfd", std::to_string(ready[1]),
+                                 "-screen", "0",           screen,       "-nolisten",
+                                 "tcp",     "-noreset",    "-s",         "0",
+                                 "-dpms"};
+  words.insert(words.end(), options_.arguments.begin(), options_.arguments.end());
   std::vector<char*> arguments;
   for (std::string& word : words) arguments.push_back(word.data());
   arguments.push_back(nullptr);
@@ -54,22 +62,22 @@ PrivateXServer::PrivateXServer(const Options& options) {
   pid_ = fork();
   if (pid_ == 0) {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
-    close(number[0]);
+    close(ready[0]);
     const int silence = open("/dev/null", O_RDWR);
     dup2(silence, STDOUT_FILENO);
     dup2(silence, STDERR_FILENO);
     execvp(arguments[0], arguments.data());
     _exit(127);
   }
-  close(number[1]);
-  fcntl(number[0], F_SETFD, FD_CLOEXEC);
-  const std::string line = pid_ > 0 ? readLine(number[0]) : std::string{};
-  close(number[0]);
-  if (line.empty()) return;
-  display_ = display;
-  setVariable("DISPLAY", display_.c_str());
-  setVariable("WAYLAND_DISPLAY", nullptr);
-  setVariable("XDG_SESSION_TYPE", nullptr);
+  close(ready[1]);
+  fcntl(ready[0], F_SETFD, FD_CLOEXEC);
+  const std::string line = pid_ > 0 ? readLine(ready[0]) : std::string{};
+  close(ready[0]);
+  return !line.empty();
+}
+
+void PrivateXServer::restart() {
+  if (pid_ == 0) start();
 }
 
 PrivateXServer::~PrivateXServer() {
@@ -89,11 +97,9 @@ void PrivateXServer::end() {
   kill(pid_, SIGKILL);
   waitpid(pid_, nullptr, 0);
   pid_ = 0;
-  if (display_.empty()) return;
   // A server that is killed leaves its socket and its lock behind.
-  const std::string number = display_.substr(1);
-  unlink(("/tmp/.X11-unix/X" + number).c_str());
-  unlink(("/tmp/.X" + number + "-lock").c_str());
+  unlink(("/tmp/.X11-unix/X" + number_).c_str());
+  unlink(("/tmp/.X" + number_ + "-lock").c_str());
 }
 
 void PrivateXServer::suspend() const {
@@ -148,9 +154,25 @@ void XPainter::warpPointer(int x, int y) {
   roundTrip();
 }
 
+void XPainter::grabServer() {
+  xcb_grab_server(connection());
+  roundTrip();
+}
+
+void XPainter::ungrabServer() {
+  xcb_ungrab_server(connection());
+  roundTrip();
+}
+
 std::uint32_t XPainter::pixel(std::uint32_t rgb) const {
-  if (screen_->root_depth != 16) return rgb;
-  return (rgb >> 8U & 0xF800U) | (rgb >> 5U & 0x07E0U) | (rgb >> 3U & 0x001FU);
+  if (screen_->root_depth == 16) {
+    return (rgb >> 8U & 0xF800U) | (rgb >> 5U & 0x07E0U) | (rgb >> 3U & 0x001FU);
+  }
+  if (screen_->root_depth == 30) {
+    const auto tenBits = [rgb](std::uint32_t shift) { return (rgb >> shift & 0xFFU) * 1023 / 255; };
+    return tenBits(16) << 20U | tenBits(8) << 10U | tenBits(0);
+  }
+  return rgb;
 }
 
 void XPainter::roundTrip() const {

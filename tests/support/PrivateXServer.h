@@ -32,10 +32,13 @@ class PrivateXServer {
   /// ":7"
   const std::string& display() const { return display_; }
 
-  /// Ends the server and waits until it is gone. Nobody else takes its number.
+  /// Ends the server and waits until it is gone. No other process takes its number.
   void end();
 
-  /// Lets the server answer nothing, as one that hangs; until it is resumed or this object ends.
+  /// Starts a server that has ended again, under the same number.
+  void restart();
+
+  /// Stops the server from answering, as if it hung; until it is resumed or this object ends.
   void suspend() const;
   void resume() const;
 
@@ -49,7 +52,10 @@ class PrivateXServer {
     bool wasSet;
   };
   void setVariable(const std::string& name, const char* value);
+  bool start();
 
+  const Options options_;
+  const std::string number_;
   pid_t pid_ = 0;
   std::string display_;
   std::vector<Variable> variables_;
@@ -68,6 +74,10 @@ class XPainter {
 
   /// Moves the pointer.
   void warpPointer(int x, int y);
+
+  /// Keeps all other clients' requests waiting, until it is ungrabbed.
+  void grabServer();
+  void ungrabServer();
 
   xcb_connection_t* connection() const { return connection_.get(); }
   const xcb_screen_t& screen() const { return *screen_; }

@@ -9,42 +9,23 @@
 #include "platform/linux/x11/XDamage.h"
 #include "platform/linux/x11/XGrabber.h"
 #include "platform/linux/x11/XPixelFormat.h"
-#include "platform/linux/x11/XTestDisplay.h"
 #include "platform/linux/x11/XTestPoster.h"
-#include "platform/posix/PipeSignalGuard.h"
 
 namespace tessel::platform {
 namespace {
 
-std::string sizeText(const PixelArea& area) {
-  return std::to_string(area.width) + "x" + std::to_string(area.height);
+// The first pixel of a monitor stands for all of them.
+bool isReadable(XGrabber& grabber, const PixelArea& monitor) {
+  return !grabber.grab({{{monitor.x, monitor.y, 1, 1}}}).empty();
 }
 
-// What the capture makes of a server that answers.
-Finding inspect(XConnection& connection, const std::string& display) {
-  const std::string server = "The X server of display " + display;
+bool canCapture(XConnection& connection, std::uint32_t monitorName) {
   const XLayout layout = connection.layout();
-  if (layout.monitors.empty()) {
-    return {"screen", false, server + " has no screen.",
-            "Connect a monitor, or cast the test picture."};
-  }
+  const auto monitor = std::ranges::find(layout.monitors, monitorName, &XMonitor::name);
   const std::optional<XPixelFormat> format = XPixelFormat::of(connection);
-  if (!format) {
-    return {"screen", false, server + " has pixels of an unknown kind.",
-            "Set the screen to a colour depth of 24 bits."};
-  }
+  if (monitor == layout.monitors.end() || !format) return false;
   XGrabber grabber{connection, *format};
-  if (grabber.grab({{layout.monitors.front().area}}).empty()) {
-    return {"screen", false, server + " does not let its screen be read.",
-            "Log in to an X11 session of this user."};
-  }
-  std::string sentence = "X11 display " + display + ", first screen " +
-                         sizeText(layout.monitors.front().area) + " of " +
-                         std::to_string(layout.monitors.size());
-  sentence += grabber.sharesMemory() ? ", shared memory" : ", no shared memory (slower)";
-  sentence += XDamage{connection}.available() ? ", changes are reported."
-                                              : ", changes are looked for (slower).";
-  return {"screen", true, sentence, {}};
+  return isReadable(grabber, monitor->area);
 }
 
 }  // namespace
@@ -56,7 +37,7 @@ X11Desktop::X11Desktop(std::string display, Xwayland xwayland, std::shared_ptr<C
       screens_{display_, xwayland == Xwayland::kAccepted} {}
 
 Obstacle X11Desktop::waylandObstacle() {
-  return {"Casting a Wayland desktop is not there yet.",
+  return {"Casting a Wayland desktop is not supported yet.",
           "Log in to an X11 session, or cast the test picture."};
 }
 
@@ -69,8 +50,9 @@ std::variant<std::shared_ptr<CaptureSession>, CaptureRefusal> X11Desktop::makeCa
     const CaptureInput& input, const CaptureOutput& output,
     const std::weak_ptr<CaptureOutputDelegate>& delegate,
     const std::shared_ptr<SerialQueue>& queue) {
-  const std::vector<Screen> list = screens();
-  if (std::ranges::find(list, input.displayID, &Screen::tsl_screenNumber) == list.end()) {
+  const auto connected = connect();
+  const auto* const connection = std::get_if<std::unique_ptr<XConnection>>(&connected);
+  if (connection == nullptr || !canCapture(**connection, input.displayID)) {
     return CaptureRefusal::kInput;
   }
   if (output.size.width < 1 || output.size.height < 1) return CaptureRefusal::kOutput;
@@ -78,54 +60,87 @@ std::variant<std::shared_ptr<CaptureSession>, CaptureRefusal> X11Desktop::makeCa
 }
 
 std::unique_ptr<EventPoster> X11Desktop::makeEventPoster() {
-  const PipeSignalGuard guard;
-  if (const auto obstacle = inputObstacle()) {
+  auto connected = connectInput();
+  if (const auto* const obstacle = std::get_if<Obstacle>(&connected)) {
     log("%s: the hub's user cannot drive this computer: %s", "-[X11Desktop makeEventPoster]",
         obstacle->sentence.c_str());
     return std::make_unique<NullEventPoster>();
   }
-  std::string reason;
-  return std::make_unique<XTestPoster>(display_, XTestDisplay::open(display_, reason));
+  return std::make_unique<XTestPoster>(
+      display_, std::get<std::unique_ptr<XTestDisplay>>(std::move(connected)));
 }
 
 std::optional<Obstacle> X11Desktop::obstacle() {
-  const PipeSignalGuard guard;
-  const auto connection = XConnection::open(display_);
+  auto described = describeFirstScreen();
+  if (auto* const obstacle = std::get_if<Obstacle>(&described)) return std::move(*obstacle);
+  return std::nullopt;
+}
+
+Finding X11Desktop::screenFinding() {
+  const auto described = describeFirstScreen();
+  if (const auto* const obstacle = std::get_if<Obstacle>(&described)) {
+    return unusable("screen", *obstacle);
+  }
+  return {"screen", true, std::get<std::string>(described), {}};
+}
+
+Finding X11Desktop::inputFinding() {
+  const auto connected = connectInput();
+  if (const auto* const obstacle = std::get_if<Obstacle>(&connected)) {
+    return unusable("input", *obstacle);
+  }
+  return {"input", true, "The hub's mouse and keyboard can drive this desktop (XTEST).", {}};
+}
+
+// A connection to a server whose screens are those of the desktop, or why there is none.
+std::variant<std::unique_ptr<XConnection>, Obstacle> X11Desktop::connect() const {
+  auto connection = XConnection::open(display_);
   if (!connection) {
     return Obstacle{"The X server of display " + display_ + " cannot be reached.",
                     "Check DISPLAY and XAUTHORITY, or cast the test picture."};
   }
   if (xwayland_ == Xwayland::kRefused && connection->isXwayland()) return waylandObstacle();
-  return std::nullopt;
+  return connection;
 }
 
-std::optional<Obstacle> X11Desktop::inputObstacle() const {
+std::variant<std::unique_ptr<XTestDisplay>, Obstacle> X11Desktop::connectInput() const {
   if (xwayland_ == Xwayland::kRefused) {
     const auto connection = XConnection::open(display_);
     if (connection && connection->isXwayland()) return waylandInputObstacle();
   }
   std::string reason;
-  if (XTestDisplay::open(display_, reason)) return std::nullopt;
+  if (auto display = XTestDisplay::open(display_, reason)) return display;
   return Obstacle{"The hub's mouse and keyboard cannot drive this desktop: " + reason + ".",
                   "Run this within an X11 session whose server has the XTEST extension."};
 }
 
-Finding X11Desktop::screenFinding() {
-  if (const auto obstacle = this->obstacle()) {
-    return {"screen", false, obstacle->sentence, obstacle->advice};
-  }
-  const PipeSignalGuard guard;
-  const auto connection = XConnection::open(display_);
-  if (connection) return inspect(*connection, display_);
-  return {"screen", false, "The X server has just gone.", "Try again."};
-}
+// What the first screen is and how it is captured, or why it cannot be.
+std::variant<std::string, Obstacle> X11Desktop::describeFirstScreen() const {
+  const auto connected = connect();
+  if (const auto* const obstacle = std::get_if<Obstacle>(&connected)) return *obstacle;
+  XConnection& connection = *std::get<std::unique_ptr<XConnection>>(connected);
 
-Finding X11Desktop::inputFinding() {
-  const PipeSignalGuard guard;
-  if (const auto obstacle = inputObstacle()) {
-    return {"input", false, obstacle->sentence, obstacle->advice};
+  const std::string server = "The X server of display " + display_;
+  const XLayout layout = connection.layout();
+  if (layout.monitors.empty()) {
+    return Obstacle{server + " has no screen.", "Connect a monitor, or cast the test picture."};
   }
-  return {"input", true, "The hub's mouse and keyboard can drive this desktop (XTEST).", {}};
+  const std::optional<XPixelFormat> format = XPixelFormat::of(connection);
+  if (!format) {
+    return Obstacle{server + " has a pixel format that cannot be captured.",
+                    "Set the screen to a colour depth of 24 bits, or cast the test picture."};
+  }
+  XGrabber grabber{connection, *format};
+  const PixelArea& first = layout.monitors.front().area;
+  if (!isReadable(grabber, first)) {
+    return Obstacle{server + " does not let its screen be read.",
+                    "Log in to an X11 session of this user, or cast the test picture."};
+  }
+  return "X11 display " + display_ + ", first screen " + std::to_string(first.width) + "x" +
+         std::to_string(first.height) + " of " + std::to_string(layout.monitors.size()) +
+         (grabber.sharesMemory() ? ", shared memory" : ", no shared memory (slower)") +
+         (XDamage{connection}.available() ? ", changes are reported."
+                                          : ", changes are looked for (slower).");
 }
 
 }  // namespace tessel::platform

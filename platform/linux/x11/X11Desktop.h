@@ -1,24 +1,27 @@
 #pragma once
 
+#include <memory>
 #include <string>
 
 #include "platform/Clock.h"
 #include "platform/Desktop.h"
+#include "platform/linux/x11/XConnection.h"
 #include "platform/linux/x11/XScreens.h"
+#include "platform/linux/x11/XTestDisplay.h"
 
 namespace tessel::platform {
 
-/// The desktop of an X server: monitors by RandR, frames by shared memory and DAMAGE, input by
-/// XTEST. Any thread; connects when it is first asked.
+/// The desktop of an X server: monitors by RandR, frames by MIT-SHM and DAMAGE, input by XTEST. Any
+/// thread; connects when it is first used.
 class X11Desktop final : public Desktop {
  public:
-  /// What becomes of a server that only stands in for a Wayland desktop, whose pixels it does not
-  /// have: environment variables do not tell where they were not passed on (ssh, sudo).
+  /// Whether to cast Xwayland, which does not have the pixels of its Wayland desktop. Where the
+  /// environment variables of the desktop are missing (ssh, sudo), only the server itself shows it.
   enum class Xwayland { kRefused, kAccepted };
 
   X11Desktop(std::string display, Xwayland xwayland, std::shared_ptr<Clock> clock);
 
-  /// Why a Wayland desktop is not cast, and not driven.
+  /// Why a Wayland desktop is neither cast nor driven.
   static Obstacle waylandObstacle();
   static Obstacle waylandInputObstacle();
 
@@ -34,7 +37,9 @@ class X11Desktop final : public Desktop {
   Finding inputFinding() override;
 
  private:
-  std::optional<Obstacle> inputObstacle() const;
+  std::variant<std::unique_ptr<XConnection>, Obstacle> connect() const;
+  std::variant<std::unique_ptr<XTestDisplay>, Obstacle> connectInput() const;
+  std::variant<std::string, Obstacle> describeFirstScreen() const;
 
   const std::string display_;
   const Xwayland xwayland_;

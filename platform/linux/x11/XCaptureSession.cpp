@@ -3,17 +3,16 @@
 #include <algorithm>
 #include <array>
 #include <ctime>
-#include <optional>
 #include <poll.h>
-#include <string>
 #include <sys/eventfd.h>
+#include <sys/prctl.h>
 #include <unistd.h>
 #include <utility>
 
 #include "platform/Log.h"
 #include "platform/linux/x11/XConnect.h"
 #include "platform/linux/x11/XFrameSource.h"
-#include "platform/posix/PipeSignalGuard.h"
+#include "platform/media/FramePacer.h"
 #include "platform/posix/Thread.h"
 
 namespace tessel::platform {
@@ -25,16 +24,17 @@ using std::chrono::seconds;
 
 constexpr const char* kStart = "-[XCaptureSession startRunning]";
 
-// How often the server's word is checked, and how long it is given to tell late.
+// How often a part of the screen is checked for unreported changes, and how long a change found may
+// still be reported late.
 constexpr Duration kVerifyInterval = seconds{1};
-constexpr Duration kVerifyAgain = milliseconds{50};
+constexpr Duration kLateReportTimeout = milliseconds{50};
 
-// How often a server that does not answer is tried again.
-constexpr Duration kRetryInterval = seconds{1};
+// Between attempts to connect to a server that does not answer.
+constexpr Duration kReconnectInterval = seconds{1};
 
 }  // namespace
 
-// What the capture thread does.
+// The capture thread. Other threads call `stop` only.
 class XCaptureSession::Loop {
  public:
   Loop(std::string display, const CaptureInput& input, const CaptureOutput& output,
@@ -42,10 +42,10 @@ class XCaptureSession::Loop {
       : display_{std::move(display)},
         input_{input},
         output_{output},
-        frameDuration_{input.minFrameDuration},
         delivery_{std::move(delivery)},
         clock_{std::move(clock)},
-        wake_{eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)} {}
+        wake_{eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)},
+        pacer_{input.minFrameDuration} {}
 
   ~Loop() { close(wake_); }
   Loop(const Loop&) = delete;
@@ -54,66 +54,66 @@ class XCaptureSession::Loop {
   /// Any thread.
   void stop() const {
     const std::uint64_t one = 1;
-    // It can only fail when it has been told often enough.
+    // Fails only when the counter is full: the descriptor is readable then, too.
     [[maybe_unused]] const ssize_t written = write(wake_, &one, sizeof(one));
   }
 
   void run() {
-    const PipeSignalGuard guard;
+    // The default slack of 50 us at each wait would cost a part of the frame rate.
+    prctl(PR_SET_TIMERSLACK, 1);
     bool hasAnswered = false;
-    bool toldOfSilence = false;
-    bool lastTry = false;
+    bool silenceLogged = false;
+    bool lastAttempt = false;
     do {
       source_ = XFrameSource::open(display_, input_.displayID, static_cast<int>(output_.size.width),
                                    static_cast<int>(output_.size.height));
       if (source_) {
         hasAnswered = true;
-        toldOfSilence = false;
-        lastTry = false;
-        if (!capture()) break;  // told to stop
+        silenceLogged = false;
+        lastAttempt = false;
+        if (!capture()) break;  // stopped
       }
       const bool silent = source_ ? source_->silent() : isSilentXServer(display_);
       source_.reset();
       if (silent) {
-        if (!toldOfSilence) log("%s: no frame comes until the X server answers again", kStart);
-        toldOfSilence = true;
-        lastTry = false;
-      } else if (lastTry) {
+        if (!silenceLogged) log("%s: no frame comes until the X server answers again", kStart);
+        silenceLogged = true;
+        lastAttempt = false;
+      } else if (lastAttempt) {
         log(hasAnswered ? "%s: no further frame will come: the X server is gone"
                         : "%s: no frame will come: the X server cannot be read",
             kStart);
         return;
       } else {
-        // One that was silent may have answered just now.
-        lastTry = true;
+        // A server that was silent may have answered since.
+        lastAttempt = true;
       }
-    } while (sleepUntil(clock_->uptime() + kRetryInterval));
+    } while (waitUntil(clock_->uptime() + kReconnectInterval));
     source_.reset();
   }
 
  private:
-  // Until the server is lost, or false when told to stop.
+  // Captures until the server is lost; false when stopped.
   bool capture() {
-    nextFrame_ = clock_->uptime();
-    nextVerify_ = nextFrame_ + kVerifyInterval;
+    nextVerify_ = clock_->uptime() + kVerifyInterval;
     do {
       source_->processEvents();
       const Duration now = clock_->uptime();
-      if (source_->changed() && now >= nextFrame_) frame(now);
+      if (source_->changed() && pacer_.isDue(now)) captureFrame(now);
       if (now >= nextVerify_) {
-        nextVerify_ = now + (source_->verify() ? kVerifyAgain : kVerifyInterval);
+        nextVerify_ = now + (source_->verify() ? kLateReportTimeout : kVerifyInterval);
       }
-      // What the server said while it was asked has been read already: poll would not wake for it.
+      // Events that arrived with a reply are in xcb's queue already: poll would not wake for them.
       source_->processEvents();
-    } while (source_->alive() && sleep());
+    } while (source_->alive() && waitForWork());
     return !source_->alive();
   }
 
-  void frame(Duration now) {
-    // The rhythm is kept, unless a frame came so late that the next would follow at once.
-    nextFrame_ = std::max(nextFrame_ + frameDuration_, now + frameDuration_ / 2);
+  void captureFrame(Duration now) {
+    pacer_.advance(now);
     if (delivery_->busy()) {
-      // What has changed stays to be captured, so that the last change is never lost.
+      // The changes stay to be captured, so that the last one is never lost. A poll does not know
+      // whether there are any.
       if (!source_->polling()) delivery_->drop({nullptr, now});
       return;
     }
@@ -122,13 +122,13 @@ class XCaptureSession::Loop {
     }
   }
 
-  // Until the server says something, or something is due. False when told to stop.
-  bool sleep() {
-    const Duration due = source_->changed() ? std::min(nextFrame_, nextVerify_) : nextVerify_;
-    return sleepUntil(due, source_->descriptor());
+  // Waits for an event of the server or for the next thing due; false when stopped.
+  bool waitForWork() const {
+    const Duration due = source_->changed() ? std::min(pacer_.due(), nextVerify_) : nextVerify_;
+    return waitUntil(due, source_->descriptor());
   }
 
-  bool sleepUntil(Duration due, int descriptor = -1) const {
+  bool waitUntil(Duration due, int descriptor = -1) const {
     const Duration left = std::max(due - clock_->uptime(), Duration::zero());
     const timespec timeout{left / seconds{1}, (left % seconds{1}).count()};
     std::array<pollfd, 2> files{{{wake_, POLLIN, 0}, {descriptor, POLLIN, 0}}};
@@ -139,14 +139,13 @@ class XCaptureSession::Loop {
   const std::string display_;
   const CaptureInput input_;
   const CaptureOutput output_;
-  const Duration frameDuration_;
   const std::shared_ptr<SampleDelivery> delivery_;
   const std::shared_ptr<Clock> clock_;
   const int wake_;  // an eventfd: readable when the thread is to end
 
-  // The capture thread's own.
+  // Used by the capture thread only.
+  FramePacer pacer_;
   std::unique_ptr<XFrameSource> source_;
-  Duration nextFrame_{};
   Duration nextVerify_{};
 };
 

@@ -11,9 +11,9 @@
 
 namespace tessel::platform {
 
-/// Captures one monitor of the X server, on a thread and a connection of its own. When the server
-/// goes away, and is not back a second later, no further frame comes; when it does not answer, none
-/// until it does.
+/// Captures one monitor of an X server, on a thread and a connection of its own. A server that is
+/// lost is tried once more a second later; then the frames end. One that does not answer is tried
+/// until it does. Any thread.
 class XCaptureSession final : public CaptureSession {
  public:
   XCaptureSession(std::string display, const CaptureInput& input, const CaptureOutput& output,

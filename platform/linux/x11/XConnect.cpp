@@ -2,52 +2,49 @@
 
 #include <condition_variable>
 #include <memory>
-#include <mutex>
-#include <pthread.h>
-#include <thread>
 
-#include "platform/posix/HostSignals.h"
+#include "platform/base/Mutex.h"
+#include "platform/posix/Thread.h"
 
 namespace tessel::platform {
 namespace {
 
-// One that answers again needs far less.
-constexpr auto kPatienceWithSilence = std::chrono::milliseconds{500};
+// A server that answers again needs far less.
+constexpr auto kSilentServerTimeout = std::chrono::milliseconds{500};
 
-// A call of xcb_connect, which offers no bound and no descriptor to bound it by. So it runs on a
-// thread of its own, which is left behind when the server does not answer: it ends when the server
+// A call of xcb_connect, which has no timeout and offers no descriptor to poll. It runs on a thread
+// of its own; when the server does not answer, that thread is left behind and ends once the server
 // answers or goes.
 struct Attempt {
   std::string display;
   bool done = false;
-  bool abandoned = false;  // nobody wants the connection any longer
+  bool abandoned = false;  // the caller has given up: the thread closes the connection
   xcb_connection_t* connection = nullptr;
   int screenNumber = 0;
 };
 
 struct Attempts {
-  // Held by the one who waits for an attempt. One at a time: the library that looks for the
-  // server's cookie keeps the file's name in a static buffer.
-  std::mutex turn;
+  // Held during an attempt: one at a time, because the library that looks up the server's cookie
+  // keeps the file's name in a static buffer.
+  Mutex turn;
 
-  std::mutex mutex;  // guards what follows, and every attempt
+  Mutex mutex;  // guards every Attempt as well
   std::condition_variable changed;
-  std::shared_ptr<const Attempt> overdue;  // the last one that was abandoned
-  std::string silent;                      // the display whose server did not answer
+  std::shared_ptr<const Attempt> overdue TESSEL_GUARDED_BY(mutex);  // the last one abandoned
+  std::string silent TESSEL_GUARDED_BY(mutex);  // the display whose server timed out
 };
 
-// Never destroyed: a thread left behind may need it at the very end.
+// Never destroyed: a thread left behind may use it while the process exits.
 Attempts& attempts() {
   static Attempts& all = *new Attempts;
   return all;
 }
 
 void run(const std::shared_ptr<Attempt>& attempt) {
-  pthread_setname_np(pthread_self(), "tessel-xconnect");
   int screenNumber = 0;
   xcb_connection_t* connection = xcb_connect(attempt->display.c_str(), &screenNumber);
   Attempts& all = attempts();
-  const std::lock_guard lock{all.mutex};
+  const MutexLock lock{all.mutex};
   if (all.silent == attempt->display) all.silent.clear();
   attempt->done = true;
   if (attempt->abandoned) {
@@ -59,31 +56,29 @@ void run(const std::shared_ptr<Attempt>& attempt) {
   }
 }
 
-// Under the mutex.
-std::chrono::milliseconds patience(const Attempts& all, const std::string& display) {
-  return all.silent == display ? kPatienceWithSilence : kXServerPatience;
+std::chrono::milliseconds timeoutFor(const Attempts& all, const std::string& display)
+    TESSEL_REQUIRES(all.mutex) {
+  return all.silent == display ? kSilentServerTimeout : kXServerTimeout;
 }
 
 }  // namespace
 
-std::chrono::milliseconds xServerPatience(const std::string& display) {
+std::chrono::milliseconds xServerTimeout(const std::string& display) {
   Attempts& all = attempts();
-  const std::lock_guard lock{all.mutex};
-  return patience(all, display);
+  const MutexLock lock{all.mutex};
+  return timeoutFor(all, display);
 }
 
 xcb_connection_t* connectToXServer(const std::string& display, int& screenNumber) {
   Attempts& all = attempts();
-  const std::lock_guard turn{all.turn};
-  std::unique_lock lock{all.mutex};
+  const MutexLock turn{all.turn};
+  MutexLock lock{all.mutex};
   if (all.overdue && !all.overdue->done && all.overdue->display == display) return nullptr;
   const auto attempt = std::make_shared<Attempt>();
   attempt->display = display;
-  {
-    const HostSignalsBlocked inherited;
-    std::thread{[attempt] { run(attempt); }}.detach();
-  }
-  if (!all.changed.wait_for(lock, patience(all, display), [&] { return attempt->done; })) {
+  startThread("tessel-xconnect", [attempt] { run(attempt); }).detach();
+  if (!all.changed.wait_for(lock.native(), timeoutFor(all, display),
+                            [&] { return attempt->done; })) {
     attempt->abandoned = true;
     all.overdue = attempt;
     all.silent = display;
@@ -95,7 +90,7 @@ xcb_connection_t* connectToXServer(const std::string& display, int& screenNumber
 
 void noteXServerAnswers(const std::string& display, bool answers) {
   Attempts& all = attempts();
-  const std::lock_guard lock{all.mutex};
+  const MutexLock lock{all.mutex};
   if (!answers) {
     all.silent = display;
   } else if (all.silent == display) {
@@ -105,7 +100,7 @@ void noteXServerAnswers(const std::string& display, bool answers) {
 
 bool isSilentXServer(const std::string& display) {
   Attempts& all = attempts();
-  const std::lock_guard lock{all.mutex};
+  const MutexLock lock{all.mutex};
   return !display.empty() && all.silent == display;
 }
 

@@ -3,34 +3,34 @@
 namespace tessel::platform {
 namespace {
 
-bool understands(const XConnection& connection) {
+bool isSupported(const XConnection& connection) {
   if (!connection.has(xcb_damage_id) || !connection.has(xcb_xfixes_id)) return false;
-  // Both want to be told which version their client speaks.
+  // Both require the client to announce its version before any other request.
   const auto damage = connection.reply(xcb_damage_query_version_reply,
-                                       xcb_damage_query_version(connection.get(), 1, 1));
+                                       connection.request(xcb_damage_query_version, 1, 1));
   const auto fixes = connection.reply(xcb_xfixes_query_version_reply,
-                                      xcb_xfixes_query_version(connection.get(), 2, 0));
+                                      connection.request(xcb_xfixes_query_version, 2, 0));
   return damage && fixes && fixes->major_version >= 2;
 }
 
 }  // namespace
 
 XDamage::XDamage(XConnection& connection) : connection_{connection} {
-  if (!understands(connection)) return;
-  notifyEvent_ = xcb_get_extension_data(connection.get(), &xcb_damage_id)->first_event;
-  damage_ = xcb_generate_id(connection.get());
-  region_ = xcb_generate_id(connection.get());
-  // One event when the first change comes; the rest is kept by the server until it is taken.
-  xcb_damage_create(connection.get(), damage_, connection.root(),
-                    XCB_DAMAGE_REPORT_LEVEL_NON_EMPTY);
-  xcb_xfixes_create_region(connection.get(), region_, 0, nullptr);
+  if (!isSupported(connection)) return;
+  notifyEvent_ = connection.firstEvent(xcb_damage_id);
+  damage_ = connection.generateID();
+  region_ = connection.generateID();
+  // One event when the region becomes non-empty; the server accumulates the rest until `take`.
+  connection.request(xcb_damage_create, damage_, connection.root(),
+                     XCB_DAMAGE_REPORT_LEVEL_NON_EMPTY);
+  connection.request(xcb_xfixes_create_region, region_, 0, nullptr);
   connection.flush();
 }
 
 XDamage::~XDamage() {
   if (damage_ == 0) return;
-  xcb_damage_destroy(connection_.get(), damage_);
-  xcb_xfixes_destroy_region(connection_.get(), region_);
+  connection_.request(xcb_damage_destroy, damage_);
+  connection_.request(xcb_xfixes_destroy_region, region_);
 }
 
 void XDamage::handle(const xcb_generic_event_t& event) {
@@ -42,11 +42,11 @@ void XDamage::handle(const xcb_generic_event_t& event) {
 std::vector<PixelArea> XDamage::take() {
   std::vector<PixelArea> areas;
   if (!available()) return areas;
-  // Cleared first: what changes from here on announces itself again.
+  // Cleared first: a later change makes a new event.
   pending_ = false;
-  xcb_damage_subtract(connection_.get(), damage_, XCB_NONE, region_);
+  connection_.request(xcb_damage_subtract, damage_, XCB_NONE, region_);
   const auto region = connection_.reply(xcb_xfixes_fetch_region_reply,
-                                        xcb_xfixes_fetch_region(connection_.get(), region_));
+                                        connection_.request(xcb_xfixes_fetch_region, region_));
   if (!region) return areas;
   const xcb_rectangle_t* rectangles = xcb_xfixes_fetch_region_rectangles(region.get());
   const int count = xcb_xfixes_fetch_region_rectangles_length(region.get());

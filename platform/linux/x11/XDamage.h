@@ -8,8 +8,8 @@
 
 namespace tessel::platform {
 
-/// What the server says has changed in the root window. Belongs to the thread of its connection,
-/// which outlives it.
+/// The changes of the root window that the DAMAGE extension reports. On the thread of its
+/// connection, which outlives it.
 class XDamage {
  public:
   explicit XDamage(XConnection& connection);
@@ -17,16 +17,16 @@ class XDamage {
   XDamage(const XDamage&) = delete;
   XDamage& operator=(const XDamage&) = delete;
 
-  /// Whether the server can tell at all.
+  /// Whether the server has the extension.
   bool available() const { return damage_ != 0; }
 
-  /// Takes in an event of the connection.
+  /// Handles an event of the connection.
   void handle(const xcb_generic_event_t& event);
 
-  /// Whether anything has changed since the last `take`, as far as events have been handled.
+  /// Whether a change since the last `take` is reported by the events handled so far.
   bool pending() const { return pending_; }
 
-  /// What has changed since the last call. Pixels read afterwards show at least these changes.
+  /// The areas changed since the last call. Pixels read afterwards show at least these changes.
   std::vector<PixelArea> take();
 
  private:

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <libyuv.h>
+#include <numeric>
 #include <utility>
 
 namespace tessel::platform {
@@ -11,66 +12,43 @@ namespace {
 // Strips have an even height, so that chroma can be compared as well.
 constexpr int kStripHeight = 2;
 
-// Every n-th strip is looked at in one go: all of them in n.
+// `verify` and an idle poll read every n-th strip: the whole monitor in n calls.
 constexpr int kVerifyStep = 30;
 constexpr int kPollStep = 15;
 
-// After this many polls without a change, only strips are looked at.
-constexpr int kBusyPolls = 30;
+// After this many polls without a change only strips are read.
+constexpr int kMaxIdlePolls = 30;
 
-// More areas than this cost more to ask for than what lies between them.
-constexpr std::size_t kManyAreas = 24;
+// More areas than this cost more to request than what lies between them.
+constexpr std::size_t kMaxAreas = 24;
 
-// The area grown to even coordinates, as far as the picture goes: chroma covers two by two pixels.
-PixelArea evenly(const PixelArea& area, int width, int height) {
-  const int x = area.x / 2 * 2;
-  const int y = area.y / 2 * 2;
-  return {x, y, std::min(width, (area.right() + 1) / 2 * 2) - x,
-          std::min(height, (area.bottom() + 1) / 2 * 2) - y};
-}
-
-bool meets(const PixelArea& area, const std::vector<PixelArea>& others) {
+bool overlapsAny(const PixelArea& area, const std::vector<PixelArea>& others) {
   return std::any_of(others.begin(), others.end(),
                      [&](const PixelArea& other) { return !intersection(area, other).empty(); });
 }
 
-PixelArea boundingBox(const std::vector<PixelArea>& areas) {
-  PixelArea box = areas.front();
-  for (const PixelArea& area : areas) {
-    const int right = std::max(box.right(), area.right());
-    const int bottom = std::max(box.bottom(), area.bottom());
-    box.x = std::min(box.x, area.x);
-    box.y = std::min(box.y, area.y);
-    box.width = right - box.x;
-    box.height = bottom - box.y;
-  }
-  return box;
+// Whether the areas are so large a part of the picture that one pass over all of it costs no more.
+bool areMostOf(const PixelArea& picture, const std::vector<PixelArea>& areas) {
+  std::int64_t pixels = 0;
+  for (const PixelArea& area : areas) pixels += area.pixels();
+  return pixels * 4 > picture.pixels() * 3;
 }
 
-// Calls `row(plane, bytes of a, bytes of b, count)` for the rows of all planes; `a` has the size of
-// the area, `b` holds the area at its place.
-template <typename Row>
-void forEachRow(const PlanarPicture& a, const PlanarPicture& b, const PixelArea& area, Row row) {
+// Whether `a`, which has the size of `area`, and that area of `b` are the same in all planes.
+bool same(const PlanarPicture& a, const PlanarPicture& b, const PixelArea& area) {
   for (std::size_t plane = 0; plane < 3; ++plane) {
     const int shrink = plane == 0 ? 1 : 2;
     const int width = (area.width + shrink - 1) / shrink;
     const int height = (area.height + shrink - 1) / shrink;
-    for (int y = 0; y < height; ++y) {
-      const std::ptrdiff_t inB =
-          static_cast<std::ptrdiff_t>(area.y / shrink + y) * b.strides[plane] + area.x / shrink;
-      row(a.planes[plane] + static_cast<std::ptrdiff_t>(y) * a.strides[plane],
-          b.planes[plane] + inB, static_cast<std::size_t>(width));
+    const std::uint8_t* ofA = a.planes[plane];
+    const std::uint8_t* ofB = b.planes[plane] +
+                              static_cast<std::ptrdiff_t>(area.y / shrink) * b.strides[plane] +
+                              area.x / shrink;
+    for (int y = 0; y < height; ++y, ofA += a.strides[plane], ofB += b.strides[plane]) {
+      if (std::memcmp(ofA, ofB, static_cast<std::size_t>(width)) != 0) return false;
     }
   }
-}
-
-bool same(const PlanarPicture& a, const PlanarPicture& b, const PixelArea& area) {
-  bool equal = true;
-  forEachRow(a, b, area,
-             [&](const std::uint8_t* left, const std::uint8_t* right, std::size_t size) {
-               equal = equal && std::memcmp(left, right, size) == 0;
-             });
-  return equal;
+  return true;
 }
 
 void copy(const PlanarPicture& from, const PlanarPicture& to) {
@@ -106,7 +84,7 @@ XFrameSource::XFrameSource(std::unique_ptr<XConnection> connection, XPixelFormat
 void XFrameSource::processEvents() {
   while (const XEvent event = connection_->event()) {
     damage_.handle(*event);
-    layoutChanged_ = layoutChanged_ || connection_->tellsOfLayout(*event);
+    layoutChanged_ = layoutChanged_ || connection_->isLayoutChange(*event);
   }
   if (layoutChanged_) refreshLayout();
 }
@@ -115,42 +93,46 @@ void XFrameSource::refreshLayout() {
   layoutChanged_ = false;
   const XLayout layout = connection_->layout();
   if (layout.monitors.empty()) return;
-  auto found = std::find_if(layout.monitors.begin(), layout.monitors.end(),
-                            [this](const XMonitor& each) { return each.name == monitorName_; });
+  auto found = std::ranges::find(layout.monitors, monitorName_, &XMonitor::name);
   if (found == layout.monitors.end()) found = layout.monitors.begin();
   if (found->area == monitor_) return;
-  const bool resized = !canvases_ || canvases_->width() != found->area.width ||
-                       canvases_->height() != found->area.height;
   monitor_ = found->area;
-  if (resized) canvases_ = std::make_unique<PixelBufferPool>(monitor_.width, monitor_.height);
+  if (!canvases_ || canvases_->width() != monitor_.width ||
+      canvases_->height() != monitor_.height) {
+    canvases_ = std::make_unique<PixelBufferPool>(monitor_.width, monitor_.height);
+    scaler_.reset();
+    if (outputs_.width() != monitor_.width || outputs_.height() != monitor_.height) {
+      scaler_.emplace(monitor_.width, monitor_.height, outputs_.width(), outputs_.height());
+    }
+  }
   canvas_ = {};
+  scaled_ = {};
   whole_ = true;
   damaged_.clear();
-  suspects_.clear();
+  unreported_.clear();
 }
 
-// Moves what the server tells into damaged_.
+// Moves what DAMAGE reports into damaged_.
 void XFrameSource::collectDamage() {
   for (const PixelArea& area : damage_.take()) {
     PixelArea inMonitor = intersection(area, monitor_);
     if (inMonitor.empty()) continue;
     inMonitor.x -= monitor_.x;
     inMonitor.y -= monitor_.y;
-    damaged_.push_back(evenly(inMonitor, monitor_.width, monitor_.height));
+    damaged_.push_back(evenAligned(inMonitor, monitor_.width, monitor_.height));
   }
-  // What it tells late was no lie.
-  std::erase_if(suspects_, [this](const PixelArea& strip) { return meets(strip, damaged_); });
+  // These changes were only reported late.
+  std::erase_if(unreported_,
+                [this](const PixelArea& strip) { return overlapsAny(strip, damaged_); });
 }
 
 std::vector<PixelArea> XFrameSource::areasToRead() const {
-  const PixelArea all{0, 0, monitor_.width, monitor_.height};
-  if (whole_) return {all};
+  if (whole_) return {wholeArea()};
   std::vector<PixelArea> areas = damaged_;
-  if (areas.size() > kManyAreas) areas = {boundingBox(areas)};
-  std::int64_t pixels = 0;
-  for (const PixelArea& area : areas) pixels += area.pixels();
-  // Beyond this, what it saves is less than copying the rest of the picture costs.
-  if (pixels * 4 > all.pixels() * 3) return {all};
+  if (areas.size() > kMaxAreas) {
+    areas = {std::accumulate(areas.begin(), areas.end(), areas.front(), boundingBox)};
+  }
+  if (areMostOf(wholeArea(), areas)) return {wholeArea()};
   return areas;
 }
 
@@ -176,58 +158,58 @@ bool XFrameSource::read(const std::vector<PixelArea>& areas, const PlanarPicture
 
 std::shared_ptr<const PixelBuffer> XFrameSource::capture() {
   if (monitor_.empty()) return nullptr;
-  return (polling_ ? capturePolled() : captureTold()) ? output() : nullptr;
+  const std::vector<PixelArea> areas = polling_ ? updateByPolling() : updateByDamage();
+  if (areas.empty()) return nullptr;
+  if (!scaler_) return canvas_.buffer;
+  scale(areas);
+  return scaled_.buffer;
 }
 
-bool XFrameSource::captureTold() {
+// Brings the canvas up to date and returns which areas of it were read; empty when none.
+std::vector<PixelArea> XFrameSource::updateByDamage() {
   collectDamage();
-  const std::vector<PixelArea> areas = areasToRead();
-  if (areas.empty()) return false;
-  const bool partly =
-      areas.front().pixels() < canvases_->width() * std::int64_t{canvases_->height()};
-  // A canvas that has been handed out stays as it is; one that is only scaled can be written on.
-  const bool handedOut = outputs_.width() == monitor_.width && outputs_.height() == monitor_.height;
+  std::vector<PixelArea> areas = areasToRead();
+  if (areas.empty()) return {};
+  // A canvas that was handed out is immutable; one that is only scaled is updated in place.
+  const bool handedOut = !scaler_;
   const PooledPicture next = canvas_ && !handedOut ? canvas_ : canvases_->take();
-  if (partly && handedOut) copy(canvas_.picture, next.picture);
-  if (!read(areas, next.picture)) return false;
+  if (handedOut && areas.front() != wholeArea()) copy(canvas_.picture, next.picture);
+  if (!read(areas, next.picture)) return {};
   canvas_ = next;
   whole_ = false;
   damaged_.clear();
-  return true;
+  return areas;
 }
 
-bool XFrameSource::capturePolled() {
-  const PixelArea all{0, 0, monitor_.width, monitor_.height};
+std::vector<PixelArea> XFrameSource::updateByPolling() {
   const bool hinted = whole_ || damage_.pending();
   if (damage_.pending()) collectDamage();
-  if (!hinted && idlePolls_ >= kBusyPolls && strayStrips(nextStrips(kPollStep)).empty()) {
-    return false;
+  if (!hinted && idlePolls_ >= kMaxIdlePolls && changedStrips(nextStrips(kPollStep)).empty()) {
+    return {};
   }
   const PooledPicture next = canvases_->take();
-  if (!read({all}, next.picture)) return false;
+  if (!read({wholeArea()}, next.picture)) return {};
   damaged_.clear();
-  if (!whole_ && same(next.picture, canvas_.picture, all)) {
+  if (!whole_ && same(next.picture, canvas_.picture, wholeArea())) {
     ++idlePolls_;
-    return false;
+    return {};
   }
   idlePolls_ = 0;
   whole_ = false;
   canvas_ = next;
-  return true;
+  return {wholeArea()};
 }
 
-std::shared_ptr<const PixelBuffer> XFrameSource::output() {
-  if (outputs_.width() == monitor_.width && outputs_.height() == monitor_.height) {
-    return canvas_.buffer;
-  }
-  const PlanarPicture& from = canvas_.picture;
-  const PooledPicture scaled = outputs_.take();
-  const PlanarPicture& to = scaled.picture;
-  libyuv::I420Scale(from.planes[0], from.strides[0], from.planes[1], from.strides[1],
-                    from.planes[2], from.strides[2], from.width, from.height, to.planes[0],
-                    to.strides[0], to.planes[1], to.strides[1], to.planes[2], to.strides[2],
-                    to.width, to.height, libyuv::kFilterBox);
-  return scaled.buffer;
+// Brings scaled_ up to date with these areas of the canvas.
+void XFrameSource::scale(const std::vector<PixelArea>& areas) {
+  const PixelArea all{0, 0, outputs_.width(), outputs_.height()};
+  std::vector<PixelArea> parts;
+  for (const PixelArea& area : areas) parts.push_back(scaler_->affected(area));
+  if (!scaled_ || areMostOf(all, parts)) parts = {all};
+  const PooledPicture next = outputs_.take();
+  if (parts.front() != all) copy(scaled_.picture, next.picture);
+  for (const PixelArea& part : parts) scaler_->scale(canvas_.picture, next.picture, part);
+  scaled_ = next;
 }
 
 // Every `step`-th strip of the monitor, beginning with another one each time.
@@ -240,38 +222,38 @@ std::vector<PixelArea> XFrameSource::nextStrips(int step) {
   return strips;
 }
 
-// Those strips that do not look as they did when they were last read.
-std::vector<PixelArea> XFrameSource::strayStrips(const std::vector<PixelArea>& strips) {
-  std::vector<PixelArea> stray;
+// The strips that differ from the canvas.
+std::vector<PixelArea> XFrameSource::changedStrips(const std::vector<PixelArea>& strips) {
+  std::vector<PixelArea> changed;
   const PooledPicture now = canvases_->take();
-  if (!canvas_ || !read(strips, now.picture)) return stray;
+  if (!canvas_ || !read(strips, now.picture)) return changed;
   for (const PixelArea& strip : strips) {
     PlanarPicture row = now.picture;
     row.planes[0] += static_cast<std::ptrdiff_t>(strip.y) * row.strides[0];
     for (const std::size_t plane : {1, 2}) {
       row.planes[plane] += static_cast<std::ptrdiff_t>(strip.y / 2) * row.strides[plane];
     }
-    if (!same(row, canvas_.picture, strip)) stray.push_back(strip);
+    if (!same(row, canvas_.picture, strip)) changed.push_back(strip);
   }
-  return stray;
+  return changed;
 }
 
 bool XFrameSource::verify() {
-  layoutChanged_ = true;  // monitors that a user defines are not told of
+  layoutChanged_ = true;  // the server sends no event for monitors that a user defines
   processEvents();
   if (polling_ || whole_ || monitor_.empty()) return false;
 
-  // Told first, read then: a change between the two is told later, and clears its suspects.
   collectDamage();
-  if (!suspects_.empty()) {
+  if (!unreported_.empty()) {
     polling_ = true;
     idlePolls_ = 0;
     return false;
   }
-  for (const PixelArea& strip : strayStrips(nextStrips(kVerifyStep))) {
-    if (!meets(strip, damaged_)) suspects_.push_back(strip);
+  // A change between the report above and this read is reported later, and then erased.
+  for (const PixelArea& strip : changedStrips(nextStrips(kVerifyStep))) {
+    if (!overlapsAny(strip, damaged_)) unreported_.push_back(strip);
   }
-  return !suspects_.empty();
+  return !unreported_.empty();
 }
 
 }  // namespace tessel::platform

@@ -9,14 +9,15 @@ namespace {
 
 constexpr std::uint32_t kAllPlanes = 0xFFFFFFFF;
 
-// Areas begin where vector instructions like it.
+// Areas are 64-byte aligned for SIMD.
 std::size_t aligned(std::size_t size) { return (size + 63) / 64 * 64; }
 
-// MIT-SHM 1.2 takes the memory as a file descriptor, which needs no name that could leak.
+// MIT-SHM 1.2 takes the memory as a file descriptor, which leaves no name behind when the process
+// dies.
 bool canTakeMemory(const XConnection& connection) {
   if (!connection.has(xcb_shm_id)) return false;
   const auto version =
-      connection.reply(xcb_shm_query_version_reply, xcb_shm_query_version(connection.get()));
+      connection.reply(xcb_shm_query_version_reply, connection.request(xcb_shm_query_version));
   return version && (version->major_version > 1 || version->minor_version >= 2);
 }
 
@@ -50,9 +51,9 @@ bool XGrabber::reserve(std::size_t size) {
   }
   memory_ = static_cast<std::uint8_t*>(mapped);
   size_ = size;
-  segment_ = xcb_generate_id(connection_.get());
+  segment_ = connection_.generateID();
   // The connection closes the descriptor.
-  if (connection_.succeeded(xcb_shm_attach_fd_checked(connection_.get(), segment_, file, 0))) {
+  if (connection_.succeeded(connection_.request(xcb_shm_attach_fd_checked, segment_, file, 0))) {
     return true;
   }
   segment_ = 0;
@@ -60,9 +61,9 @@ bool XGrabber::reserve(std::size_t size) {
   return false;
 }
 
-// The server has its own mapping of the memory. One that answers late writes where nobody looks.
+// The server has its own mapping of the memory: a late answer of it writes to no memory of ours.
 void XGrabber::release() {
-  if (segment_ != 0) xcb_shm_detach(connection_.get(), segment_);
+  if (segment_ != 0) connection_.request(xcb_shm_detach, segment_);
   if (memory_ != nullptr) munmap(memory_, size_);
   segment_ = 0;
   memory_ = nullptr;
@@ -74,11 +75,9 @@ std::vector<const std::uint8_t*> XGrabber::grabShared(std::span<const PixelArea>
   std::vector<const std::uint8_t*> pixels;
   std::size_t offset = 0;
   for (const PixelArea& area : areas) {
-    cookies.push_back(
-        xcb_shm_get_image(connection_.get(), connection_.root(), static_cast<std::int16_t>(area.x),
-                          static_cast<std::int16_t>(area.y), static_cast<std::uint16_t>(area.width),
-                          static_cast<std::uint16_t>(area.height), kAllPlanes,
-                          XCB_IMAGE_FORMAT_Z_PIXMAP, segment_, static_cast<std::uint32_t>(offset)));
+    cookies.push_back(connection_.request(xcb_shm_get_image, connection_.root(), area.x, area.y,
+                                          area.width, area.height, kAllPlanes,
+                                          XCB_IMAGE_FORMAT_Z_PIXMAP, segment_, offset));
     pixels.push_back(memory_ + offset);
     offset += aligned(format_.stride(area.width) * static_cast<std::size_t>(area.height));
   }
@@ -95,11 +94,9 @@ std::vector<const std::uint8_t*> XGrabber::grabCopied(std::span<const PixelArea>
   copies_.clear();
   std::vector<xcb_get_image_cookie_t> cookies;
   for (const PixelArea& area : areas) {
-    cookies.push_back(xcb_get_image(connection_.get(), XCB_IMAGE_FORMAT_Z_PIXMAP,
-                                    connection_.root(), static_cast<std::int16_t>(area.x),
-                                    static_cast<std::int16_t>(area.y),
-                                    static_cast<std::uint16_t>(area.width),
-                                    static_cast<std::uint16_t>(area.height), kAllPlanes));
+    cookies.push_back(connection_.request(xcb_get_image, XCB_IMAGE_FORMAT_Z_PIXMAP,
+                                          connection_.root(), area.x, area.y, area.width,
+                                          area.height, kAllPlanes));
   }
   std::vector<const std::uint8_t*> pixels;
   bool complete = true;

@@ -11,8 +11,8 @@
 
 namespace tessel::platform {
 
-/// Reads pixels of the root window: through memory shared with the server, or over the connection
-/// where the server cannot share. Belongs to the thread of its connection, which outlives it.
+/// Reads pixels of the root window: by shared memory (MIT-SHM), or over the connection where the
+/// server does not share memory. On the thread of its connection, which outlives it.
 class XGrabber {
  public:
   XGrabber(XConnection& connection, XPixelFormat format);
@@ -20,9 +20,9 @@ class XGrabber {
   XGrabber(const XGrabber&) = delete;
   XGrabber& operator=(const XGrabber&) = delete;
 
-  /// Reads areas of the root window in one go, as close to one moment as the server allows. Gives
-  /// one pointer for each, valid until the next call, or none at all when an area lies outside the
-  /// root window or the server is gone.
+  /// Reads areas of the root window with one round trip. Returns a pointer to the pixels of each,
+  /// valid until the next call; empty when an area lies outside the root window, the server refuses
+  /// or the server is gone.
   std::vector<const std::uint8_t*> grab(std::span<const PixelArea> areas);
 
   bool sharesMemory() const { return memory_ != nullptr; }
@@ -37,9 +37,9 @@ class XGrabber {
   const XPixelFormat format_;
   bool mayShare_;
   xcb_shm_seg_t segment_ = 0;
-  std::uint8_t* memory_ = nullptr;  // mapped; null until it is first needed
+  std::uint8_t* memory_ = nullptr;  // mapped; null until first used
   std::size_t size_ = 0;
-  std::vector<XReply<xcb_get_image_reply_t>> copies_;  // hold what the last grab gave out
+  std::vector<XReply<xcb_get_image_reply_t>> copies_;  // of the last grab
 };
 
 }  // namespace tessel::platform

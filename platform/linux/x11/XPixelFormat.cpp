@@ -32,30 +32,31 @@ void convertDeep(const std::uint8_t* pixels, int stride, const std::array<std::u
 
 std::optional<XPixelFormat> XPixelFormat::of(const XConnection& connection) {
   const xcb_screen_t& screen = connection.screen();
-  const xcb_setup_t* setup = xcb_get_setup(connection.get());
+  const xcb_setup_t& setup = connection.setup();
   const xcb_visualtype_t* visual = rootVisual(screen);
   if (visual == nullptr) return std::nullopt;
 
   XPixelFormat format;
   format.bitsPerPixel_ = 0;
-  for (auto each = xcb_setup_pixmap_formats_iterator(setup); each.rem > 0; xcb_format_next(&each)) {
+  for (auto each = xcb_setup_pixmap_formats_iterator(&setup); each.rem > 0;
+       xcb_format_next(&each)) {
     if (each.data->depth != screen.root_depth) continue;
     format.bitsPerPixel_ = each.data->bits_per_pixel;
     format.scanlinePad_ = each.data->scanline_pad;
   }
-  const bool leastFirst = setup->image_byte_order == XCB_IMAGE_ORDER_LSB_FIRST;
+  const bool littleEndian = setup.image_byte_order == XCB_IMAGE_ORDER_LSB_FIRST;
   const std::uint32_t red = visual->red_mask;
   const std::uint32_t blue = visual->blue_mask;
   if (format.bitsPerPixel_ == 32 && red == 0xFF0000 && blue == 0xFF) {
-    format.order_ = leastFirst ? Order::bgrx : Order::xrgb;
-  } else if (format.bitsPerPixel_ == 32 && red == 0xFF && blue == 0xFF0000 && leastFirst) {
-    format.order_ = Order::rgbx;
-  } else if (format.bitsPerPixel_ == 32 && red == 0x3FF00000 && blue == 0x3FF && leastFirst) {
-    format.order_ = Order::rgb30;
-  } else if (format.bitsPerPixel_ == 16 && red == 0xF800 && blue == 0x1F && leastFirst) {
-    format.order_ = Order::rgb565;
-  } else if (format.bitsPerPixel_ == 16 && red == 0x7C00 && blue == 0x1F && leastFirst) {
-    format.order_ = Order::rgb555;
+    format.layout_ = littleEndian ? Layout::kBgrx : Layout::kXrgb;
+  } else if (format.bitsPerPixel_ == 32 && red == 0xFF && blue == 0xFF0000 && littleEndian) {
+    format.layout_ = Layout::kRgbx;
+  } else if (format.bitsPerPixel_ == 32 && red == 0x3FF00000 && blue == 0x3FF && littleEndian) {
+    format.layout_ = Layout::kRgb30;
+  } else if (format.bitsPerPixel_ == 16 && red == 0xF800 && blue == 0x1F && littleEndian) {
+    format.layout_ = Layout::kRgb565;
+  } else if (format.bitsPerPixel_ == 16 && red == 0x7C00 && blue == 0x1F && littleEndian) {
+    format.layout_ = Layout::kRgb555;
   } else {
     return std::nullopt;
   }
@@ -80,23 +81,23 @@ void XPixelFormat::convert(const std::uint8_t* pixels, int width, int height,
 
   // libyuv names formats by the order within a little-endian word.
   decltype(&libyuv::ARGBToI420) toI420 = nullptr;
-  switch (order_) {
-    case Order::bgrx:
+  switch (layout_) {
+    case Layout::kBgrx:
       toI420 = &libyuv::ARGBToI420;
       break;
-    case Order::rgbx:
+    case Layout::kRgbx:
       toI420 = &libyuv::ABGRToI420;
       break;
-    case Order::xrgb:
+    case Layout::kXrgb:
       toI420 = &libyuv::BGRAToI420;
       break;
-    case Order::rgb565:
+    case Layout::kRgb565:
       toI420 = &libyuv::RGB565ToI420;
       break;
-    case Order::rgb555:
+    case Layout::kRgb555:
       toI420 = &libyuv::ARGB1555ToI420;
       break;
-    case Order::rgb30:
+    case Layout::kRgb30:
       convertDeep(pixels, from, to, strides, width, height);
       return;
   }

@@ -9,10 +9,10 @@
 
 namespace tessel::platform {
 
-/// How an X server keeps the pixels of its root window, and their conversion. Immutable.
+/// The pixel format of an X server's root window, and its conversion. Immutable.
 class XPixelFormat {
  public:
-  /// None for a format that cannot be converted.
+  /// The format of the first screen; none when it cannot be converted.
   static std::optional<XPixelFormat> of(const XConnection& connection);
 
   /// Bytes from row to row of an image of that width.
@@ -24,9 +24,10 @@ class XPixelFormat {
                int x, int y) const;
 
  private:
-  enum class Order { bgrx, rgbx, xrgb, rgb565, rgb555, rgb30 };
+  /// By the order of the bytes in memory, or of the bits from the highest.
+  enum class Layout { kBgrx, kRgbx, kXrgb, kRgb565, kRgb555, kRgb30 };
 
-  Order order_ = Order::bgrx;
+  Layout layout_ = Layout::kBgrx;
   int bitsPerPixel_ = 32;
   int scanlinePad_ = 32;  // bits
 };

@@ -2,19 +2,17 @@
 
 #include <utility>
 
-#include "platform/posix/PipeSignalGuard.h"
-
 namespace tessel::platform {
 namespace {
 
 using std::chrono::steady_clock;
 
-// A server that is not there is asked for this often at most.
-constexpr auto kAttemptInterval = std::chrono::seconds{1};
+// Between attempts to connect to a server that cannot be reached.
+constexpr auto kReconnectInterval = std::chrono::seconds{1};
 
-// The server does not tell of monitors that a user has defined (xrandr --setmonitor), so the
-// layout is asked for again this often, however quiet it has been.
-constexpr auto kLayoutAge = std::chrono::seconds{1};
+// The server sends no event for monitors that a user defines (xrandr --setmonitor), so the layout
+// is read again after this time in any case.
+constexpr auto kMaxLayoutAge = std::chrono::seconds{1};
 
 }  // namespace
 
@@ -23,7 +21,6 @@ XScreens::XScreens(std::string display, bool acceptsXwayland)
 
 std::vector<Screen> XScreens::screens() {
   const MutexLock lock{mutex_};
-  const PipeSignalGuard guard;
   refresh();
   std::vector<Screen> list;
   for (const XMonitor& monitor : layout_.monitors) {
@@ -37,11 +34,10 @@ std::vector<Screen> XScreens::screens() {
 
 Point XScreens::mouseLocation() {
   const MutexLock lock{mutex_};
-  const PipeSignalGuard guard;
   refresh();
   if (!connection_) return mouse_;
   const auto pointer = connection_->reply(
-      xcb_query_pointer_reply, xcb_query_pointer(connection_->get(), connection_->root()));
+      xcb_query_pointer_reply, connection_->request(xcb_query_pointer, connection_->root()));
   if (pointer) mouse_ = point(pointer->root_x, pointer->root_y);
   return mouse_;
 }
@@ -52,13 +48,13 @@ Point XScreens::point(int rootX, int rootY) const {
   return {static_cast<double>(rootX - primary.x), static_cast<double>(primary.bottom() - rootY)};
 }
 
-// Whether there is a connection that works.
+// Whether there is a working connection; connects, at most once per kReconnectInterval.
 bool XScreens::connected() {
   if (connection_ && connection_->alive()) return true;
   connection_.reset();
   const auto now = steady_clock::now();
   if (now < nextAttempt_) return false;
-  nextAttempt_ = now + kAttemptInterval;
+  nextAttempt_ = now + kReconnectInterval;
   connection_ = XConnection::open(display_);
   if (!connection_) return false;
   if (!acceptsXwayland_ && connection_->isXwayland()) {
@@ -79,11 +75,11 @@ void XScreens::refresh() {
   const auto now = steady_clock::now();
   bool stale = now >= nextLayout_;
   while (const XEvent event = connection_->event()) {
-    stale = stale || connection_->tellsOfLayout(*event);
+    stale = stale || connection_->isLayoutChange(*event);
   }
   if (connection_->alive() && !stale) return;
   layout_ = connection_->layout();  // without monitors when the server has gone
-  nextLayout_ = now + kLayoutAge;
+  nextLayout_ = now + kMaxLayoutAge;
 }
 
 }  // namespace tessel::platform

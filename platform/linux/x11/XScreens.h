@@ -12,15 +12,15 @@
 
 namespace tessel::platform {
 
-/// The monitors and the pointer of an X server. Connects when it is first asked, and again when the
-/// server has gone and come back. Any thread.
+/// The monitors and the pointer of an X server. Connects at the first call, and again when the
+/// server has been lost. Any thread.
 class XScreens {
  public:
-  /// `acceptsXwayland`: whether a server that only stands in for a Wayland desktop has screens.
+  /// `acceptsXwayland`: whether the screens of Xwayland count.
   XScreens(std::string display, bool acceptsXwayland);
 
-  /// The primary one first; empty while there is no server. Coordinates in points, with the origin
-  /// at the lower left corner of the primary one.
+  /// The primary one first; empty without a server. Coordinates in points, origin at the lower left
+  /// corner of the primary one.
   std::vector<Screen> screens();
   Point mouseLocation();
 

@@ -52,14 +52,13 @@ PixelArea XTestDisplay::firstScreen() {
 // Takes the errors too, and the events that the server sends to everybody, lest they pile up.
 void XTestDisplay::readEvents() {
   while (const XEvent event = connection_->event()) {
-    layoutChanged_ = layoutChanged_ || connection_->tellsOfLayout(*event);
+    layoutChanged_ = layoutChanged_ || connection_->isLayoutChange(*event);
   }
 }
 
 void XTestDisplay::fake(std::uint8_t type, std::uint8_t detail, std::int16_t x, std::int16_t y) {
-  const XWatch::Wait bounded = connection_->bounded();
-  xcb_test_fake_input(connection_->get(), type, detail, XCB_CURRENT_TIME, connection_->root(), x, y,
-                      0);
+  connection_->request(xcb_test_fake_input, type, detail, XCB_CURRENT_TIME, connection_->root(), x,
+                       y, 0);
 }
 
 void XTestDisplay::moveTo(int x, int y) {
@@ -83,9 +82,8 @@ void XTestDisplay::flush() {
 void XTestDisplay::finish() { connection_->finish(); }
 
 std::optional<bool> XTestDisplay::modifierIsOn(std::uint8_t evdev) {
-  auto* const connection = connection_->get();
-  const xcb_get_modifier_mapping_cookie_t mapping = xcb_get_modifier_mapping(connection);
-  const xcb_query_pointer_cookie_t pointer = xcb_query_pointer(connection, connection_->root());
+  const auto mapping = connection_->request(xcb_get_modifier_mapping);
+  const auto pointer = connection_->request(xcb_query_pointer, connection_->root());
   const auto map = connection_->reply(xcb_get_modifier_mapping_reply, mapping);
   const auto state = connection_->reply(xcb_query_pointer_reply, pointer);
   if (!map || !state) return std::nullopt;

@@ -10,8 +10,8 @@
 
 namespace tessel::platform {
 
-/// A connection to an X server that takes faked input. One thread at a time, within a
-/// PipeSignalGuard. A server that goes away, or does not answer in time, makes every call do
+/// A connection to an X server that takes faked input. One thread at a time.
+/// A server that goes away, or does not answer in time, makes every call do
 /// nothing.
 class XTestDisplay {
  public:

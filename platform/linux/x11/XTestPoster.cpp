@@ -8,7 +8,6 @@
 #include <utility>
 
 #include "platform/linux/VirtualKeyCodes.h"
-#include "platform/posix/PipeSignalGuard.h"
 
 namespace tessel::platform {
 
@@ -106,7 +105,6 @@ void XTestPoster::reconnect() {
 std::optional<MouseEvent> XTestPoster::createMouseEvent(MouseEventType type, Point position,
                                                         MouseButton button) {
   const std::lock_guard lock{mutex_};
-  const PipeSignalGuard guard;
   if (!answers()) return std::nullopt;
   return MouseEvent{type, position, button, 1};
 }
@@ -119,7 +117,6 @@ void XTestPoster::setIntegerValueField(MouseEvent& event, std::uint32_t field, s
 
 void XTestPoster::post(const MouseEvent& event) {
   const std::lock_guard lock{mutex_};
-  const PipeSignalGuard guard;
   if (!canPost()) return;
   moveTo(event.position);
   switch (event.type) {
@@ -163,7 +160,6 @@ void XTestPoster::postButton(std::uint8_t button, bool down) {
 
 std::optional<ScrollWheelEvent> XTestPoster::createScrollWheelEvent(std::int32_t lines) {
   const std::lock_guard lock{mutex_};
-  const PipeSignalGuard guard;
   if (!answers()) return std::nullopt;
   return ScrollWheelEvent{lines};
 }
@@ -171,7 +167,6 @@ std::optional<ScrollWheelEvent> XTestPoster::createScrollWheelEvent(std::int32_t
 // A line is a notch, and a notch is a click of button 4 or 5.
 void XTestPoster::post(const ScrollWheelEvent& event) {
   const std::lock_guard lock{mutex_};
-  const PipeSignalGuard guard;
   if (!canPost()) return;
   const std::uint8_t button = event.lines > 0 ? kWheelUp : kWheelDown;
   const auto notches = std::abs(std::clamp(event.lines, -kMostLines, kMostLines));
@@ -186,7 +181,6 @@ void XTestPoster::post(const ScrollWheelEvent& event) {
 std::optional<KeyboardEvent> XTestPoster::createKeyboardEvent(std::uint16_t virtualKey,
                                                               bool keyDown) {
   const std::lock_guard lock{mutex_};
-  const PipeSignalGuard guard;
   if (!answers() || !evdevCode(virtualKey)) return std::nullopt;
   return KeyboardEvent{virtualKey, keyDown, 0};
 }
@@ -197,7 +191,6 @@ void XTestPoster::post(const KeyboardEvent& event) {
   const auto evdev = evdevCode(event.virtualKey);
   if (!evdev) return;
   const std::lock_guard lock{mutex_};
-  const PipeSignalGuard guard;
   if (!canPost()) return;
   if (*evdev == KEY_NUMLOCK) releaseKeysUnderNumLock();
   postKey(*evdev, event.keyDown);
@@ -227,13 +220,11 @@ void XTestPoster::releaseKeysUnderNumLock() {
 
 void XTestPoster::releaseAll() {
   const std::lock_guard lock{mutex_};
-  const PipeSignalGuard guard;
   releaseHeld();
 }
 
 void XTestPoster::close() {
   const std::lock_guard lock{mutex_};
-  const PipeSignalGuard guard;
   nextAttempt_ = {};  // the last chance
   if (!canPost()) return;
   releaseHeld();

@@ -4,33 +4,34 @@
 #include <chrono>
 #include <condition_variable>
 #include <functional>
-#include <mutex>
 #include <optional>
 #include <thread>
 
+#include "platform/base/Mutex.h"
+
 namespace tessel::platform {
 
-/// Bounds the calls that may wait for an X server. The library that speaks to the server waits for
-/// ever, for a reply, for the rest of one that has begun to come and for room to write; polling for
-/// a reply would bound the first of them only. So a thread looks on, and when a call has taken too
-/// long it shuts the connection's socket down: to the library the server has then gone, the call
-/// returns, and every later one returns at once.
+/// Bounds the calls that may wait for an X server. xcb waits without a timeout: for a reply, for
+/// the rest of one that has begun to arrive, and for room to write; polling for a reply would bound
+/// the first of them only. So a watchdog thread shuts the connection's socket down when a call
+/// exceeds its timeout: to xcb the server has then gone, the call returns, and every later one
+/// returns at once.
 class XWatch {
  public:
   using Duration = std::chrono::steady_clock::duration;
 
-  /// The descriptor outlives the watch. `patience` tells what a call that begins may take; `lost`
-  /// is called on the watch's thread once a call has taken longer, before that call returns.
-  XWatch(int descriptor, std::function<Duration()> patience, std::function<void()> lost);
+  /// The descriptor outlives the watch. `timeout` gives the bound of a call that begins; `lost` is
+  /// called on the watchdog thread once a call has exceeded it, before that call returns.
+  XWatch(int descriptor, std::function<Duration()> timeout, std::function<void()> lost);
   ~XWatch();
   XWatch(const XWatch&) = delete;
   XWatch& operator=(const XWatch&) = delete;
 
-  /// Whether a call has taken too long. Any thread.
+  /// Whether a call has exceeded its timeout. Any thread.
   bool expired() const { return expired_; }
 
-  /// A stretch of calls that may wait for the server, from one thread at a time. One within another
-  /// has the other's bound.
+  /// A section of calls that may wait for the server. Sections are of one thread at a time; one
+  /// within another has the outer one's bound.
   class Wait {
    public:
     explicit Wait(XWatch& watch) : watch_{watch} { watch_.begin(); }
@@ -50,18 +51,19 @@ class XWatch {
   void run();
 
   const int descriptor_;
-  const std::function<Duration()> patience_;
+  const std::function<Duration()> timeout_;
   const std::function<void()> lost_;
   std::atomic<bool> expired_ = false;
 
-  std::mutex mutex_;  // guards what follows
+  Mutex mutex_;
   std::condition_variable changed_;
-  int waits_ = 0;                 // one within another
-  std::optional<Time> deadline_;  // of the outermost
-  Time wakes_;                    // when the thread looks next
-  bool ending_ = false;
+  int depth_ TESSEL_GUARDED_BY(mutex_) = 0;                 // of nested sections
+  std::thread::id waiter_ TESSEL_GUARDED_BY(mutex_);        // the thread of the sections
+  std::optional<Time> deadline_ TESSEL_GUARDED_BY(mutex_);  // of the outermost section
+  Time wakes_ TESSEL_GUARDED_BY(mutex_);                    // when the watchdog checks next
+  bool ending_ TESSEL_GUARDED_BY(mutex_) = false;
 
-  std::thread thread_;  // the last: it uses all above
+  std::thread thread_;  // last: it uses all members above
 };
 
 }  // namespace tessel::platform

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <chrono>
 #include <cstdint>
 #include <cstdlib>
@@ -27,8 +28,21 @@ inline int lumaAt(const PixelBuffer& picture, int x, int y) {
 inline bool isNear(int level, int wanted) { return std::abs(level - wanted) <= 4; }
 
 /// Lets the library choose again: the environment has changed.
-inline void chooseScreen(ScreenSource source = ScreenSource::automatic) {
+inline void chooseScreen(ScreenSource source = ScreenSource::kAutomatic) {
   ASSERT_EQ(services().desktops->select(source, {1920, 1080}), std::nullopt);
+}
+
+/// The minimum time between two frames of a capture.
+inline constexpr Clock::Duration kFrameDuration =
+    std::chrono::nanoseconds{std::chrono::seconds{1}} / 30;
+
+/// The shortest time between two frames, by their capture times.
+inline Clock::Duration shortestInterval(const std::vector<SampleBuffer>& frames) {
+  Clock::Duration shortest = Clock::Duration::max();
+  for (std::size_t i = 1; i < frames.size(); ++i) {
+    shortest = std::min(shortest, frames[i].captured - frames[i - 1].captured);
+  }
+  return shortest;
 }
 
 /// A running capture of the first screen into a collector.
@@ -38,7 +52,7 @@ class Capture {
     const auto desktop = services().desktops->current();
     const std::vector<Screen> screens = desktop->screens();
     const CaptureInput input{screens.empty() ? 0 : screens.front().tsl_screenNumber(),
-                             std::chrono::nanoseconds{std::chrono::seconds{1}} / 30};
+                             kFrameDuration};
     const auto made = desktop->makeCaptureSession(
         input, CaptureOutput{size}, frames, services().queues->makeSerialQueue("Capture Test"));
     if (const auto* accepted = std::get_if<std::shared_ptr<CaptureSession>>(&made)) {

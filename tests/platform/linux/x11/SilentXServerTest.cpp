@@ -30,11 +30,11 @@ using test::PrivateXServer;
 using test::XPainter;
 
 // One wait for the server leaves half of this to a machine that is busy.
-constexpr auto kTwoWaits = 2 * kXServerPatience;
+constexpr auto kTwoWaits = 2 * kXServerTimeout;
 
 // Calls that do not wait for the server in full.
 constexpr auto kAtOnce = seconds{2};
-static_assert(kAtOnce < kXServerPatience);
+static_assert(kAtOnce < kXServerTimeout);
 
 // How long a piece of work takes.
 template <typename Work>
@@ -68,7 +68,7 @@ constexpr int kKeyCodeA = KEY_A + 8;
 
 class SilentXServerTest : public testing::Test {
  protected:
-  // Whoever still waits for the server is answered before the process may end.
+  // Threads that still wait for the server get their answer before the process ends.
   ~SilentXServerTest() override {
     server.resume();
     EXPECT_TRUE(becomes([] { return XConnection::open(std::getenv("DISPLAY")) != nullptr; }));
@@ -149,12 +149,12 @@ TEST_F(SilentXServerTest, CursorIsWaitedForOnce) {
 TEST_F(SilentXServerTest, ChoiceIsRefusedInTime) {
   server.suspend();
   std::optional<Obstacle> obstacle;
-  EXPECT_LT(timeOf([&] { obstacle = services().desktops->select(ScreenSource::automatic, {}); }),
+  EXPECT_LT(timeOf([&] { obstacle = services().desktops->select(ScreenSource::kAutomatic, {}); }),
             kTwoWaits);
   ASSERT_TRUE(obstacle.has_value());
   EXPECT_NE(obstacle->sentence.find(server.display()), std::string::npos);
   server.resume();
-  EXPECT_TRUE(becomes([] { return !services().desktops->select(ScreenSource::automatic, {}); }));
+  EXPECT_TRUE(becomes([] { return !services().desktops->select(ScreenSource::kAutomatic, {}); }));
 }
 
 TEST_F(SilentXServerTest, PostingEndsInTimeHoweverMuchIsPosted) {
@@ -216,14 +216,14 @@ TEST_F(SilentXServerTest, WatchEndsTheCallThatWaits) {
   ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, ends.data()), 0);
   {
     test::Eventually<int> losses{0};
-    std::atomic<milliseconds> patience = milliseconds{seconds{60}};
-    XWatch watch{ends[0], [&patience] { return patience.load(); },
+    std::atomic<milliseconds> timeout = milliseconds{seconds{60}};
+    XWatch watch{ends[0], [&timeout] { return timeout.load(); },
                  [&] { losses.update([](int& count) { ++count; }); }};
     for (int count = 0; count < 3; ++count) {
       const XWatch::Wait quick{watch};
     }
     EXPECT_FALSE(watch.expired());
-    patience = milliseconds{50};
+    timeout = milliseconds{50};
     const XWatch::Wait wait{watch};
     const XWatch::Wait within{watch};
     char byte = 0;

@@ -16,8 +16,8 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 
-// The memory of a server's screen, which can be written behind the server's back, as some drivers
-// do. The file is an XWD dump; of its header's big-endian 32-bit fields these matter:
+// The memory of a server's screen. A write to it is not reported by DAMAGE, like those of some
+// drivers. The file is an XWD dump; of its header's big-endian 32-bit fields these matter:
 //
 //   at  size  field
 //    0     4  size of the header
@@ -83,7 +83,7 @@ TEST(UnreportedChangeTest, IsNoticedAndFromThenOnEveryOneIs) {
                 [](const PixelBuffer& picture) { return isWhiteAt(picture, 300, 200); }),
             nullptr);
 
-  // Now it looks for itself: small changes too are found, however long after.
+  // It polls now: small changes too are found, however long after.
   EXPECT_FALSE(capture.frames->waitForCount(3, milliseconds{1500}));
   memory.fill(700, 501, 3, 2);
   EXPECT_NE(
