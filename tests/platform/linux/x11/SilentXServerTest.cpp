@@ -148,11 +148,11 @@ TEST_F(SilentXServerTest, CursorIsWaitedForOnce) {
 
 TEST_F(SilentXServerTest, ChoiceIsRefusedInTime) {
   server.suspend();
-  std::optional<Error> error;
-  EXPECT_LT(timeOf([&] { error = services().desktops->select(ScreenSource::automatic, {}); }),
+  std::optional<Obstacle> obstacle;
+  EXPECT_LT(timeOf([&] { obstacle = services().desktops->select(ScreenSource::automatic, {}); }),
             kTwoWaits);
-  ASSERT_TRUE(error.has_value());
-  EXPECT_NE(error->localizedDescription.find(server.display()), std::string::npos);
+  ASSERT_TRUE(obstacle.has_value());
+  EXPECT_NE(obstacle->sentence.find(server.display()), std::string::npos);
   server.resume();
   EXPECT_TRUE(becomes([] { return !services().desktops->select(ScreenSource::automatic, {}); }));
 }
