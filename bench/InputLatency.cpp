@@ -98,13 +98,6 @@ class WatchedPoster final : public platform::EventPoster {
                                                        platform::MouseButton button) override {
     return inner_->createMouseEvent(type, position, button);
   }
-  void setType(platform::MouseEvent& event, platform::MouseEventType type) override {
-    inner_->setType(event, type);
-  }
-  void setIntegerValueField(platform::MouseEvent& event, std::uint32_t field,
-                            std::int64_t value) override {
-    inner_->setIntegerValueField(event, field, value);
-  }
   void post(const platform::MouseEvent& event) override {
     inner_->post(event);
     record.posted.push_back(steady_clock::now());
@@ -118,9 +111,6 @@ class WatchedPoster final : public platform::EventPoster {
   std::optional<platform::KeyboardEvent> createKeyboardEvent(std::uint16_t key,
                                                              bool down) override {
     return inner_->createKeyboardEvent(key, down);
-  }
-  void setFlags(platform::KeyboardEvent& event, std::uint64_t flags) override {
-    inner_->setFlags(event, flags);
   }
   void post(const platform::KeyboardEvent& event) override { inner_->post(event); }
   void releaseAll() override { inner_->releaseAll(); }

@@ -144,7 +144,7 @@ void TSLKeyBoardSimulator::simulateNormalKey(bool keyDown) {
   }
   logPrivate("%s/%d: rcv normal key self.eventFlag=0x%llx, self.virtualKey=0x%x", kName, __LINE__,
              static_cast<unsigned long long>(eventFlag_), virtualKey_);
-  poster_->setFlags(*event, eventFlag_);
+  event->flags = eventFlag_;
   poster_->post(*event);
 }
 

@@ -201,12 +201,12 @@ void TSLMouseSimulator::postDoubleClick(const char* name, MouseEventType down, M
   }
   poster_->post(*event);
   // Left for the right button too: the event's button tells which one it is about.
-  poster_->setType(*event, MouseEventType::kLeftUp);
+  event->type = MouseEventType::kLeftUp;
   poster_->post(*event);
-  poster_->setIntegerValueField(*event, platform::kClickStateField, 2);
-  poster_->setType(*event, down);
+  event->clickState = 2;
+  event->type = down;
   poster_->post(*event);
-  poster_->setType(*event, up);
+  event->type = up;
   poster_->post(*event);
 }
 

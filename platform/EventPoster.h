@@ -24,15 +24,12 @@ enum class MouseEventType : std::uint32_t {
 /// Buttons of a mouse event.
 enum class MouseButton : std::uint32_t { kLeft = 0, kRight = 1 };
 
-/// Field of a mouse event that tells its place in a row of clicks: 1 single, 2 double.
-inline constexpr std::uint32_t kClickStateField = 1;
-
-/// One mouse event. It may be changed and posted again.
+/// One mouse event. A caller may change its fields and post it again.
 struct MouseEvent {
   MouseEventType type = MouseEventType::kNone;
   Point position;  ///< global coordinates, top-left origin
   MouseButton button = MouseButton::kLeft;
-  std::int64_t clickState = 1;
+  std::int64_t clickState = 1;  ///< place in a row of clicks: 1 single, 2 double
   bool operator==(const MouseEvent&) const = default;
 };
 
@@ -63,8 +60,6 @@ class EventPoster {
   /// None when the event cannot be made (no desktop, or it refuses).
   virtual std::optional<MouseEvent> createMouseEvent(MouseEventType type, Point position,
                                                      MouseButton button) = 0;
-  virtual void setType(MouseEvent& event, MouseEventType type) = 0;
-  virtual void setIntegerValueField(MouseEvent& event, std::uint32_t field, std::int64_t value) = 0;
   virtual void post(const MouseEvent& event) = 0;
 
   virtual std::optional<ScrollWheelEvent> createScrollWheelEvent(std::int32_t lines) = 0;
@@ -72,7 +67,6 @@ class EventPoster {
 
   virtual std::optional<KeyboardEvent> createKeyboardEvent(std::uint16_t virtualKey,
                                                            bool keyDown) = 0;
-  virtual void setFlags(KeyboardEvent& event, std::uint64_t flags) = 0;
   virtual void post(const KeyboardEvent& event) = 0;
 
   /// Releases every key and button that this poster has pressed and not released.

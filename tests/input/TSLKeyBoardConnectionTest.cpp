@@ -216,8 +216,8 @@ TEST_F(TSLKeyBoardConnectionTest, AClosedStreamEndsTheLoopAfterItsLastRecord) {
   open();
   hub->deliverAndClose(kADown);
   world.run();
-  EXPECT_THAT(world.poster.operations, ElementsAre("create key 0x0 down", "flags 0x0",
-                                                   "post key 0x0 down flags 0x0", "release all"));
+  EXPECT_THAT(world.poster.operations,
+              ElementsAre("create key 0x0 down", "post key 0x0 down flags 0x0", "release all"));
   const std::string simulator = "-[TSLKeyBoardSimulator ";
   EXPECT_THAT(numbered(world.log.lines()),
               ElementsAre(simulator + "simulateKeyBoardEvent:]: ENTER",

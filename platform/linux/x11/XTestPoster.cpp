@@ -111,12 +111,6 @@ std::optional<MouseEvent> XTestPoster::createMouseEvent(MouseEventType type, Poi
   return MouseEvent{type, position, button, 1};
 }
 
-void XTestPoster::setType(MouseEvent& event, MouseEventType type) { event.type = type; }
-
-void XTestPoster::setIntegerValueField(MouseEvent& event, std::uint32_t field, std::int64_t value) {
-  if (field == kClickStateField) event.clickState = value;
-}
-
 void XTestPoster::post(const MouseEvent& event) {
   const std::lock_guard lock{mutex_};
   const PipeSignalGuard guard;
@@ -190,8 +184,6 @@ std::optional<KeyboardEvent> XTestPoster::createKeyboardEvent(std::uint16_t virt
   if (!answers() || !evdevCode(virtualKey)) return std::nullopt;
   return KeyboardEvent{virtualKey, keyDown, 0};
 }
-
-void XTestPoster::setFlags(KeyboardEvent& event, std::uint64_t flags) { event.flags = flags; }
 
 void XTestPoster::post(const KeyboardEvent& event) {
   const auto evdev = evdevCode(event.virtualKey);

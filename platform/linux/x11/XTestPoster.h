@@ -37,15 +37,12 @@ class XTestPoster final : public EventPoster {
 
   std::optional<MouseEvent> createMouseEvent(MouseEventType type, Point position,
                                              MouseButton button) override;
-  void setType(MouseEvent& event, MouseEventType type) override;
-  void setIntegerValueField(MouseEvent& event, std::uint32_t field, std::int64_t value) override;
   void post(const MouseEvent& event) override;
 
   std::optional<ScrollWheelEvent> createScrollWheelEvent(std::int32_t lines) override;
   void post(const ScrollWheelEvent& event) override;
 
   std::optional<KeyboardEvent> createKeyboardEvent(std::uint16_t virtualKey, bool keyDown) override;
-  void setFlags(KeyboardEvent& event, std::uint64_t flags) override;
   void post(const KeyboardEvent& event) override;
 
   void releaseAll() override;
