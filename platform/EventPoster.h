@@ -49,15 +49,16 @@ struct KeyboardEvent {
 };
 
 /// Makes the events of one channel and posts them to the desktop. One queue; `releaseAll` and
-/// `close` also from any thread.
+/// `close` also from any thread. Every call but `close` may wait for the desktop.
 ///
-/// What it has pressed it releases: in `releaseAll`, and at the latest when it is dropped. Where a
-/// key turns a lock that outlasts its release, what it has turned it turns back then.
+/// What it has pressed it releases: in `releaseAll` and `close`, and at the latest when it is
+/// dropped, which closes it. Where a key turns a lock that outlasts its release, the poster then
+/// turns back what it has turned.
 class EventPoster {
  public:
   virtual ~EventPoster() = default;
 
-  /// None when the event cannot be made (no desktop, or it refuses).
+  /// None when the event cannot be made: no desktop, or it refuses, or the poster is closed.
   virtual std::optional<MouseEvent> createMouseEvent(MouseEventType type, Point position,
                                                      MouseButton button) = 0;
   virtual void post(const MouseEvent& event) = 0;
@@ -72,9 +73,10 @@ class EventPoster {
   /// Releases every key and button that this poster has pressed and not released.
   virtual void releaseAll() = 0;
 
-  /// The same for good: an event that another thread is about to post is not posted any more, and
-  /// what was posted stays posted when the process ends right after.
-  virtual void close() { releaseAll(); }
+  /// Ends the posting for good, without waiting for the desktop: once it returns, no further event
+  /// is posted, also not one that another thread has made. What is held is released soon after. A
+  /// process that exits waits for that, and for what was posted, within a bound of its own.
+  virtual void close() = 0;
 };
 
 }  // namespace tessel::platform

@@ -20,6 +20,7 @@ class NullEventPoster final : public EventPoster {
   }
   void post(const KeyboardEvent&) override {}
   void releaseAll() override {}
+  void close() override {}
 };
 
 }  // namespace tessel::platform

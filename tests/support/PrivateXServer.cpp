@@ -42,7 +42,7 @@ PrivateXServer::PrivateXServer(const Options& options) {
   const std::string screen = std::to_string(options.width) + "x" + std::to_string(options.height) +
                              "x" + std::to_string(options.depth);
   const std::string numberFile = std::to_string(number[1]);
-  const std::string display = ownDisplay();
+  const std::string display = options.display.empty() ? ownDisplay() : options.display;
   std::vector<std::string> words{"Xvfb", display, "-displayfd", numberFile, "-screen",
                                  "0",    screen,  "-nolisten",  "tcp",      "-noreset",
                                  "-s",   "0",     "-dpms"};

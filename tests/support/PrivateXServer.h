@@ -20,6 +20,7 @@ class PrivateXServer {
     int height = 720;
     int depth = 24;
     std::vector<std::string> arguments = {};  ///< further ones, as for Xvfb
+    std::string display = {};                 ///< that of a server that has ended; else one's own
   };
 
   /// Waits for the server to answer; `display` stays empty when it does not.

@@ -92,7 +92,7 @@ class RecordingPoster final : public platform::EventPoster {
   std::set<std::string>& held() { return owner_.heldBy_[this]; }
   void note(std::string line) { owner_.operations.push_back(std::move(line)); }
   bool create(const std::string& what) {
-    if (owner_.creationFails) return false;
+    if (owner_.creationFails || closed_) return false;
     note("create " + what);
     return true;
   }

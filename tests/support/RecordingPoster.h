@@ -17,7 +17,7 @@ namespace tessel::test {
 ///     create key 0x0 down                 post key 0x0 down flags 0x20000
 ///     release all
 ///
-/// A poster that is closed releases all and takes no further posts.
+/// A poster that is closed releases all, makes no events and takes no posts.
 class RecordingPosting {
  public:
   std::vector<std::string> operations;

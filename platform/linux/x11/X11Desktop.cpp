@@ -85,7 +85,9 @@ std::unique_ptr<EventPoster> X11Desktop::makeEventPoster() {
     return std::make_unique<NullEventPoster>();
   }
   std::string reason;
-  return std::make_unique<XTestPoster>(display_, XTestDisplay::open(display_, reason));
+  auto display = XTestDisplay::open(display_, reason);
+  if (!display) return std::make_unique<NullEventPoster>();
+  return std::make_unique<XTestPoster>(display_, std::move(display));
 }
 
 std::optional<Obstacle> X11Desktop::obstacle() {
