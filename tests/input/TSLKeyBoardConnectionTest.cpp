@@ -280,6 +280,66 @@ TEST_F(TSLKeyBoardConnectionTest, AStopCompletesBeforeTheCancellationHasFinished
   EXPECT_FALSE(keyBoard->connected());
 }
 
+/// Is stopped, and has seen its channel cancelled, before its opening message is sent.
+class StoppedBeforeTheOpening : public TSLKeyBoardConnection {
+ public:
+  StoppedBeforeTheOpening(const std::shared_ptr<TSLSession>& hub, SimWorld& world)
+      : TSLKeyBoardConnection{hub}, world_{world} {}
+  bool sendBuffer(const void* bytes, std::uint64_t length) override {
+    stopWithCompletionHandler(nullptr);
+    world_.run();
+    return TSLKeyBoardConnection::sendBuffer(bytes, length);
+  }
+
+ private:
+  SimWorld& world_;
+};
+
+TEST_F(TSLKeyBoardConnectionTest, AStopRightAfterTheReadyStateLeavesItNotConnected) {
+  keyBoard = std::make_shared<StoppedBeforeTheOpening>(session, world);
+  open();
+  EXPECT_THAT(started.codes, ElementsAre(0));
+  EXPECT_TRUE(hub->cancelled);
+  EXPECT_FALSE(keyBoard->connected());
+}
+
+TEST_F(TSLKeyBoardConnectionTest, AStopWhileTheConnectionIsMadeCancelsIt) {
+  world.network.onStart = [this](SimConnection& connection) {
+    keyBoard->setHubConnection(nullptr);  // as long as the start has not stored it
+    keyBoard->stopWithCompletionHandler(nullptr);
+    connection.becomeReady();
+  };
+  start();
+  world.run();
+  EXPECT_TRUE(world.network.last()->cancelled);
+  EXPECT_FALSE(keyBoard->connected());
+}
+
+TEST_F(TSLKeyBoardConnectionTest, EveryPropertyCanBeSet) {
+  const auto another = TSLSession::initWithHostName("192.168.1.101", 0);
+  const auto queue = platform::services().queues->makeSerialQueue("another");
+  const auto simulator = TSLKeyBoardSimulator::init();
+  keyBoard->setConnected(true);
+  EXPECT_TRUE(keyBoard->connected());
+  keyBoard->setHub(another);
+  EXPECT_EQ(keyBoard->hub(), another);
+  EXPECT_EQ(another.use_count(), 1);  // held weakly
+  keyBoard->setKeyboardQueue(queue);
+  EXPECT_EQ(keyBoard->keyboardQueue(), queue);
+  keyBoard->setKeyBoardSimulator(simulator);
+  EXPECT_EQ(keyBoard->keyBoardSimulator(), simulator);
+
+  open();
+  EXPECT_EQ(hub->endpoint.host, "192.168.1.101");
+  hub->deliver(kADown);
+  world.run();
+  EXPECT_THAT(world.log.queuesOf(kReceiveKeys), ElementsAre("another"));
+  keyBoard->setHubConnection(nullptr);
+  EXPECT_EQ(keyBoard->HubConnection(), nullptr);
+  hub->cancel();
+  world.run();
+}
+
 TEST_F(TSLKeyBoardConnectionTest, DroppingItStopsIt) {
   open();
   session->setKeyBoardConnection(nullptr);
