@@ -73,9 +73,9 @@ class EventPoster {
   /// Releases every key and button that this poster has pressed and not released.
   virtual void releaseAll() = 0;
 
-  /// Ends the posting for good, without waiting for the desktop: once it returns, no further event
-  /// is posted, also not one that another thread has made. What is held is released soon after. A
-  /// process that exits waits for that, and for what was posted, within a bound of its own.
+  /// Ends the posting for good, without waiting for the desktop. Once it returns nothing more is
+  /// posted, except an event that another thread was posting already. What is held, such an event
+  /// included, is released soon after; a process that exits waits for that within a bound.
   virtual void close() = 0;
 };
 

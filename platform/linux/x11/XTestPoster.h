@@ -10,7 +10,7 @@
 
 namespace tessel::platform {
 
-/// Posts events through XTEST. Threads as for EventPoster.
+/// Posts events through XTEST. Threads: see EventPoster.
 ///
 /// X clients count clicks themselves, by time and place, and X repeats a held key itself. So the
 /// second press of a double click is posted only where the desktop would count one click without

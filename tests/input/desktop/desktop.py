@@ -70,6 +70,7 @@ class XServer:
 
     def stop(self):
         if self.process.poll() is None:
+            self.resume()
             if self.connection:
                 self.xlib.XCloseDisplay(self.connection)
             self.process.terminate()
