@@ -315,31 +315,6 @@ TEST_F(TSLKeyBoardConnectionTest, AStopWhileTheConnectionIsMadeCancelsIt) {
   EXPECT_FALSE(keyBoard->connected());
 }
 
-TEST_F(TSLKeyBoardConnectionTest, EveryPropertyCanBeSet) {
-  const auto another = TSLSession::initWithHostName("192.168.1.101", 0);
-  const auto queue = platform::services().queues->makeSerialQueue("another");
-  const auto simulator = TSLKeyBoardSimulator::init();
-  keyBoard->setConnected(true);
-  EXPECT_TRUE(keyBoard->connected());
-  keyBoard->setHub(another);
-  EXPECT_EQ(keyBoard->hub(), another);
-  EXPECT_EQ(another.use_count(), 1);  // held weakly
-  keyBoard->setKeyboardQueue(queue);
-  EXPECT_EQ(keyBoard->keyboardQueue(), queue);
-  keyBoard->setKeyBoardSimulator(simulator);
-  EXPECT_EQ(keyBoard->keyBoardSimulator(), simulator);
-
-  open();
-  EXPECT_EQ(hub->endpoint.host, "192.168.1.101");
-  hub->deliver(kADown);
-  world.run();
-  EXPECT_THAT(world.log.queuesOf(kReceiveKeys), ElementsAre("another"));
-  keyBoard->setHubConnection(nullptr);
-  EXPECT_EQ(keyBoard->HubConnection(), nullptr);
-  hub->cancel();
-  world.run();
-}
-
 TEST_F(TSLKeyBoardConnectionTest, DroppingItStopsIt) {
   open();
   session->setKeyBoardConnection(nullptr);

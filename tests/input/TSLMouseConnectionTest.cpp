@@ -272,40 +272,6 @@ TEST_F(TSLMouseConnectionTest, AConnectionWithoutAHostNameIsTornDownAtTheNextTic
   EXPECT_EQ(world.scheduler.runningTimers(), 1);  // that of the new one
 }
 
-TEST_F(TSLMouseConnectionTest, EveryPropertyCanBeSet) {
-  const auto another = TSLSession::initWithHostName("192.168.1.101", 0);
-  const auto queue = platform::services().queues->makeSerialQueue("another");
-  const auto timer =
-      platform::services().queues->makeTimer(queue, {}, std::chrono::hours{1}, [] {});
-  mouse->setConnected(true);
-  EXPECT_TRUE(mouse->connected());
-  mouse->setLastPoint({3, 4});
-  EXPECT_EQ(mouse->lastPoint(), (Point{3, 4}));
-  mouse->setHub(another);
-  EXPECT_EQ(mouse->hub(), another);
-  EXPECT_EQ(another.use_count(), 1);  // held weakly
-  const auto ticks = mouse->sendOutTimer();
-  mouse->setSendOutTimer(timer);
-  EXPECT_EQ(mouse->sendOutTimer(), timer);
-  ticks->cancel();
-  mouse->setMouseQueue(queue);
-  EXPECT_EQ(mouse->mouseQueue(), queue);
-  const auto simulator = mouse->mouseSimulator();
-  mouse->setMouseSimulator(nullptr);
-  EXPECT_EQ(mouse->mouseSimulator(), nullptr);
-  mouse->setMouseSimulator(simulator);
-
-  initialize();
-  EXPECT_EQ(hub->endpoint.host, "192.168.1.101");
-  hub->deliver(kMovePacket);
-  world.run();
-  EXPECT_THAT(world.log.queuesOf(kReceive), ElementsAre("another"));
-  mouse->setHubConnection(nullptr);
-  EXPECT_EQ(mouse->HubConnection(), nullptr);
-  hub->cancel();
-  world.run();
-}
-
 TEST_F(TSLMouseConnectionTest, AConnectionThatItsSessionDropsIsTornDownAtTheNextTick) {
   initialize();
   hub->deliver(kLeftDownPacket);

@@ -10,7 +10,7 @@
 
 namespace tessel::test {
 
-/// Makes posters that write down what they are asked to do, one line an operation:
+/// Makes posters that record their operations, one line each:
 ///
 ///     create mouse 1 (10,20) button 0     post mouse 1 (10,20) button 0 click 1
 ///     create wheel -3                     post wheel -3
