@@ -2,11 +2,10 @@
 #include <arpa/inet.h>
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
-#include <mutex>
+#include <semaphore>
 #include <string>
 #include <sys/socket.h>
 #include <thread>
@@ -20,9 +19,8 @@
 #include "tessel/TSLSession.h"
 #include "wire/MousePacket.h"
 
-/// How long a mouse packet takes from the socket to the desktop: from the moment at which it has
-/// been read whole to the moment at which its event was posted. Needs a display to post to
-/// (xvfb-run will do), since the posting is part of it.
+/// Measures how long a mouse packet takes from the socket to the desktop: from having been read
+/// whole to its event having been posted. Needs a display to post to (xvfb-run will do).
 namespace tessel::bench {
 namespace {
 
@@ -30,7 +28,7 @@ using namespace std::chrono_literals;
 using std::chrono::steady_clock;
 
 constexpr const char* kHubAddress = "127.9.1.1";
-constexpr int kColumns = 640;  // packets are numbered by their place, row by row
+constexpr int kColumns = 640;  // a packet's position is its number, row by row
 constexpr int kRows = 480;
 
 void require(bool condition, const char* what) {
@@ -39,7 +37,7 @@ void require(bool condition, const char* what) {
   std::exit(1);
 }
 
-/// What happened when, in the order of happening. Written on the mouse queue.
+/// The times of the packets, in order. Written on the mouse queue; `count` from any thread.
 struct Record {
   std::vector<steady_clock::time_point> read;
   std::vector<steady_clock::time_point> posted;
@@ -54,7 +52,7 @@ struct Record {
 };
 Record record;
 
-/// Notes when a whole packet has been read.
+/// Records when a whole packet has been read.
 class WatchedConnection final : public platform::NetworkConnection {
  public:
   explicit WatchedConnection(std::shared_ptr<NetworkConnection> inner) : inner_{std::move(inner)} {}
@@ -89,7 +87,7 @@ class WatchedNetwork final : public platform::Network {
   const std::shared_ptr<Network> inner_;
 };
 
-/// Notes when an event was posted.
+/// Records when an event was posted.
 class WatchedPoster final : public platform::EventPoster {
  public:
   explicit WatchedPoster(std::unique_ptr<EventPoster> inner) : inner_{std::move(inner)} {}
@@ -97,13 +95,6 @@ class WatchedPoster final : public platform::EventPoster {
                                                        Point position,
                                                        platform::MouseButton button) override {
     return inner_->createMouseEvent(type, position, button);
-  }
-  void setType(platform::MouseEvent& event, platform::MouseEventType type) override {
-    inner_->setType(event, type);
-  }
-  void setIntegerValueField(platform::MouseEvent& event, std::uint32_t field,
-                            std::int64_t value) override {
-    inner_->setIntegerValueField(event, field, value);
   }
   void post(const platform::MouseEvent& event) override {
     inner_->post(event);
@@ -119,9 +110,6 @@ class WatchedPoster final : public platform::EventPoster {
                                                              bool down) override {
     return inner_->createKeyboardEvent(key, down);
   }
-  void setFlags(platform::KeyboardEvent& event, std::uint64_t flags) override {
-    inner_->setFlags(event, flags);
-  }
   void post(const platform::KeyboardEvent& event) override { inner_->post(event); }
   void releaseAll() override { inner_->releaseAll(); }
   void close() override { inner_->close(); }
@@ -130,7 +118,7 @@ class WatchedPoster final : public platform::EventPoster {
   const std::unique_ptr<EventPoster> inner_;
 };
 
-/// The desktop, with a watch on what is posted to it.
+/// The desktop; records what is posted to it.
 class WatchedDesktop final : public platform::Desktop {
  public:
   explicit WatchedDesktop(std::shared_ptr<Desktop> inner) : inner_{std::move(inner)} {}
@@ -183,7 +171,7 @@ class Hub {
     inet_pton(AF_INET, kHubAddress, &address.sin_addr);
     require(bind(listener_, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 &&
                 listen(listener_, 1) == 0,
-            "the hub's port cannot be had");
+            "the hub's port cannot be bound");
   }
   ~Hub() {
     shutdown(channel_, SHUT_RDWR);
@@ -194,7 +182,7 @@ class Hub {
   Hub(const Hub&) = delete;
   Hub& operator=(const Hub&) = delete;
 
-  /// The replies may come early: the other side reads them when it is ready to.
+  /// Sends the replies at once: the other side reads them when it expects them.
   void shakeHands() {
     channel_ = accept(listener_, nullptr, nullptr);
     sendAll({2, 0, 0, 0, 2, 0, 0, 0, 2, 1});
@@ -229,7 +217,7 @@ double microseconds(steady_clock::duration duration) {
   return std::chrono::duration<double, std::micro>(duration).count();
 }
 
-/// Sends `rate` packets a second for `duration` and tells how they fared.
+/// Sends `rate` packets a second for `duration` and prints their latencies.
 void measure(const Hub& hub, const char* what, std::size_t rate, std::chrono::seconds duration) {
   const std::size_t total = rate * static_cast<std::size_t>(duration.count());
   record.clear();
@@ -281,20 +269,13 @@ void run() {
       services.desktops->current()->screens().front().frame().size);
   const auto mouse = TSLMouseConnection::initWithHub(session);
   session->setMouseConnection(mouse);
-  std::mutex mutex;
-  std::condition_variable changed;
-  bool ready = false;
-  mouse->startWithCompletionHandler([&](const std::optional<Error>& error) {
+  std::counting_semaphore<> ready{0};
+  mouse->startWithCompletionHandler([&ready](const std::optional<Error>& error) {
     require(!error, "the channel does not open");
-    const std::lock_guard lock{mutex};
-    ready = true;
-    changed.notify_one();
+    ready.release();
   });
   hub.shakeHands();
-  {
-    std::unique_lock lock{mutex};
-    require(changed.wait_for(lock, 10s, [&ready] { return ready; }), "the channel does not open");
-  }
+  require(ready.try_acquire_for(10s), "the channel does not open");
   measure(hub, "log off", 1000, 10s);
   measure(hub, "log off", 10'000, 3s);
   std::FILE* const nowhere = std::fopen("/dev/null", "w");

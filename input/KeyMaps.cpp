@@ -6,8 +6,8 @@ namespace tessel {
 
 // clang-format off
 
-// Shifted characters share the key of their unshifted twin, as the hub sends Shift by itself.
-// Some control characters stand for their letter; 127 stands for the A key.
+// Shifted characters share the key of their unshifted twin, as the hub sends Shift separately.
+// Some control characters map to their letter; 127 maps to the A key.
 constexpr std::array<std::uint16_t, 128> keyCodeToVirtualKeyMap{
 //           +0      +1      +2      +3      +4      +5      +6      +7      +8      +9     +10     +11     +12     +13     +14     +15
 /*   0 */  0x31,   0x00,   0x0B,   0x08, 0xFFFF, 0xFFFF,   0x03, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF,   0x25, 0xFFFF, 0xFFFF, 0xFFFF,
@@ -126,5 +126,12 @@ constexpr std::array<std::uint16_t, 80> column(std::uint16_t SpecialKey::*which)
 constexpr std::array<std::uint16_t, 80> specialKeyCodeToVirtualKeyMap = column(&SpecialKey::off);
 constexpr std::array<std::uint16_t, 80> specialKeyCodeToVirtualKeyMap_NumLock =
     column(&SpecialKey::on);
+
+std::uint16_t lookUpVirtualKey(std::span<const std::uint16_t> map, std::int16_t maxCode,
+                               std::int16_t code) {
+  if (code < 0 || code > maxCode) return kInvalidVirtualKey;
+  const auto index = static_cast<std::size_t>(code);
+  return index < map.size() ? map[index] : kInvalidVirtualKey;
+}
 
 }  // namespace tessel

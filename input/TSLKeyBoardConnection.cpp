@@ -1,5 +1,6 @@
 #include "input/TSLKeyBoardConnection.h"
 
+#include <cassert>
 #include <cerrno>
 #include <cstddef>
 #include <span>
@@ -58,6 +59,7 @@ void TSLKeyBoardConnection::startWithCompletionHandler(Completion completion) {
 }
 
 void TSLKeyBoardConnection::stopWithCompletionHandler(Completion completion) {
+  stopped_ = true;
   if (const auto connection = HubConnection()) connection->cancel();
   if (const auto simulator = keyBoardSimulator()) simulator->stopPosting();
   if (completion) completion(std::nullopt);
@@ -68,7 +70,7 @@ bool TSLKeyBoardConnection::startKeyBoardSocketReturningError(std::optional<Erro
   const auto connection = makeHubConnection(
       hub(),
       {.newProtocol = TSLKeyBoardConnectorDefaultPort, .oldProtocol = TSLKeyBoardConnectorOldPort},
-      keyboardQueue_);
+      keyboardQueue());
   if (!connection) {
     error = Error{TSLErrorDomain, 2, {}};
     log("%s: hostName is NULL!", "-[TSLKeyBoardConnection startKeyBoardSocketReturningError:]");
@@ -76,17 +78,17 @@ bool TSLKeyBoardConnection::startKeyBoardSocketReturningError(std::optional<Erro
   }
   hubConnection_.set(connection);
   connectAndWait(connection);
-  if (connected_) {
-    connected_ = newInitialization();
-    if (connected_) {
-      services().queues->mainQueue()->async([weak = weak_from_this()] {
-        const auto self = weak.lock();
-        const auto current = self ? self->HubConnection() : nullptr;
-        if (current) self->rcvKeyBoardEvent(current);
-      });
-    } else {
-      connection->cancel();
-    }
+  if (!connected_) return false;
+  if (newInitialization()) {
+    // Never set here: a stop may have cleared `connected` since.
+    services().queues->mainQueue()->async([weak = weak_from_this()] {
+      const auto self = weak.lock();
+      const auto current = self ? self->HubConnection() : nullptr;
+      if (current) self->rcvKeyBoardEvent(current);
+    });
+  } else {
+    connected_ = false;
+    connection->cancel();
   }
   return connected_;
 }
@@ -106,6 +108,7 @@ void TSLKeyBoardConnection::connectAndWait(const std::shared_ptr<NetworkConnecti
     if (ready || cancelled || state == ConnectionState::kFailed) condition->signal();
   });
   connection->start();
+  if (stopped_) connection->cancel();  // the stop may not have found it
   condition->wait();
 }
 
@@ -127,6 +130,7 @@ void TSLKeyBoardConnection::rcvKeyBoardEvent(const std::shared_ptr<NetworkConnec
 
 void TSLKeyBoardConnection::received(const Received& received,
                                      const std::shared_ptr<NetworkConnection>& connection) {
+  assert(keyboardQueue()->isCurrent());
   const auto simulator = keyBoardSimulator();
   if (received.content && simulator) {
     const std::span<const std::uint8_t> bytes{*received.content};

@@ -20,8 +20,8 @@ class TSLSession;
 /// records to its simulator.
 ///
 /// The start blocks its caller's thread until the channel is open or has failed; records are
-/// received and handled on `keyboardQueue`. Accessors may be called from any thread. The session
-/// owns it; dropping it stops it.
+/// received and handled on `keyboardQueue`. Stop and accessors may be called from any thread. The
+/// session owns it; dropping it stops it.
 class TSLKeyBoardConnection : public std::enable_shared_from_this<TSLKeyBoardConnection> {
  public:
   using Completion = std::function<void(std::optional<Error>)>;
@@ -35,7 +35,8 @@ class TSLKeyBoardConnection : public std::enable_shared_from_this<TSLKeyBoardCon
   /// Blocks until the outcome is known, then calls the completion. Only a missing host name is an
   /// error (code 2); a channel that could not be opened shows in `connected` alone.
   void startWithCompletionHandler(Completion completion);
-  /// Cancels the channel and calls the completion, without an error, before it returns.
+  /// Cancels the channel, without waiting for the desktop: what the hub holds down is released soon
+  /// after (see EventPoster::close). Calls the completion, without an error, before it returns.
   void stopWithCompletionHandler(Completion completion);
 
   /// @name Steps of the channel
@@ -50,11 +51,20 @@ class TSLKeyBoardConnection : public std::enable_shared_from_this<TSLKeyBoardCon
   /// @}
 
   bool connected() const { return connected_; }
-  std::shared_ptr<TSLSession> hub() const { return hub_.lock(); }
+  void setConnected(bool connected) { connected_ = connected; }
+  std::shared_ptr<TSLSession> hub() const { return hub_.get().lock(); }
+  void setHub(const std::shared_ptr<TSLSession>& hub) { hub_.set(hub); }
   std::shared_ptr<platform::NetworkConnection> HubConnection() const {
     return hubConnection_.get();
   }
-  std::shared_ptr<platform::SerialQueue> keyboardQueue() const { return keyboardQueue_; }
+  void setHubConnection(const std::shared_ptr<platform::NetworkConnection>& connection) {
+    hubConnection_.set(connection);
+  }
+  std::shared_ptr<platform::SerialQueue> keyboardQueue() const { return keyboardQueue_.get(); }
+  /// Before the start.
+  void setKeyboardQueue(const std::shared_ptr<platform::SerialQueue>& queue) {
+    keyboardQueue_.set(queue);
+  }
   std::shared_ptr<TSLKeyBoardSimulator> keyBoardSimulator() const {
     return keyBoardSimulator_.get();
   }
@@ -71,11 +81,12 @@ class TSLKeyBoardConnection : public std::enable_shared_from_this<TSLKeyBoardCon
                 const std::shared_ptr<platform::NetworkConnection>& connection);
   bool receiveEnded(const platform::Received& received);
 
-  const std::weak_ptr<TSLSession> hub_;
-  const std::shared_ptr<platform::SerialQueue> keyboardQueue_;
+  platform::Synchronized<std::weak_ptr<TSLSession>> hub_;
+  platform::Synchronized<std::shared_ptr<platform::SerialQueue>> keyboardQueue_;
   platform::Synchronized<std::shared_ptr<TSLKeyBoardSimulator>> keyBoardSimulator_;
   platform::Synchronized<std::shared_ptr<platform::NetworkConnection>> hubConnection_;
   std::atomic<bool> connected_ = false;
+  std::atomic<bool> stopped_ = false;
 };
 
 }  // namespace tessel

@@ -1,7 +1,5 @@
 #include "input/TSLKeyBoardSimulator.h"
 
-#include <span>
-
 #include "input/KeyMaps.h"
 #include "platform/Log.h"
 #include "platform/Services.h"
@@ -22,7 +20,7 @@ constexpr std::uint64_t kOption = 0x80000;
 constexpr std::uint64_t kCommand = 0x100000;
 constexpr std::uint64_t kNumLock = 0x200000;  // on exactly while its key is held
 
-// The bit of a special key that is a modifier; 0 for any other. Left and right share one bit.
+// The flag of a special key that is a modifier; 0 for any other. Left and right share one flag.
 std::uint64_t modifierBit(std::int16_t hubCode) {
   switch (hubCode) {
     case 4:
@@ -44,12 +42,6 @@ std::uint64_t modifierBit(std::int16_t hubCode) {
     default:
       return 0;
   }
-}
-
-std::uint16_t lookUp(std::span<const std::uint16_t> map, std::int16_t code, int lastAccepted) {
-  if (code < 0 || code > lastAccepted) return kInvalidVirtualKey;
-  const auto index = static_cast<std::size_t>(code);
-  return index < map.size() ? map[index] : kInvalidVirtualKey;
 }
 
 }  // namespace
@@ -100,16 +92,17 @@ void TSLKeyBoardSimulator::simulateKeyBoardEvent(std::uint64_t number) {
 }
 
 std::uint16_t TSLKeyBoardSimulator::getVirtualKey() {
-  return virtualKey_ = lookUp(keyCodeToVirtualKeyMap, keyCodeFromHub_, 127);
+  return virtualKey_ = lookUpVirtualKey(keyCodeToVirtualKeyMap, kMaxKeyCode, keyCodeFromHub_);
 }
 
 std::uint16_t TSLKeyBoardSimulator::getSpecialVirtualKey() {
-  return virtualKey_ = lookUp(specialKeyCodeToVirtualKeyMap, keyCodeFromHub_, 79);
+  return virtualKey_ =
+             lookUpVirtualKey(specialKeyCodeToVirtualKeyMap, kMaxSpecialKeyCode, keyCodeFromHub_);
 }
 
-// Accepts one code more than the map has rows: 80, which is no key.
 std::uint16_t TSLKeyBoardSimulator::getSpecialVirtualKeyWhenNumLock() {
-  return virtualKey_ = lookUp(specialKeyCodeToVirtualKeyMap_NumLock, keyCodeFromHub_, 80);
+  return virtualKey_ = lookUpVirtualKey(specialKeyCodeToVirtualKeyMap_NumLock,
+                                        kMaxSpecialKeyCodeWithNumLock, keyCodeFromHub_);
 }
 
 void TSLKeyBoardSimulator::simulateNormalKey(bool keyDown) {
@@ -129,11 +122,11 @@ void TSLKeyBoardSimulator::simulateNormalKey(bool keyDown) {
   }
   logPrivate("%s/%d: rcv normal key self.eventFlag=0x%llx, self.virtualKey=0x%x", kName, __LINE__,
              static_cast<unsigned long long>(eventFlag_), virtualKey_);
-  poster_->setFlags(*event, eventFlag_);
+  event->flags = eventFlag_;
   poster_->post(*event);
 }
 
-// A special key's event carries no flags of ours, and changes them only once it was posted.
+// A special key's event carries no flags, and `eventFlag` changes only once it was posted.
 void TSLKeyBoardSimulator::simulateSpecialKey(bool keyDown) {
   static constexpr const char* kName = "-[TSLKeyBoardSimulator simulateSpecialKey:]";
   std::uint16_t key = kInvalidVirtualKey;

@@ -9,7 +9,7 @@ namespace tessel {
 
 /// Turns the hub's keyboard records into key events of this computer.
 ///
-/// Lives on the queue of the keyboard connection that owns it; `releaseAll` and `stopPosting` may
+/// Belongs to the queue of the keyboard connection that owns it; `releaseAll` and `stopPosting` may
 /// be called from any thread.
 class TSLKeyBoardSimulator {
  public:
@@ -19,7 +19,7 @@ class TSLKeyBoardSimulator {
   TSLKeyBoardSimulator(const TSLKeyBoardSimulator&) = delete;
   TSLKeyBoardSimulator& operator=(const TSLKeyBoardSimulator&) = delete;
 
-  /// The entry: checks the record, the 8 bytes as one little-endian number, and acts on it.
+  /// The single entry: checks the record, the 8 bytes as one little-endian number, and acts on it.
   void simulateKeyBoardEvent(std::uint64_t record);
 
   /// @name Look `keyCodeFromHub` up, store the key in `virtualKey` (0xFFFF: none) and return it
@@ -37,7 +37,7 @@ class TSLKeyBoardSimulator {
 
   /// Releases the keys that this simulator holds down.
   void releaseAll() { poster_->releaseAll(); }
-  /// The same, for good: nothing is posted from then on.
+  /// The same for good, without waiting (see EventPoster::close).
   void stopPosting() { poster_->close(); }
 
   std::uint16_t virtualKey() const { return virtualKey_; }
@@ -55,7 +55,7 @@ class TSLKeyBoardSimulator {
   const std::unique_ptr<platform::EventPoster> poster_;
   std::uint16_t virtualKey_ = 0;
   std::int16_t keyCodeFromHub_ = 0;
-  std::uint64_t eventFlag_ = 0;  ///< modifiers that the hub holds, as bits of an event's flags
+  std::uint64_t eventFlag_ = 0;  ///< modifiers that the hub holds, as flags of an event
 };
 
 }  // namespace tessel

@@ -1,6 +1,7 @@
 #include "input/TSLMouseConnection.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cerrno>
 #include <limits>
 #include <string>
@@ -33,8 +34,8 @@ namespace {
 
 constexpr std::chrono::milliseconds kReportInterval{25};
 
-// A hub that leaves this much unread gets no further cursor reports until it reads on.
-constexpr std::size_t kMostUnreadBytes = 1024;
+// While more than this waits to be sent, cursor reports are withheld.
+constexpr std::size_t kMaxUnsentBytes = 1024;
 
 Error makeError(long code) { return Error{TSLErrorDomain, code, {}}; }
 
@@ -42,8 +43,8 @@ void call(const TSLMouseConnection::Completion& completion, std::optional<Error>
   if (completion) completion(std::move(error));
 }
 
-// Pixels lie below and to the right of their coordinates: of a rectangle's edges the left and the
-// upper one belong to it.
+// Pixels lie below and to the right of their coordinates, so a rectangle includes its left and its
+// upper edge only.
 bool mouseInRect(Point point, const Rect& rect) {
   return point.x >= rect.origin.x && point.x < rect.origin.x + rect.size.width &&
          point.y > rect.origin.y && point.y <= rect.origin.y + rect.size.height;
@@ -74,30 +75,31 @@ TSLMouseConnection::TSLMouseConnection(const std::shared_ptr<TSLSession>& hub)
     : hub_{hub}, mouseQueue_{services().queues->makeSerialQueue("Mouse Dispatch Queue")} {}
 
 void TSLMouseConnection::activate() {
-  sendOutTimer_ = services().queues->makeTimer(mouseQueue_, {}, kReportInterval,
-                                               [self = shared_from_this()] { self->tick(); });
+  const auto timer = services().queues->makeTimer(mouseQueue(), {}, kReportInterval,
+                                                  [self = shared_from_this()] { self->tick(); });
+  sendOutTimer_.set(timer);
   mouseSimulator_.set(TSLMouseSimulator::init(hub()));
-  sendOutTimer_->resume();
+  timer->resume();
   log("%s-%s/%d: mouse connection init", "TSLMouseSimulator", "-[TSLMouseConnection initWithHub:]",
       60);
 }
 
-// A queue's thread may get here while the program ends: no error is made, as its domain may be
-// gone.
+// May run on a queue's thread while the program exits: it makes no Error, whose domain may be
+// destroyed by then.
 TSLMouseConnection::~TSLMouseConnection() { tearDown(); }
 
 void TSLMouseConnection::startWithCompletionHandler(Completion completion) {
   static constexpr const char* kName = "-[TSLMouseConnection startWithCompletionHandler:]";
+  started_ = true;
   const auto connection = makeHubConnection(
       hub(), {.newProtocol = TSLMouseConnectorDefaultPort, .oldProtocol = TSLMouseConnectorOldPort},
-      mouseQueue_);
+      mouseQueue());
   if (!connection) {
     call(completion, makeError(2));
     log("%s: hostName is NULL!", kName);
     return;
   }
   hubConnection_.set(connection);
-  started_ = true;
   connection->setStateChangedHandler([weak = weak_from_this(), completion = std::move(completion)](
                                          ConnectionState state, const std::optional<Error>& error) {
     static constexpr const char* kBlock =
@@ -109,13 +111,21 @@ void TSLMouseConnection::startWithCompletionHandler(Completion completion) {
       log("%s: Failed, calling completion handler", kBlock);
       call(completion, makeError(3));
     } else if (state == ConnectionState::kReady) {
-      if (const auto self = weak.lock()) {
-        self->connected_ = true;
+      if (const auto self = weak.lock(); self && self->becomeConnected()) {
         self->newInitialization(completion);
       }
     }
   });
   connection->start();
+  if (stopped_) connection->cancel();  // the stop may not have found it
+}
+
+// Whichever of this and the stop comes last, a stopped connection ends up not connected.
+bool TSLMouseConnection::becomeConnected() {
+  connected_ = true;
+  if (!stopped_) return true;
+  connected_ = false;
+  return false;
 }
 
 void TSLMouseConnection::stopWithCompletionHandler(Completion completion) {
@@ -124,8 +134,11 @@ void TSLMouseConnection::stopWithCompletionHandler(Completion completion) {
 }
 
 void TSLMouseConnection::tearDown() {
-  sendOutTimer_->suspend();
-  sendOutTimer_->cancel();
+  if (const auto timer = sendOutTimer()) {
+    timer->suspend();
+    timer->cancel();
+  }
+  stopped_ = true;
   connected_ = false;
   if (const auto connection = HubConnection()) connection->cancel();
   if (const auto simulator = mouseSimulator()) simulator->stopPosting();
@@ -133,6 +146,7 @@ void TSLMouseConnection::tearDown() {
 
 void TSLMouseConnection::newInitialization(Completion completion) {
   static constexpr const char* kName = "-[TSLMouseConnection newInitialization:]";
+  assert(mouseQueue()->isCurrent());
   log("%s: ENTER", kName);
   if (sendOpening()) {
     log("%s: queueing recv", kName);
@@ -160,6 +174,7 @@ bool TSLMouseConnection::sendOpening() {
 void TSLMouseConnection::receivedCursorReply(const Received& received,
                                              const Completion& completion) {
   static constexpr const char* kBlock = "-[TSLMouseConnection newInitialization:]_block_invoke";
+  assert(mouseQueue()->isCurrent());
   log("%s: ReplyReceived", kBlock);
   if (received.isFinal()) {
     log("%s: Network Error", kBlock);
@@ -192,6 +207,7 @@ void TSLMouseConnection::receivedCursorReply(const Received& received,
 void TSLMouseConnection::receivedCaptureReply(const Received& received,
                                               const Completion& completion) {
   static constexpr const char* kBlock = "-[TSLMouseConnection newInitialization:]_block_invoke_2";
+  assert(mouseQueue()->isCurrent());
   if (received.isFinal()) {
     log("%s: Network Error", kBlock);
     call(completion, makeError(3));
@@ -218,6 +234,7 @@ void TSLMouseConnection::receivedCaptureReply(const Received& received,
 }
 
 void TSLMouseConnection::rcvMouseEvent(const std::shared_ptr<NetworkConnection>& connection) {
+  assert(mouseQueue()->isCurrent());
   log("%s: Enter", "-[TSLMouseConnection rcvMouseEvent:]");
   connection->receive(MousePacket::kSize,
                       [weak = weak_from_this(), connection](const Received& received) {
@@ -229,13 +246,15 @@ void TSLMouseConnection::rcvMouseEvent(const std::shared_ptr<NetworkConnection>&
 
 void TSLMouseConnection::receivedMouseEvent(const Received& received,
                                             const std::shared_ptr<NetworkConnection>& connection) {
-  if (received.content) {
-    const auto simulator = mouseSimulator();
-    const auto packet = MousePacket::parse(*received.content);
-    if (simulator && packet) simulator->simulateMouseEvent(*packet);
+  assert(mouseQueue()->isCurrent());
+  const auto simulator = mouseSimulator();
+  if (received.content && simulator) {
+    if (const auto packet = MousePacket::parse(*received.content)) {
+      simulator->simulateMouseEvent(*packet);
+    }
   }
   if (receiveEnded(received)) {
-    if (const auto simulator = mouseSimulator()) simulator->releaseAll();
+    if (simulator) simulator->releaseAll();
     return;
   }
   rcvMouseEvent(connection);
@@ -264,7 +283,7 @@ void TSLMouseConnection::tick() {
   // Only a started connection can have been dropped: a new one is not yet stored in its session.
   const auto session = hub();
   if (!session || (started_ && session->mouseConnection().get() != this)) {
-    sendOutTimer_->cancel();
+    if (const auto timer = sendOutTimer()) timer->cancel();
     return;
   }
   sendMouseEvent();
@@ -283,9 +302,9 @@ void TSLMouseConnection::sendMouseEvent() {
   const Point point = cursorInSession(sessionSize);
   const Point last = lastPoint();
   if (point == last) return;
-  // Left for a later tick, as if the cursor had not moved yet.
+  // A later tick reports the position then current.
   const auto connection = HubConnection();
-  if (connection && connection->unsentBytes() > kMostUnreadBytes) return;
+  if (connection && connection->unsentBytes() > kMaxUnsentBytes) return;
   log("lastPtX/Y:%lf/%lf, currentPtx/Y:%lf/%lf", last.x, last.y, point.x, point.y);
   lastPoint_.set(point);
   MousePacket packet;
@@ -298,8 +317,8 @@ void TSLMouseConnection::sendMouseEvent() {
   }
 }
 
-// On the first screen the cursor is scaled, the screen's origin left in; elsewhere its raw
-// location is clamped.
+// On the first screen the location is scaled, without subtracting the screen's origin; elsewhere
+// it is clamped, without scaling.
 Point TSLMouseConnection::cursorInSession(Size sessionSize) const {
   const auto desktop = services().desktops->current();
   const Point mouse = desktop->mouseLocation();

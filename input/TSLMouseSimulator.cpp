@@ -15,7 +15,7 @@ using platform::services;
 
 namespace {
 
-// Two presses closer together than this are a double click, whatever the desktop's own setting.
+// Presses less than this apart are a double click, whatever the desktop's own setting.
 constexpr Seconds kDoubleClickInterval{0.5};
 
 double secondsSince(Date moment) { return Seconds(services().clock->now() - moment).count(); }
@@ -63,7 +63,7 @@ void TSLMouseSimulator::dispatch(std::uint8_t command) {
   };
   switch (static_cast<MouseCommand>(command)) {
     case MouseCommand::kMove:
-      // With both buttons held it is the left one that drags.
+      // While both buttons are held, moves are drags of the left one.
       if (left_.pressed) {
         enter(MouseEventType::kLeftDragged);
         leftDragged();
@@ -106,7 +106,7 @@ void TSLMouseSimulator::dispatch(std::uint8_t command) {
   log("%s/%d: unknown command: 0x%x", "-[TSLMouseSimulator simulateMouseEvent:]", 464, command);
 }
 
-// Time is measured from press to press. It is read once for the log line and again for the
+// Time is measured from press to press. The clock is read once for the log line and again for the
 // decision. A double click never opens another one.
 void TSLMouseSimulator::press(Button& button) {
   button.pressed = true;
@@ -137,8 +137,8 @@ void TSLMouseSimulator::scaleCoord() {
     if (value < 0) return 0.0;
     return value > limit ? limit : value;
   };
-  // Session over screen, the factor of the cursor reports. Without a screen it is no number, or an
-  // infinite one; the poster copes.
+  // Session over screen, the factor of the cursor reports. Without a screen the result is NaN or
+  // infinite, which the poster takes.
   ptX_ = clamp(ptX_, session.width) * session.width / screen.width;
   ptY_ = clamp(ptY_, session.height) * session.height / screen.height;
   log("%s/%d :sessionSize.W/H=%lf/%lf, screenSize.W/H=%lf/%lf", kName, 345, session.width,
@@ -189,8 +189,8 @@ void TSLMouseSimulator::rightDragged() {
                  MouseButton::kRight);
 }
 
-// The first click of the two went out when it happened. What follows here is a full click, and
-// the same one once more, marked as the second of two.
+// The first click of the two was posted when it happened. This posts a full click, then the same
+// one again, marked as the second of two.
 void TSLMouseSimulator::postDoubleClick(const char* name, MouseEventType down, MouseEventType up,
                                         MouseButton button) {
   log("%s entry", name);
@@ -200,13 +200,13 @@ void TSLMouseSimulator::postDoubleClick(const char* name, MouseEventType down, M
     return;
   }
   poster_->post(*event);
-  // Left for the right button too: the event's button tells which one it is about.
-  poster_->setType(*event, MouseEventType::kLeftUp);
+  // A left-button release for the right button too; the event's button tells which is meant.
+  event->type = MouseEventType::kLeftUp;
   poster_->post(*event);
-  poster_->setIntegerValueField(*event, platform::kClickStateField, 2);
-  poster_->setType(*event, down);
+  event->clickState = 2;
+  event->type = down;
   poster_->post(*event);
-  poster_->setType(*event, up);
+  event->type = up;
   poster_->post(*event);
 }
 

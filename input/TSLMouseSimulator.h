@@ -13,7 +13,7 @@ class TSLSession;
 
 /// Turns the hub's mouse packets into mouse events of this computer.
 ///
-/// Lives on the queue of the mouse connection that owns it; `releaseAll` and `stopPosting` may be
+/// Belongs to the queue of the mouse connection that owns it; `releaseAll` and `stopPosting` may be
 /// called from any thread.
 class TSLMouseSimulator {
  public:
@@ -50,10 +50,11 @@ class TSLMouseSimulator {
 
   /// Releases the buttons that this simulator holds down.
   void releaseAll() { poster_->releaseAll(); }
-  /// The same, for good: nothing is posted from then on.
+  /// The same for good, without waiting (see EventPoster::close).
   void stopPosting() { poster_->close(); }
 
   std::shared_ptr<TSLSession> hub() const { return hub_.lock(); }
+  void setHub(const std::shared_ptr<TSLSession>& hub) { hub_ = hub; }
   std::int32_t wheel() const { return wheel_; }
   void setWheel(std::int32_t wheel) { wheel_ = wheel; }
   double ptX() const { return ptX_; }
@@ -80,7 +81,7 @@ class TSLMouseSimulator {
  private:
   using Action = void (TSLMouseSimulator::*)();
 
-  /// What is known of one button, and what a press of it leads to.
+  /// The state of one button, and what a press of it leads to.
   struct Button {
     Action clickDown;
     Action doubleClick;
@@ -100,7 +101,7 @@ class TSLMouseSimulator {
                        platform::MouseButton button);
   void postScrollWheelEvent(const char* name, std::int32_t lines);
 
-  const std::weak_ptr<TSLSession> hub_;
+  std::weak_ptr<TSLSession> hub_;
   const std::unique_ptr<platform::EventPoster> poster_;
   std::int32_t wheel_ = 0;
   double ptX_ = 0.0;

@@ -24,15 +24,12 @@ enum class MouseEventType : std::uint32_t {
 /// Buttons of a mouse event.
 enum class MouseButton : std::uint32_t { kLeft = 0, kRight = 1 };
 
-/// Field of a mouse event that tells its place in a row of clicks: 1 single, 2 double.
-inline constexpr std::uint32_t kClickStateField = 1;
-
-/// One mouse event. It may be changed and posted again.
+/// One mouse event. A caller may change its fields and post it again.
 struct MouseEvent {
   MouseEventType type = MouseEventType::kNone;
   Point position;  ///< global coordinates, top-left origin
   MouseButton button = MouseButton::kLeft;
-  std::int64_t clickState = 1;
+  std::int64_t clickState = 1;  ///< place in a row of clicks: 1 single, 2 double
   bool operator==(const MouseEvent&) const = default;
 };
 
@@ -52,19 +49,18 @@ struct KeyboardEvent {
 };
 
 /// Makes the events of one channel and posts them to the desktop. One queue; `releaseAll` and
-/// `close` also from any thread.
+/// `close` also from any thread. Every call but `close` may wait for the desktop.
 ///
-/// What it has pressed it releases: in `releaseAll`, and at the latest when it is dropped. Where a
-/// key turns a lock that outlasts its release, what it has turned it turns back then.
+/// What it has pressed it releases: in `releaseAll` and `close`, and at the latest when it is
+/// dropped, which closes it. Where a key turns a lock that outlasts its release, the poster then
+/// turns back what it has turned.
 class EventPoster {
  public:
   virtual ~EventPoster() = default;
 
-  /// None when the event cannot be made (no desktop, or it refuses).
+  /// None when the event cannot be made: no desktop, or it refuses, or the poster is closed.
   virtual std::optional<MouseEvent> createMouseEvent(MouseEventType type, Point position,
                                                      MouseButton button) = 0;
-  virtual void setType(MouseEvent& event, MouseEventType type) = 0;
-  virtual void setIntegerValueField(MouseEvent& event, std::uint32_t field, std::int64_t value) = 0;
   virtual void post(const MouseEvent& event) = 0;
 
   virtual std::optional<ScrollWheelEvent> createScrollWheelEvent(std::int32_t lines) = 0;
@@ -72,15 +68,15 @@ class EventPoster {
 
   virtual std::optional<KeyboardEvent> createKeyboardEvent(std::uint16_t virtualKey,
                                                            bool keyDown) = 0;
-  virtual void setFlags(KeyboardEvent& event, std::uint64_t flags) = 0;
   virtual void post(const KeyboardEvent& event) = 0;
 
   /// Releases every key and button that this poster has pressed and not released.
   virtual void releaseAll() = 0;
 
-  /// The same for good: an event that another thread is about to post is not posted any more, and
-  /// what was posted stays posted when the process ends right after.
-  virtual void close() { releaseAll(); }
+  /// Ends the posting for good, without waiting for the desktop. Once it returns nothing more is
+  /// posted, except an event that another thread was posting already. What is held, such an event
+  /// included, is released soon after; a process that exits waits for that within a bound.
+  virtual void close() = 0;
 };
 
 }  // namespace tessel::platform

@@ -10,8 +10,6 @@ class NullEventPoster final : public EventPoster {
   std::optional<MouseEvent> createMouseEvent(MouseEventType, Point, MouseButton) override {
     return std::nullopt;
   }
-  void setType(MouseEvent&, MouseEventType) override {}
-  void setIntegerValueField(MouseEvent&, std::uint32_t, std::int64_t) override {}
   void post(const MouseEvent&) override {}
   std::optional<ScrollWheelEvent> createScrollWheelEvent(std::int32_t) override {
     return std::nullopt;
@@ -20,9 +18,9 @@ class NullEventPoster final : public EventPoster {
   std::optional<KeyboardEvent> createKeyboardEvent(std::uint16_t, bool) override {
     return std::nullopt;
   }
-  void setFlags(KeyboardEvent&, std::uint64_t) override {}
   void post(const KeyboardEvent&) override {}
   void releaseAll() override {}
+  void close() override {}
 };
 
 }  // namespace tessel::platform

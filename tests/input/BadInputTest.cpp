@@ -193,7 +193,7 @@ TEST_F(BadMouseInputTest, TheGreatestValuesStayInsideTheScreen) {
                                                 "post wheel -255", "post wheel 255"));
 }
 
-/// A journal that remembers.
+/// A journal that keeps its lines.
 class Journal final : public platform::SystemLog {
  public:
   bool available() override { return true; }

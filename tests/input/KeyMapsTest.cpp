@@ -91,5 +91,34 @@ TEST(KeyMapsTest, SpecialKeysMapToTheirKeys) {
   }
 }
 
+TEST(KeyMapsTest, ALookupAcceptsTheCodesUpToItsGreatest) {
+  std::array<std::uint16_t, 82> map{};
+  for (std::size_t code = 0; code < map.size(); ++code) {
+    map.at(code) = static_cast<std::uint16_t>(0x100 + code);
+  }
+  const auto accepts = [&map](std::int16_t maxCode, std::int16_t code) {
+    const std::uint16_t key = lookUpVirtualKey(map, maxCode, code);
+    EXPECT_TRUE(key == kInvalidVirtualKey || key == 0x100 + code) << code;
+    return key != kInvalidVirtualKey;
+  };
+  EXPECT_TRUE(accepts(kMaxSpecialKeyCode, 0));
+  EXPECT_TRUE(accepts(kMaxSpecialKeyCode, 79));
+  EXPECT_FALSE(accepts(kMaxSpecialKeyCode, 80));
+  EXPECT_TRUE(accepts(kMaxSpecialKeyCodeWithNumLock, 0));
+  EXPECT_TRUE(accepts(kMaxSpecialKeyCodeWithNumLock, 80));
+  EXPECT_FALSE(accepts(kMaxSpecialKeyCodeWithNumLock, 81));
+  EXPECT_FALSE(accepts(kMaxSpecialKeyCodeWithNumLock, -1));
+  EXPECT_EQ(kMaxKeyCode, 127);
+}
+
+TEST(KeyMapsTest, AnAcceptedCodePastTheLastRowIsUnmapped) {
+  EXPECT_EQ(
+      lookUpVirtualKey(specialKeyCodeToVirtualKeyMap_NumLock, kMaxSpecialKeyCodeWithNumLock, 80),
+      0xFFFF);
+  const std::array<std::uint16_t, 1> one{0x35};
+  EXPECT_EQ(lookUpVirtualKey(one, 1, 0), 0x35);
+  EXPECT_EQ(lookUpVirtualKey(one, 1, 1), 0xFFFF);
+}
+
 }  // namespace
 }  // namespace tessel::test

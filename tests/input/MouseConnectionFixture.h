@@ -11,7 +11,7 @@ inline const std::string kTick = "-[TSLMouseConnection sendMouseEvent]";
 inline const Bytes kMovePacket{8, 0x0D, 10, 0, 20, 0, 1, 0};
 inline const Bytes kLeftDownPacket{8, 0x0D, 10, 0, 20, 0, 2, 0};
 
-/// A mouse channel whose log is read without what its timer and its simulator say.
+/// A mouse channel, with its log less the lines of its timer and its simulator.
 class TSLMouseConnectionTest : public MouseChannelTest {
  protected:
   /// Lines of the handshake and the receive loop.

@@ -14,7 +14,7 @@ inline const std::vector<std::string> kLeftDouble{
     "post mouse 1 (10,20) button 0 click 1", "post mouse 2 (10,20) button 0 click 1",
     "post mouse 1 (10,20) button 0 click 2", "post mouse 2 (10,20) button 0 click 2"};
 
-/// A simulator of a session, whose events reach a poster that writes them down.
+/// A simulator of a session, whose events are recorded.
 class TSLMouseSimulatorTest : public InputTest {
  protected:
   void send(std::uint8_t command, std::uint16_t x = 10, std::uint16_t y = 20,

@@ -216,8 +216,8 @@ TEST_F(TSLKeyBoardConnectionTest, AClosedStreamEndsTheLoopAfterItsLastRecord) {
   open();
   hub->deliverAndClose(kADown);
   world.run();
-  EXPECT_THAT(world.poster.operations, ElementsAre("create key 0x0 down", "flags 0x0",
-                                                   "post key 0x0 down flags 0x0", "release all"));
+  EXPECT_THAT(world.poster.operations,
+              ElementsAre("create key 0x0 down", "post key 0x0 down flags 0x0", "release all"));
   const std::string simulator = "-[TSLKeyBoardSimulator ";
   EXPECT_THAT(numbered(world.log.lines()),
               ElementsAre(simulator + "simulateKeyBoardEvent:]: ENTER",
@@ -277,6 +277,41 @@ TEST_F(TSLKeyBoardConnectionTest, AStopCompletesBeforeTheCancellationHasFinished
   EXPECT_TRUE(keyBoard->connected());
   EXPECT_THAT(world.poster.operations, ElementsAre("release all"));
   world.run();
+  EXPECT_FALSE(keyBoard->connected());
+}
+
+/// Is stopped, and has seen its channel cancelled, before its opening message is sent.
+class StoppedBeforeTheOpening : public TSLKeyBoardConnection {
+ public:
+  StoppedBeforeTheOpening(const std::shared_ptr<TSLSession>& hub, SimWorld& world)
+      : TSLKeyBoardConnection{hub}, world_{world} {}
+  bool sendBuffer(const void* bytes, std::uint64_t length) override {
+    stopWithCompletionHandler(nullptr);
+    world_.run();
+    return TSLKeyBoardConnection::sendBuffer(bytes, length);
+  }
+
+ private:
+  SimWorld& world_;
+};
+
+TEST_F(TSLKeyBoardConnectionTest, AStopRightAfterTheReadyStateLeavesItNotConnected) {
+  keyBoard = std::make_shared<StoppedBeforeTheOpening>(session, world);
+  open();
+  EXPECT_THAT(started.codes, ElementsAre(0));
+  EXPECT_TRUE(hub->cancelled);
+  EXPECT_FALSE(keyBoard->connected());
+}
+
+TEST_F(TSLKeyBoardConnectionTest, AStopWhileTheConnectionIsMadeCancelsIt) {
+  world.network.onStart = [this](SimConnection& connection) {
+    keyBoard->setHubConnection(nullptr);  // as long as the start has not stored it
+    keyBoard->stopWithCompletionHandler(nullptr);
+    connection.becomeReady();
+  };
+  start();
+  world.run();
+  EXPECT_TRUE(world.network.last()->cancelled);
   EXPECT_FALSE(keyBoard->connected());
 }
 

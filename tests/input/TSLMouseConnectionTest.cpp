@@ -237,6 +237,41 @@ TEST_F(TSLMouseConnectionTest, AStopBeforeTheStartCancelsWhatExists) {
   EXPECT_EQ(world.scheduler.runningTimers(), 0);
 }
 
+TEST_F(TSLMouseConnectionTest, AStopThatComesBeforeTheReadyStateIsHandledLeavesItNotConnected) {
+  start();
+  hub->becomeReady();  // for the queue to handle
+  mouse->stopWithCompletionHandler(nullptr);
+  world.run();
+  EXPECT_FALSE(mouse->connected());
+  EXPECT_THAT(hub->sends, IsEmpty());
+  EXPECT_THAT(started.codes, IsEmpty());
+}
+
+TEST_F(TSLMouseConnectionTest, AStopWhileTheConnectionIsMadeCancelsIt) {
+  world.network.onStart = [this](SimConnection& connection) {
+    mouse->setHubConnection(nullptr);  // as long as the start has not stored it
+    mouse->stopWithCompletionHandler(nullptr);
+    connection.becomeReady();
+  };
+  start();
+  world.run();
+  EXPECT_TRUE(world.network.last()->cancelled);
+  EXPECT_FALSE(mouse->connected());
+}
+
+TEST_F(TSLMouseConnectionTest, AConnectionWithoutAHostNameIsTornDownAtTheNextTick) {
+  mouse->stopWithCompletionHandler(nullptr);
+  session = TSLSession::initWithHostName(std::nullopt, 0);
+  mouse = TSLMouseConnection::initWithHub(session);
+  mouse->startWithCompletionHandler(started.handler());
+  EXPECT_THAT(started.codes, ElementsAre(2));
+  const std::weak_ptr<TSLMouseConnection> weak = mouse;
+  mouse = TSLMouseConnection::initWithHub(session);
+  world.advance(std::chrono::milliseconds{25});
+  EXPECT_TRUE(weak.expired());
+  EXPECT_EQ(world.scheduler.runningTimers(), 1);  // that of the new one
+}
+
 TEST_F(TSLMouseConnectionTest, AConnectionThatItsSessionDropsIsTornDownAtTheNextTick) {
   initialize();
   hub->deliver(kLeftDownPacket);

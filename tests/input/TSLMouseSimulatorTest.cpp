@@ -150,6 +150,16 @@ TEST_F(TSLMouseSimulatorTest, WithoutASessionThePositionIsTheOrigin) {
   EXPECT_THAT(takePosts(), ElementsAre("post mouse 1 (0,0) button 0 click 1"));
 }
 
+TEST_F(TSLMouseSimulatorTest, TheSizeIsThatOfTheSessionSet) {
+  const auto another = TSLSession::initWithHostName("192.168.1.101", 0);
+  another->sessionConfig()->setSessionSize({960, 540});
+  simulator->setHub(another);
+  EXPECT_EQ(simulator->hub(), another);
+  EXPECT_EQ(another.use_count(), 1);  // held weakly
+  send(0x01, 65535, 65535);
+  EXPECT_THAT(takePosts(), ElementsAre("post mouse 5 (480,270) button 0 click 1"));
+}
+
 TEST_F(TSLMouseSimulatorTest, ScaleCoordClampsNegativeValues) {
   simulator->setPtX(-3.0);
   simulator->setPtY(-0.5);
@@ -174,8 +184,6 @@ TEST_F(TSLMouseSimulatorTest, WithoutAScreenNothingCrashes) {
   EXPECT_EQ(world.poster.posts().size(), 2U);
 }
 
-// Two left presses 0.4 s apart give a double click; 0.5 s or more apart give two single clicks;
-// three quick presses give single, double, single.
 TEST_F(TSLMouseSimulatorTest, WithoutSettingsEveryPointIsTheFirst) {
   session->setSessionConfig(nullptr);
   send(0x01);

@@ -43,14 +43,6 @@ class RecordingPoster final : public platform::EventPoster {
     if (!create(describe(event))) return std::nullopt;
     return event;
   }
-  void setType(MouseEvent& event, platform::MouseEventType type) override {
-    event.type = type;
-    note("type " + std::to_string(static_cast<std::uint32_t>(type)));
-  }
-  void setIntegerValueField(MouseEvent& event, std::uint32_t field, std::int64_t value) override {
-    if (field == platform::kClickStateField) event.clickState = value;
-    note("field " + std::to_string(field) + " = " + std::to_string(value));
-  }
   void post(const MouseEvent& event) override {
     if (closed_) return;
     const std::string button = "button " + std::to_string(static_cast<std::uint32_t>(event.button));
@@ -77,10 +69,6 @@ class RecordingPoster final : public platform::EventPoster {
     if (!create(describe(event))) return std::nullopt;
     return event;
   }
-  void setFlags(KeyboardEvent& event, std::uint64_t flags) override {
-    event.flags = flags;
-    note("flags " + hex(flags));
-  }
   void post(const KeyboardEvent& event) override {
     if (closed_) return;
     const std::string key = "key " + hex(event.virtualKey);
@@ -104,7 +92,7 @@ class RecordingPoster final : public platform::EventPoster {
   std::set<std::string>& held() { return owner_.heldBy_[this]; }
   void note(std::string line) { owner_.operations.push_back(std::move(line)); }
   bool create(const std::string& what) {
-    if (owner_.creationFails) return false;
+    if (owner_.creationFails || closed_) return false;
     note("create " + what);
     return true;
   }

@@ -10,15 +10,14 @@
 
 namespace tessel::test {
 
-/// Makes posters that write down what they are asked to do, one line an operation:
+/// Makes posters that record their operations, one line each:
 ///
 ///     create mouse 1 (10,20) button 0     post mouse 1 (10,20) button 0 click 1
-///     type 2                              field 1 = 2
 ///     create wheel -3                     post wheel -3
-///     create key 0x0 down                 flags 0x20000
-///     post key 0x0 down flags 0x20000     release all
+///     create key 0x0 down                 post key 0x0 down flags 0x20000
+///     release all
 ///
-/// A poster that is closed releases all and takes no further posts.
+/// A poster that is closed releases all, makes no events and takes no posts.
 class RecordingPosting {
  public:
   std::vector<std::string> operations;

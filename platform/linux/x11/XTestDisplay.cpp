@@ -4,6 +4,8 @@
 #include <utility>
 #include <xcb/xtest.h>
 
+#include "platform/linux/x11/XSettings.h"
+
 namespace tessel::platform {
 namespace {
 
@@ -14,9 +16,15 @@ constexpr std::uint8_t kFirstKeyCode = 8;
 
 constexpr std::uint8_t kAbsolute = 0;
 
-// As for the list of screens, whose coordinates these are: the server does not tell of monitors
-// that a user has defined.
-constexpr auto kLayoutAge = std::chrono::seconds{1};
+// The server does not report monitors that a user has defined, so the layout is read again this
+// often; as in XScreens, whose coordinates these are.
+constexpr auto kMaxLayoutAge = std::chrono::seconds{1};
+
+// The settings are read again at a press, this often at most.
+constexpr auto kMaxSettingsAge = std::chrono::seconds{1};
+
+// What toolkits assume where no settings daemon tells.
+constexpr std::int32_t kDefaultDoubleClickTime = 400;
 
 }  // namespace
 
@@ -35,6 +43,13 @@ std::unique_ptr<XTestDisplay> XTestDisplay::open(const std::string& display, std
 
 XTestDisplay::XTestDisplay(std::unique_ptr<XConnection> connection)
     : connection_{std::move(connection)} {
+  // Without this a press that makes another client grab the server is never released: the release
+  // would wait for that client, and the client for the release.
+  connection_->request(xcb_test_grab_control, 1);
+  clockWindow_ = connection_->generateID();
+  const std::uint32_t mask = XCB_EVENT_MASK_PROPERTY_CHANGE;
+  connection_->request(xcb_create_window, 0, clockWindow_, connection_->root(), 0, 0, 1, 1, 0,
+                       XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT, XCB_CW_EVENT_MASK, &mask);
   connection_->watchLayout();
 }
 
@@ -44,16 +59,39 @@ PixelArea XTestDisplay::firstScreen() {
   if (std::exchange(layoutChanged_, false) || now >= nextLayout_) {
     const XLayout layout = connection_->layout();
     if (!layout.monitors.empty()) firstScreen_ = layout.monitors.front().area;
-    nextLayout_ = now + kLayoutAge;
+    nextLayout_ = now + kMaxLayoutAge;
   }
   return firstScreen_;
 }
 
-// Takes the errors too, and the events that the server sends to everybody, lest they pile up.
+// Also takes errors, and events that every client gets: they would pile up.
 void XTestDisplay::readEvents() {
   while (const XEvent event = connection_->event()) {
     layoutChanged_ = layoutChanged_ || connection_->isLayoutChange(*event);
+    if ((event->response_type & 0x7FU) == XCB_PROPERTY_NOTIFY) {
+      time_ = reinterpret_cast<const xcb_property_notify_event_t*>(event.get())->time;
+    }
   }
+}
+
+// The server tells its time with each change of a property, also when nothing is appended to it.
+std::optional<std::uint32_t> XTestDisplay::time() {
+  time_.reset();
+  connection_->request(xcb_change_property, XCB_PROP_MODE_APPEND, clockWindow_, XCB_ATOM_WM_NAME,
+                       XCB_ATOM_STRING, 8, 0, nullptr);
+  finish();
+  readEvents();
+  return time_;
+}
+
+std::chrono::milliseconds XTestDisplay::doubleClickTime() {
+  const auto now = steady_clock::now();
+  if (now >= nextSettings_) {
+    const auto told = integerXSetting(readXSettings(*connection_), "Net/DoubleClickTime");
+    doubleClickTime_ = std::chrono::milliseconds{told.value_or(kDefaultDoubleClickTime)};
+    nextSettings_ = now + kMaxSettingsAge;
+  }
+  return doubleClickTime_;
 }
 
 void XTestDisplay::fake(std::uint8_t type, std::uint8_t detail, std::int16_t x, std::int16_t y) {
@@ -82,8 +120,9 @@ void XTestDisplay::flush() {
 void XTestDisplay::finish() { connection_->finish(); }
 
 std::optional<bool> XTestDisplay::modifierIsOn(std::uint8_t evdev) {
-  const auto mapping = connection_->request(xcb_get_modifier_mapping);
-  const auto pointer = connection_->request(xcb_query_pointer, connection_->root());
+  const xcb_get_modifier_mapping_cookie_t mapping = connection_->request(xcb_get_modifier_mapping);
+  const xcb_query_pointer_cookie_t pointer =
+      connection_->request(xcb_query_pointer, connection_->root());
   const auto map = connection_->reply(xcb_get_modifier_mapping_reply, mapping);
   const auto state = connection_->reply(xcb_query_pointer_reply, pointer);
   if (!map || !state) return std::nullopt;

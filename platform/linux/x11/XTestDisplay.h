@@ -10,9 +10,9 @@
 
 namespace tessel::platform {
 
-/// A connection to an X server that takes faked input. One thread at a time.
-/// A server that goes away, or does not answer in time, makes every call do
-/// nothing.
+/// A connection to an X server that takes faked input, also while another client has grabbed the
+/// server. One thread at a time. Once the server goes away, or does not
+/// answer in time, every call does nothing.
 class XTestDisplay {
  public:
   /// The display of this name. When it cannot be used: null, and the reason as a clause.
@@ -20,7 +20,8 @@ class XTestDisplay {
 
   bool alive() const { return connection_->alive(); }
 
-  /// Whether it was given up because the server did not answer: another one may work.
+  /// Whether the connection was given up because the server did not answer: the same server may
+  /// answer another connection.
   bool silent() const { return connection_->silent(); }
 
   /// Where the first screen is: the primary monitor, or else the first one.
@@ -30,6 +31,15 @@ class XTestDisplay {
   /// lock is. None when the server does not tell. `evdev` is a Linux input code.
   std::optional<bool> modifierIsOn(std::uint8_t evdev);
 
+  /// @name What clients count clicks by
+  /// @{
+  /// The server's time in milliseconds, once it has done all that was asked for: that of the last
+  /// faked event, or shortly after. None when the server does not answer.
+  std::optional<std::uint32_t> time();
+  /// Presses less than this apart are one row of clicks on this desktop.
+  std::chrono::milliseconds doubleClickTime();
+  /// @}
+
   /// @name Faked input; on its way after the next flush
   /// @{
   void moveTo(int x, int y);
@@ -38,8 +48,8 @@ class XTestDisplay {
   void key(std::uint8_t evdev, bool down);
   /// @}
   void flush();
-  /// Waits until the server has done all that, or is lost. What a client has sent and the server
-  /// has not read when the client goes, it never reads.
+  /// Waits until the server has done all that, or is lost. A server that loses a client does not
+  /// read what the client has sent before.
   void finish();
 
  private:
@@ -49,9 +59,15 @@ class XTestDisplay {
   void readEvents();
 
   const std::unique_ptr<XConnection> connection_;
+
   PixelArea firstScreen_;
   bool layoutChanged_ = true;
   std::chrono::steady_clock::time_point nextLayout_;
+
+  xcb_window_t clockWindow_ = XCB_NONE;  // never shown; a change of a property of it tells the time
+  std::optional<std::uint32_t> time_;
+  std::chrono::milliseconds doubleClickTime_{};
+  std::chrono::steady_clock::time_point nextSettings_;
 };
 
 }  // namespace tessel::platform

@@ -1,4 +1,4 @@
-"""A private X server, looked at from outside, and the hub that drives it through the driver."""
+"""A private X server, seen by another client, and the hub that drives it through the driver."""
 import ctypes
 import os
 import select
@@ -16,12 +16,13 @@ WIDTH, HEIGHT = 800, 600
 
 
 class XServer:
-    """An Xvfb of its own, and what it holds down. It ends by itself when its last client has gone."""
+    """An Xvfb of its own, and what is held down there. It ends when its last client has gone."""
 
-    def __init__(self, *options):
+    def __init__(self, *options, display=None, repeat=False):
+        """On a free display, or on that of a server that has ended; keys repeat if asked for."""
         read, write = os.pipe()
         self.process = subprocess.Popen(
-            ["Xvfb", "-displayfd", str(write), "-screen", "0", f"{WIDTH}x{HEIGHT}x24", "-nolisten", "tcp",
+            ["Xvfb", *([display] if display else []), "-displayfd", str(write), "-screen", "0", f"{WIDTH}x{HEIGHT}x24", "-nolisten", "tcp",
              "-terminate", *options], pass_fds=[write], stderr=subprocess.DEVNULL)
         os.close(write)
         if not select.select([read], [], [], PATIENCE)[0]:
@@ -34,8 +35,12 @@ class XServer:
         self.xlib.XDefaultRootWindow.restype = ctypes.c_ulong
         self.connection = ctypes.c_void_p(self.xlib.XOpenDisplay(self.display.encode()))
         self.root = ctypes.c_ulong(self.xlib.XDefaultRootWindow(self.connection))
-        # Repeats would depend on how fast this machine is.
-        self.xlib.XAutoRepeatOff(self.connection)
+        if not repeat:  # repeats would depend on how fast this machine is
+            self.xlib.XAutoRepeatOff(self.connection)
+        self.sync()
+
+    def sync(self):
+        """Waits until the server has done all that this client has asked for."""
         self.xlib.XSync(self.connection, 0)
 
     def held_keys(self):
@@ -65,11 +70,21 @@ class XServer:
 
     def stop(self):
         if self.process.poll() is None:
+            self.resume()
             if self.connection:
                 self.xlib.XCloseDisplay(self.connection)
             self.process.terminate()
             self.process.wait(PATIENCE)
         self.connection = None
+
+    def freeze(self):
+        """It answers nothing until it is resumed."""
+        self.process.send_signal(signal.SIGSTOP)
+        state = f"/proc/{self.process.pid}/stat"
+        wait_until(lambda: open(state).read().rsplit(")")[-1].split()[0] == "T", "the server stopped")
+
+    def resume(self):
+        self.process.send_signal(signal.SIGCONT)
 
     def crash(self):
         """Ends at once; nothing of it may be asked afterwards."""
@@ -91,7 +106,7 @@ class Hub:
     KEY_DOWN, KEY_UP, SPECIAL_DOWN, SPECIAL_UP = range(4)
     MOVE, LEFT_DOWN, LEFT_UP, RIGHT_DOWN, RIGHT_UP, WHEEL_DOWN, WHEEL_UP = (1 << bit for bit in range(7))
 
-    def __init__(self, display, number=1):
+    def __init__(self, display, number=1, slowness=1):
         pid = os.getpid()
         self.address = f"127.{100 + number}.{pid & 0xFF}.{(pid >> 8) % 254 + 1}"
         self.folder = tempfile.mkdtemp()
@@ -105,7 +120,7 @@ class Hub:
             environment["DISPLAY"] = display
         with socket.create_server((self.address, 1494)) as listener:
             listener.settimeout(PATIENCE)
-            self.driver = subprocess.Popen([os.environ["TESSEL_INPUT_DRIVER"], self.address],
+            self.driver = subprocess.Popen([os.environ["TESSEL_INPUT_DRIVER"], self.address, str(slowness)],
                                            stdout=subprocess.PIPE, text=True, env=environment)
             self._start(self._read_log)
             self.mouse = listener.accept()[0]

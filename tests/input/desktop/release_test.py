@@ -1,7 +1,9 @@
 #!/usr/bin/python3
 """What stays held down, and what the driver does without a display."""
+import signal
 import socket
 import struct
+import time
 import unittest
 
 from desktop import Hub, XServer, wait_until
@@ -50,6 +52,33 @@ class ReleaseTest(unittest.TestCase):
         self.assertEqual(0, self.hub.terminate())
         self.assert_released()
 
+    def test_a_server_that_does_not_answer_delays_no_stop_and_loses_no_release(self):
+        self.hold()
+        self.server.freeze()
+        start = time.monotonic()
+        self.hub.driver.send_signal(signal.SIGTERM)
+        wait_until(lambda: "stopped" in self.hub.lines, "both channels stopped")
+        # The posters give the server three seconds.
+        self.assertLess(time.monotonic() - start, 1.5)
+        self.server.resume()
+        self.assertEqual(0, self.hub.driver.wait(20))
+        self.assert_released()
+
+    def test_a_server_that_is_started_anew_takes_input_again(self):
+        self.hold()
+        self.server.crash()
+        self.server = XServer(display=self.server.display)
+        self.addCleanup(self.server.stop)
+        # The driver looks for it now and then.
+        wait_until(lambda: self.server.held_keys() == {38}, "the key down",
+                   lambda: (self.hub.key(Hub.KEY_DOWN, ord("a")), time.sleep(0.02)))
+        wait_until(lambda: self.server.pointer() == (30, 40), "the pointer there",
+                   lambda: (self.hub.send(Hub.MOVE, 30, 40), time.sleep(0.02)))
+        self.hub.send(Hub.RIGHT_DOWN)
+        wait_until(lambda: self.server.held_buttons() == {3}, "the button down")
+        self.hub.close_channels()
+        self.assert_released()
+
     def test_only_the_keys_are_released_when_the_keyboard_channel_ends(self):
         self.hold()
         self.hub.keyboard.close()
@@ -96,7 +125,7 @@ class ReleaseTest(unittest.TestCase):
         self.hub.terminate()
         self.assertEqual(set(), self.server.locks())
 
-    def test_what_somebody_else_holds_is_left_alone(self):
+    def test_what_another_user_holds_is_left_alone(self):
         other = Hub(self.server.display, 2)
         self.addCleanup(other.stop)
         other.key(Hub.SPECIAL_DOWN, SHIFT)

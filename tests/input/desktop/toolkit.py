@@ -1,4 +1,4 @@
-"""A GTK window that writes down what it receives. Import it once DISPLAY names the server."""
+"""A GTK window that records what it receives. Import it once DISPLAY names the server."""
 import os
 
 os.environ.update(GDK_BACKEND="x11", GTK_IM_MODULE="gtk-im-context-simple", NO_AT_BRIDGE="1")
@@ -50,7 +50,7 @@ class Window:
 
 
 class EventWindow(Window):
-    """Writes down keys as (press, key code, name), clicks as (type, button), turns as directions."""
+    """Records keys as (press, key code, name), clicks as (type, button), turns as directions."""
 
     def __init__(self, width, height):
         box = Gtk.EventBox()
@@ -67,6 +67,10 @@ class EventWindow(Window):
         super().__init__(box, width, height)
         self.window.connect("key-press-event", self._key)
         self.window.connect("key-release-event", self._key)
+
+    def press_times(self):
+        """The server's times of the presses of buttons."""
+        return [time for (kind, _), time in zip(self.clicks, self.click_times) if kind == "button-press"]
 
     def _key(self, _, event):
         self.keys.append((event.type == Gdk.EventType.KEY_PRESS, event.hardware_keycode,
