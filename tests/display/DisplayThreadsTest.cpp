@@ -16,7 +16,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// Time as it is, but nobody sleeps: the pause before connecting is of no interest here.
+// Real time without sleeps: these tests do without the pause before connecting.
 class ImpatientClock final : public platform::Clock {
  public:
   explicit ImpatientClock(std::shared_ptr<platform::Clock> clock) : clock_{std::move(clock)} {}

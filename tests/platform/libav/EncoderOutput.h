@@ -92,7 +92,8 @@ class Output {
         to.parameterSets.emplace_back(set.begin(), set.end());
       }
     }
-    for (const NalUnit unit : std::get<std::span<const NalUnit>>(buffer.nalUnits())) {
+    const auto units = buffer.nalUnits();
+    for (const NalUnit unit : std::get<std::span<const NalUnit>>(units)) {
       to.units.emplace_back(unit.begin(), unit.end());
     }
   }
