@@ -12,7 +12,7 @@ namespace {
 
 // The work waits for a server twice at most: in full for an answer, and once more, for the shorter
 // time, to connect again.
-constexpr auto kBackgroundWorkTimeout = kXServerPatience + std::chrono::seconds{1};
+constexpr auto kBackgroundWorkTimeout = kXServerTimeout + std::chrono::seconds{1};
 
 }  // namespace
 
