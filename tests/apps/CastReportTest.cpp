@@ -117,7 +117,8 @@ TEST(CastReportTest, AdviceIsALineAndAFieldOfItsOwn) {
   CastReport report{kHost, true, false, noTerminal};
   const Error error{"tessel", 3, "It broke."};
   testing::internal::CaptureStdout();
-  EXPECT_EQ(shown([&] { report.failed(error, "It broke.", "Mend it."); }), "It broke.\nMend it.\n");
+  EXPECT_EQ(standardError([&] { report.failed(error, "It broke.", "Mend it."); }),
+            "It broke.\nMend it.\n");
   EXPECT_EQ(
       testing::internal::GetCapturedStdout(),
       R"({"event":"failed","domain":"tessel","code":3,"description":"It broke.","advice":"Mend it."})"
