@@ -19,6 +19,7 @@ namespace tessel::platform {
 namespace {
 
 using Duration = Clock::Duration;
+using std::chrono::microseconds;
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 
@@ -28,6 +29,10 @@ constexpr const char* kStart = "-[XCaptureSession startRunning]";
 // still be reported late.
 constexpr Duration kVerifyInterval = seconds{1};
 constexpr Duration kLateReportTimeout = milliseconds{50};
+
+// The thread wakes this early for a frame and then polls the clock until the frame is due. Wake-ups
+// are late by about as much; since no frame may be early, that would lower the frame rate.
+constexpr Duration kWakeLead = microseconds{150};
 
 // Between attempts to connect to a server that does not answer.
 constexpr Duration kReconnectInterval = seconds{1};
@@ -59,7 +64,7 @@ class XCaptureSession::Loop {
   }
 
   void run() {
-    // The default slack of 50 us at each wait would cost a part of the frame rate.
+    // The default slack of 50 us would make each wake-up that much later.
     prctl(PR_SET_TIMERSLACK, 1);
     bool hasAnswered = false;
     bool silenceLogged = false;
@@ -98,9 +103,8 @@ class XCaptureSession::Loop {
     nextVerify_ = clock_->uptime() + kVerifyInterval;
     do {
       source_->processEvents();
-      const Duration now = clock_->uptime();
-      if (source_->changed() && pacer_.isDue(now)) captureFrame(now);
-      if (now >= nextVerify_) {
+      if (source_->changed() && clock_->uptime() >= pacer_.due() - kWakeLead) captureFrame();
+      if (const Duration now = clock_->uptime(); now >= nextVerify_) {
         nextVerify_ = now + (source_->verify() ? kLateReportTimeout : kVerifyInterval);
       }
       // Events that arrived with a reply are in xcb's queue already: poll would not wake for them.
@@ -109,7 +113,11 @@ class XCaptureSession::Loop {
     return !source_->alive();
   }
 
-  void captureFrame(Duration now) {
+  void captureFrame() {
+    Duration now{};
+    do {
+      now = clock_->uptime();
+    } while (!pacer_.isDue(now));
     pacer_.advance(now);
     if (delivery_->busy()) {
       // The changes stay to be captured, so that the last one is never lost. A poll does not know
@@ -124,8 +132,8 @@ class XCaptureSession::Loop {
 
   // Waits for an event of the server or for the next thing due; false when stopped.
   bool waitForWork() const {
-    const Duration due = source_->changed() ? std::min(pacer_.due(), nextVerify_) : nextVerify_;
-    return waitUntil(due, source_->descriptor());
+    const Duration frame = source_->changed() ? pacer_.due() - kWakeLead : Duration::max();
+    return waitUntil(std::min(frame, nextVerify_), source_->descriptor());
   }
 
   bool waitUntil(Duration due, int descriptor = -1) const {

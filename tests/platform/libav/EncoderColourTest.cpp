@@ -12,7 +12,7 @@ namespace {
 constexpr int kBlock = 64;
 constexpr std::array<std::uint32_t, 8> kColours{0xFF0000, 0x00FF00, 0x0000FF, 0xFFFF00,
                                                 0x00FFFF, 0xFF00FF, 0xFFFFFF, 0x000000};
-constexpr int kWidth = kBlock * static_cast<int>(kColours.size());
+constexpr int kPictureWidth = kBlock * static_cast<int>(kColours.size());
 
 // The colour of a pixel as a player shows it that goes by what the stream says of itself.
 std::array<double, 3> shownColour(const AVFrame& shown, int x, int y) {
@@ -45,9 +45,9 @@ TEST_P(EncoderColourTest, SaturatedColoursArriveAsTheyWere) {
                               EncoderChoice{std::span{&x264, 1}, LibavEncoder::open}};
   Output output;
   const auto session = std::get<std::shared_ptr<CompressionSession>>(
-      encoding.makeCompressionSession(kWidth, kBlock, {}, output.callback()));
+      encoding.makeCompressionSession(kPictureWidth, kBlock, {}, output.callback()));
 
-  const PooledPicture picture = PixelBufferPool{kWidth, kBlock}.take();
+  const PooledPicture picture = PixelBufferPool{kPictureWidth, kBlock}.take();
   std::vector<FilledRectangle> blocks;
   for (const std::uint32_t colour : kColours) {
     blocks.push_back({static_cast<int>(blocks.size()) * kBlock, 0, kBlock, kBlock, colour});

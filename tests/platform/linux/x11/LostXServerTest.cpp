@@ -1,6 +1,7 @@
 #include <csignal>
 #include <gtest/gtest.h>
-#include <linux/input-event-codes.h>
+#include <memory>
+#include <sys/socket.h>
 
 #include "platform/EventPoster.h"
 #include "platform/linux/x11/XConnection.h"
@@ -26,7 +27,7 @@ class LostXServerTest : public testing::Test {
     pthread_sigmask(SIG_UNBLOCK, &pipe, nullptr);
   }
 
-  // No write of ours is left over for the host to find.
+  // Whether a signal of ours is left for the host.
   static bool pipeSignalIsPending() {
     sigset_t pending;
     sigpending(&pending);
@@ -36,7 +37,7 @@ class LostXServerTest : public testing::Test {
   PrivateXServer server;
 };
 
-TEST_F(LostXServerTest, DesktopIsUsedOnOnAThreadOfTheHost) {
+TEST_F(LostXServerTest, DesktopStaysUsableOnAThreadOfTheHost) {
   chooseScreen();
   const auto desktop = services().desktops->current();
   ASSERT_EQ(desktop->screens().size(), 1U);
@@ -60,25 +61,49 @@ TEST_F(LostXServerTest, DesktopIsUsedOnOnAThreadOfTheHost) {
   EXPECT_FALSE(pipeSignalIsPending());
 }
 
-TEST_F(LostXServerTest, WriteRaisesNoSignal) {
-  const auto connection = XConnection::open(server.display());
-  ASSERT_NE(connection, nullptr);
-  connection->request(xcb_get_input_focus);
-  server.end();
-  connection->flush();
-  EXPECT_FALSE(connection->alive());
+// xcb polls before it writes, so a write fails only when the server dies between the two. This is
+// that moment: the socket takes nothing more, and there is nothing to read yet.
+class ClosedForWriting {
+ public:
+  explicit ClosedForWriting(const PrivateXServer& server)
+      : connection{XConnection::open(server.display())} {
+    server.suspend();
+    shutdown(connection->descriptor(), SHUT_WR);
+  }
+  const std::unique_ptr<XConnection> connection;
+};
+
+TEST_F(LostXServerTest, FlushThatFailsRaisesNoSignal) {
+  const ClosedForWriting closed{server};
+  closed.connection->request(xcb_get_input_focus);
+  closed.connection->flush();
+  EXPECT_FALSE(closed.connection->alive());
+  EXPECT_FALSE(pipeSignalIsPending());
+}
+
+TEST_F(LostXServerTest, ReplyWhoseRequestFailsRaisesNoSignal) {
+  const ClosedForWriting closed{server};
+  EXPECT_FALSE(closed.connection->finish());
+  EXPECT_FALSE(closed.connection->alive());
+  EXPECT_FALSE(pipeSignalIsPending());
+}
+
+TEST_F(LostXServerTest, CheckWhoseRequestFailsRaisesNoSignal) {
+  const ClosedForWriting closed{server};
+  const XConnection& connection = *closed.connection;
+  EXPECT_FALSE(connection.succeeded(connection.request(xcb_no_operation_checked)));
+  EXPECT_FALSE(connection.alive());
   EXPECT_FALSE(pipeSignalIsPending());
 }
 
 TEST_F(LostXServerTest, RequestThatFillsTheBufferRaisesNoSignal) {
-  const auto connection = XConnection::open(server.display());
-  ASSERT_NE(connection, nullptr);
-  server.end();
-  // Far more than xcb keeps back: it writes within a request.
+  const ClosedForWriting closed{server};
+  const XConnection& connection = *closed.connection;
+  // Far more than xcb buffers: it writes within a request.
   for (int count = 0; count < 10000; ++count) {
-    connection->request(xcb_warp_pointer, XCB_NONE, connection->root(), 0, 0, 0, 0, 1, 1);
+    connection.request(xcb_warp_pointer, XCB_NONE, connection.root(), 0, 0, 0, 0, 1, 1);
   }
-  EXPECT_FALSE(connection->alive());
+  EXPECT_FALSE(connection.alive());
   EXPECT_FALSE(pipeSignalIsPending());
 }
 
