@@ -138,20 +138,20 @@ XLayout XConnection::layout() const {
 
   XLayout layout;
   if (!geometry) return layout;
-  layout.root = {0, 0, geometry->width, geometry->height};
+  const PixelArea whole{0, 0, geometry->width, geometry->height};
   std::vector<XMonitor> others;
   if (monitors) {
     for (auto each = xcb_randr_get_monitors_monitors_iterator(monitors.get()); each.rem > 0;
          xcb_randr_monitor_info_next(&each)) {
       const xcb_randr_monitor_info_t& info = *each.data;
       const XMonitor monitor{info.name,
-                             intersection(layout.root, {info.x, info.y, info.width, info.height})};
+                             intersection(whole, {info.x, info.y, info.width, info.height})};
       if (monitor.area.empty()) continue;
       (info.primary != 0 ? layout.monitors : others).push_back(monitor);
     }
   }
   layout.monitors.insert(layout.monitors.end(), others.begin(), others.end());
-  if (layout.monitors.empty()) layout.monitors.push_back({root(), layout.root});
+  if (layout.monitors.empty()) layout.monitors.push_back({root(), whole});
   return layout;
 }
 

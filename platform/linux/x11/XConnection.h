@@ -28,14 +28,11 @@ using XEvent = XReply<xcb_generic_event_t>;
 struct XMonitor {
   std::uint32_t name = 0;  ///< unique among the monitors, the same for as long as it exists
   PixelArea area;
-  bool operator==(const XMonitor&) const = default;
 };
 
 /// How the root window is divided.
 struct XLayout {
-  PixelArea root;
   std::vector<XMonitor> monitors;  ///< the primary one first; empty when the server is gone
-  bool operator==(const XLayout&) const = default;
 };
 
 /// A connection to an X server. One thread at a time. All calls of xcb that may write or wait go
