@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/linux/VirtualKeyCodes.h"
+#include "platform/linux/evdev/VirtualKeyCodes.h"
 
 namespace tessel::platform {
 

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "platform/linux/VirtualKeyCodes.h"
+#include "platform/linux/evdev/VirtualKeyCodes.h"
 #include "platform/linux/x11/BackgroundWork.h"
 
 namespace tessel::platform {

@@ -1,4 +1,4 @@
-#include "platform/linux/VirtualKeyCodes.h"
+#include "platform/linux/evdev/VirtualKeyCodes.h"
 
 #include <algorithm>
 #include <array>

@@ -4,7 +4,7 @@
 #include <set>
 
 #include "input/KeyMaps.h"
-#include "platform/linux/VirtualKeyCodes.h"
+#include "platform/linux/evdev/VirtualKeyCodes.h"
 
 namespace tessel::test {
 namespace {
