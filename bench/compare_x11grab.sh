@@ -1,5 +1,5 @@
 #!/bin/sh
-# The same road with ffmpeg: an X screen of 1920 by 1080 that changes all the time, then one of which
+# The same pipeline with ffmpeg: an X screen of 1920 by 1080 that changes all the time, then one of which
 # a quarter changes, captured, converted and encoded at 30 frames a second. Prints its processor time
 # a frame.
 #

@@ -10,7 +10,7 @@ target_link_libraries(scrolling_page PRIVATE tessel_bench_page)
 
 # The library's private parts, one by one; its X server is the tests' own.
 if(TESSEL_BUILD_TESTS)
-  add_executable(frame_road frame_road.cpp)
-  target_link_libraries(frame_road PRIVATE
+  add_executable(frame_pipeline frame_pipeline.cpp)
+  target_link_libraries(frame_pipeline PRIVATE
     tessel_logic tessel_system tessel_test_xserver tessel_bench_page)
 endif()

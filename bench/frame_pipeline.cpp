@@ -2,7 +2,7 @@
 // private X server of 1920 by 1080 that changes all the time, from one of which a quarter changes,
 // and from one that stands still; then, scaled to 1280 by 720, from one that changes all the time.
 //
-//   frame_road [SECONDS]
+//   frame_pipeline [SECONDS]
 
 #include <algorithm>
 #include <atomic>
@@ -210,7 +210,7 @@ bool measure(Size size, double seconds) {
   Sending sending{drain.port()};
   const auto encoder = makeEncoder(size, sending);
   if (!encoder) {
-    std::fputs("frame_road: no encoder works here\n", stderr);
+    std::fputs("frame_pipeline: no encoder works here\n", stderr);
     return false;
   }
   const auto encoding = std::make_shared<Encoding>(encoder);
@@ -242,7 +242,7 @@ int run(double seconds) {
   options.height = static_cast<int>(kScreen.height);
   const test::PrivateXServer server{options};
   if (services().desktops->select(ScreenSource::kAutomatic, kScreen)) {
-    std::fputs("frame_road: no X server; is Xvfb installed?\n", stderr);
+    std::fputs("frame_pipeline: no X server; is Xvfb installed?\n", stderr);
     return 1;
   }
   return measure(kScreen, seconds) && measure(kSmaller, seconds) ? 0 : 1;
