@@ -147,8 +147,8 @@ void FramePipeline::deliverOwed() {
   if (picture && takeSlot()) submit(picture);
 }
 
-// Owed pictures wait for a while that grows with the number of failures: an encoder that is broken
-// for good costs little, and there are credits left for one that recovers.
+// Owed pictures wait for a while that grows with the number of failures, so that an encoder that is
+// broken for good costs little. Captured frames do not wait: each takes its credit.
 void FramePipeline::didLoseFrame() {
   assert(queue_->isCurrent());
   rest(kFrameInterval * (1 << std::clamp(failures_ - 1, 0, kMaxDoublings)));

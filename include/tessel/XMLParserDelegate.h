@@ -6,7 +6,7 @@
 
 namespace tessel {
 
-/// Hears what an XML parser finds, in document order, on the thread that parses.
+/// Receives what an XML parser finds, in document order, on the thread that parses.
 class TESSEL_EXPORT XMLParserDelegate {
  public:
   virtual ~XMLParserDelegate() = default;

@@ -52,9 +52,14 @@ class XCaptureSession::Loop {
         wake_{eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)},
         pacer_{input.minFrameDuration} {}
 
-  ~Loop() { close(wake_); }
+  ~Loop() {
+    if (wake_ >= 0) close(wake_);
+  }
   Loop(const Loop&) = delete;
   Loop& operator=(const Loop&) = delete;
+
+  /// False when the system had no descriptor left for `stop` to wake the thread with.
+  bool canBeStopped() const { return wake_ >= 0; }
 
   /// Any thread.
   void stop() const {
@@ -173,9 +178,14 @@ XCaptureSession::~XCaptureSession() { stopRunning(); }
 void XCaptureSession::startRunning() {
   const MutexLock lock{mutex_};
   if (loop_) return;
+  auto loop = std::make_unique<Loop>(display_, input_, output_, delivery_, clock_);
+  if (!loop->canBeStopped()) {
+    log("%s: no frame will come: there is no file descriptor left", kStart);
+    return;
+  }
   delivery_->start();
-  loop_ = std::make_unique<Loop>(display_, input_, output_, delivery_, clock_);
-  thread_ = startThread("tessel-capture", [loop = loop_.get()] { loop->run(); });
+  thread_ = startThread("tessel-capture", [running = loop.get()] { running->run(); });
+  loop_ = std::move(loop);
 }
 
 void XCaptureSession::stopRunning() {
