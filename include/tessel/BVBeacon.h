@@ -72,7 +72,8 @@ class TESSEL_EXPORT BVBeacon {
 
   /// @name What was learnt
   /// The setters store what they are given. A hub directory calls them for its entries when it
-  /// receives another advertisement of a hub (see TSLDiscovery); a call by a host is not reported to observers.
+  /// receives another advertisement of a hub (see TSLDiscovery); a call by a host is not reported
+  /// to observers.
   /// @{
   UUID proximityUUID() const;
   void setProximityUUID(const UUID& proximityUUID);
