@@ -57,6 +57,7 @@ class Radios final : public platform::Bluetooth {
     return radio;
   }
   std::string lmpVersionReport() override { return "0x8"; }
+  std::string advice(platform::CentralState /*state*/) override { return {}; }
 
   std::shared_ptr<Radio> radio;
 };
