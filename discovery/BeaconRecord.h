@@ -6,7 +6,7 @@
 #include "tessel/BVBeacon.h"
 #include "tessel/Types.h"
 
-/// How a beacon lies in the manufacturer data of an advertisement:
+/// Layout of a beacon in the manufacturer data of an advertisement:
 ///
 ///     at  size  field             value
 ///      0     2  company           0x004C, little-endian

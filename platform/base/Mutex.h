@@ -12,12 +12,8 @@
 
 /// On a member: it is read and written with this mutex held.
 #define TESSEL_GUARDED_BY(mutex) TESSEL_THREAD_ANNOTATION(guarded_by(mutex))
-/// On a pointer member: what it points to is used with this mutex held.
-#define TESSEL_PT_GUARDED_BY(mutex) TESSEL_THREAD_ANNOTATION(pt_guarded_by(mutex))
 /// On a function (or after a lambda's parameters): called with this mutex held.
 #define TESSEL_REQUIRES(...) TESSEL_THREAD_ANNOTATION(requires_capability(__VA_ARGS__))
-/// On a function: called without this mutex, which it takes.
-#define TESSEL_EXCLUDES(...) TESSEL_THREAD_ANNOTATION(locks_excluded(__VA_ARGS__))
 
 namespace tessel::platform {
 

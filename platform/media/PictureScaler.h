@@ -10,7 +10,7 @@ namespace tessel::platform {
 
 /// The filter of one axis: which input samples make an output sample, and with what weights.
 /// Averages the area that an output sample covers where the axis shrinks, so that a thin line keeps
-/// the same share of its ink wherever it lies; interpolates linearly where the axis grows.
+/// the same share of its ink at every position; interpolates linearly where the axis grows.
 /// Immutable.
 class ScaleFilter {
  public:

@@ -19,7 +19,7 @@ constexpr int kPollStep = 15;
 // After this many polls without a change only strips are read.
 constexpr int kMaxIdlePolls = 30;
 
-// More areas than this cost more to request than what lies between them.
+// Requesting more areas than this costs more than reading the pixels between them.
 constexpr std::size_t kMaxAreas = 24;
 
 bool overlapsAny(const PixelArea& area, const std::vector<PixelArea>& others) {

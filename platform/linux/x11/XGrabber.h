@@ -21,7 +21,7 @@ class XGrabber {
   XGrabber& operator=(const XGrabber&) = delete;
 
   /// Reads areas of the root window with one round trip. Returns a pointer to the pixels of each,
-  /// valid until the next call; empty when an area lies outside the root window, the server refuses
+  /// valid until the next call; empty when an area is outside the root window, the server refuses
   /// or the server is gone.
   std::vector<const std::uint8_t*> grab(std::span<const PixelArea> areas);
 

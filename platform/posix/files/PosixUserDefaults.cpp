@@ -7,7 +7,7 @@
 namespace tessel::platform {
 namespace {
 
-// The XDG base directory specification: a relative XDG_CONFIG_HOME is ignored.
+// As XDG base directories ask for: a relative XDG_CONFIG_HOME is ignored.
 std::string settingsFolder(Files& files) {
   const char* folder = std::getenv("XDG_CONFIG_HOME");
   return folder && *folder == '/' ? folder : files.expandTilde("~/.config");
